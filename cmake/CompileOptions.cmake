@@ -1,0 +1,35 @@
+# One home for how every source of this tree is compiled and linked.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_package(Threads REQUIRED)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+
+# A fault that the common library turns into an exception is raised by an ordinary instruction, not
+# by a call: the unwinder finds its way out only through code compiled like this.
+add_compile_options(-fnon-call-exceptions)
+
+# Full RELRO: every symbol is bound and the tables are read-only before the first call.
+add_link_options(-Wl,-z,relro,-z,now,-z,defs -Wl,--as-needed)
+
+if(KZM_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+  # The sanitizers handle the fault signals themselves.
+  add_compile_definitions(KZM_NO_FAULT_TRANSLATION)
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+  add_compile_options(-fstack-protector-strong)
+  add_compile_definitions(_FORTIFY_SOURCE=2)
+endif()
+
+# Include lines are written from the root or from platform/, so that each shows the layer it
+# reaches into.
+include_directories(${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/platform)

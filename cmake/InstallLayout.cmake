@@ -1,0 +1,16 @@
+# Where everything is installed, relative to the root of the file system (or to KZM_ROOT).
+
+set(KZM_LIBDIR opt/veltaro/kzm/lib)
+set(KZM_BINDIR opt/veltaro/kzm/bin)
+set(KZM_PROVIDER_LIBDIR opt/veltaro/kzm/provider/lib)
+set(KZM_SCHEMADIR opt/veltaro/kzm/provider/schema)
+set(KZM_DEVICEDIR opt/veltaro/kzm/provider/device)
+set(KZM_LOCKDIR opt/veltaro/kzm/provider/tmp/Logger)
+
+if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
+  set(CMAKE_INSTALL_PREFIX "${KZM_ROOT}/" CACHE PATH "" FORCE)
+endif()
+
+# The folder of the lock file is part of the installation: the provider expects it.
+install(DIRECTORY DESTINATION ${KZM_LOCKDIR}
+        DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
