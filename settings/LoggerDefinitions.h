@@ -1,0 +1,34 @@
+#pragma once
+
+// The words of the agent's files and of the WBEM objects that more than one place uses.
+namespace LoggerDefinitions {
+
+// alert.cfg: keys that are read together with their "=", and the marker in front of a file system
+// that is not monitored.
+inline constexpr char kCpuKey[] = "CPU";
+inline constexpr char kMemoryKey[] = "MEMORY";
+inline constexpr char kFileSystemKey[] = "FILESYSTEM";
+inline constexpr char kFsNameKey[] = "FSNAME=";
+inline constexpr char kDisabledMarker[] = "#KZM# ";
+inline constexpr char kFieldSeparator[] = ",";
+inline constexpr unsigned int kUsageMonitorFields = 4;
+inline constexpr unsigned int kFsUsageMonitorFields = 3;
+
+// Switch values in both files.
+inline constexpr char kTrue[] = "True";
+inline constexpr char kFalse[] = "False";
+
+// WBEM properties of the usage monitors.
+inline constexpr char kMonitoringEnable[] = "MonitoringEnable";
+inline constexpr char kSamplingInterval[] = "SamplingInterval";
+inline constexpr char kSamplingCount[] = "SamplingCount";
+inline constexpr char kThreshold[] = "Threshold";
+
+// Percent; the threshold of a file system that nobody has given one.
+inline constexpr int kDefaultThreshold = 80;
+
+// The status member of every record.
+inline constexpr int kRecordValid = 0;
+inline constexpr int kRecordFailed = 1;
+
+} // namespace LoggerDefinitions

@@ -1,0 +1,298 @@
+#include "settings/CLoggerUsageMonitorConf.h"
+
+#include "comlib/CIWbemUtil.h"
+#include "providerbase/IWbemClassObject.h"
+#include "tests/support/CTempFile.h"
+#include "tests/support/CTraceCapture.h"
+#include "tests/support/TableTest.h"
+
+#include <sstream>
+
+using std::string;
+
+namespace {
+
+// "enable interval count threshold status"
+string Describe(const CLoggerUsageMonitorConf& conf) {
+    std::ostringstream text;
+    text << conf.m_bMonitoringEnable << ' ' << conf.m_uiSamplingInterval << ' '
+         << conf.m_uiSamplingCount << ' ' << conf.m_iThreshold << ' ' << conf.m_iStatus;
+    return text.str();
+}
+
+const char kFailed[] = "0 0 0 0 1";
+
+TraceLines SetFlagLine(const string& bits) {
+    return {{2, "CLoggerUsageMonitorConf::CLoggerUsageMonitorConf nSetFlag=" + bits}};
+}
+
+CLoggerUsageMonitorConf Monitor(bool enable, unsigned int interval, unsigned int count,
+                                int threshold) {
+    CLoggerUsageMonitorConf conf;
+    conf.m_bMonitoringEnable = enable;
+    conf.m_uiSamplingInterval = interval;
+    conf.m_uiSamplingCount = count;
+    conf.m_iThreshold = threshold;
+    return conf;
+}
+
+// ---- Value lists ----
+
+struct ListRow {
+    string name;
+    string line;
+    unsigned int keyPos;
+    string expected;
+};
+std::ostream& operator<<(std::ostream& out, const ListRow& row) {
+    return out << '"' << row.line << '"';
+}
+
+class GetValueList : public testing::TestWithParam<ListRow> {};
+
+TEST_P(GetValueList, IsTheTextBetweenTheParentheses) {
+    const ListRow& row = GetParam();
+    EXPECT_EQ(row.expected, CLoggerUsageMonitorConf::GetValueListFromString(row.line, row.keyPos));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, GetValueList,
+    testing::Values(ListRow{"Plain", "CPU=(True,60,5,80)", 0, "True,60,5,80"},
+                    ListRow{"BlanksAreKept", "CPU = ( True, 60 )", 0, " True, 60 "},
+                    ListRow{"Empty", "CPU=()", 0, ""},
+                    ListRow{"NoParentheses", "CPU=True,60,5,80", 0, ""},
+                    ListRow{"Commented", "#CPU=(True,60,5,80)", 1, ""},
+                    ListRow{"NoClosing", "CPU=(True,60", 0, ""},
+                    ListRow{"NoOpening", "CPU=True,60)", 0, ""},
+                    ListRow{"WrongWayRound", "CPU=)True(", 0, ""},
+                    ListRow{"ClosingBeforeThePair", "CPU=) (True)", 0, ""},
+                    ListRow{"ParenthesesBeforeTheEqualsSign", "(x) CPU=(True)", 4, "True"},
+                    ListRow{"EarlierEqualsSign", "X=1 CPU=(True,60,5,80)", 4, ""},
+                    ListRow{"NestedEndsAtTheFirstClosing", "CPU=((a),b)", 0, "(a"},
+                    ListRow{"TextBehindIsIgnored", "CPU=(a) (b)", 0, "a"}),
+    RowName<ListRow>);
+
+// ---- From alert.cfg ----
+
+struct FileRow {
+    string name;
+    string text;
+    string key;
+    string expected;
+    TraceLines trace;
+};
+std::ostream& operator<<(std::ostream& out, const FileRow& row) {
+    return out << row.key << " in\n" << row.text;
+}
+
+class ReadAlertConfig : public testing::TestWithParam<FileRow> {};
+
+TEST_P(ReadAlertConfig, GivesTheValuesTheStatusAndTheTrace) {
+    const CTempFile file(GetParam().text);
+    std::ifstream stream(file.Path());
+    const CTraceCapture trace;
+    EXPECT_EQ(GetParam().expected, Describe(CLoggerUsageMonitorConf(&stream, GetParam().key)));
+    EXPECT_EQ(GetParam().trace, trace.Lines());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, ReadAlertConfig,
+    testing::Values(
+        FileRow{"Good", "CPU=(True,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
+        FileRow{"GoodWithBlanks", "  CPU=( True, 60, 5, 80 ) # note\n", "CPU", "1 60 5 80 0", {}},
+        FileRow{"ThreeFields", "CPU=(True,60,5)\n", "CPU", kFailed, SetFlagLine("0000")},
+        FileRow{"FiveFields", "CPU=(True,60,5,80,1)\n", "CPU", kFailed, SetFlagLine("0000")},
+        FileRow{"TrailingComma", "CPU=(True,60,5,80,)\n", "CPU", kFailed, SetFlagLine("0000")},
+        FileRow{"EmptyFieldIsZero", "CPU=(True,,5,80)\n", "CPU", "1 0 5 80 0", {}},
+        FileRow{"NeitherTrueNorFalse", "CPU=(on,60,5,80)\n", "CPU", kFailed, SetFlagLine("000E")},
+        FileRow{"SwitchInOtherCase", "CPU=(true,60,5,80)\n", "CPU", kFailed, SetFlagLine("000E")},
+        FileRow{"SwitchInsideAWord", "CPU=(UnTrueish,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
+        FileRow{"BothSwitchWordsAreTrue", "CPU=(TrueFalse,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
+        FileRow{"BothSwitchWordsTheOtherWayAreTrue",
+                "CPU=(False True,60,5,80)\n",
+                "CPU",
+                "1 60 5 80 0",
+                {}},
+        FileRow{"NoNumberIsZero", "CPU=(False,abc,5,80)\n", "CPU", "0 0 5 80 0", {}},
+        FileRow{"TrailingTextIsIgnored", "CPU=(False,60s,5x,80%)\n", "CPU", "0 60 5 80 0", {}},
+        FileRow{"NegativeNumbersWrap",
+                "CPU=(False,-1,-2,-3)\n",
+                "CPU",
+                "0 4294967295 4294967294 -3 0",
+                {}},
+        FileRow{"NoRangeCheck", "CPU=(True,0,0,150)\n", "CPU", "1 0 0 150 0", {}},
+        FileRow{"LargestUnsigned",
+                "CPU=(True,4294967295,4294967296,80)\n",
+                "CPU",
+                "1 4294967295 0 80 0",
+                {}},
+        FileRow{"CommentedLineIsSkipped",
+                "#CPU=(True,1,1,1)\nCPU=(False,2,2,2)\n",
+                "CPU",
+                "0 2 2 2 0",
+                {}},
+        FileRow{"FirstOfTwoLinesIsUsed",
+                "CPU=(True,1,1,1)\nCPU=(False,2,2,2)\n",
+                "CPU",
+                "1 1 1 1 0",
+                {}},
+        FileRow{"FirstLineIsUsedEvenWhenMalformed", "CPU=(True)\nCPU=(False,2,2,2)\n", "CPU",
+                kFailed, SetFlagLine("0000")},
+        FileRow{
+            "LineWithEmptyListIsSkipped", "CPU=()\nCPU=(False,2,2,2)\n", "CPU", "0 2 2 2 0", {}},
+        FileRow{"BlankBeforeTheEqualsSign", "CPU =(True,60,5,80)\n", "CPU", kFailed,
+                SetFlagLine("0000")},
+        FileRow{"OtherKeyIsNotTaken", "MEMORY=(True,60,5,80)\n", "CPU", kFailed,
+                SetFlagLine("0000")},
+        FileRow{"OtherKeyIsNotTakenEither", "CPU=(True,60,5,80)\n", "MEMORY", kFailed,
+                SetFlagLine("0000")},
+        FileRow{
+            "Memory", "CPU=(True,1,1,1)\nMEMORY=(False,30,3,85)\n", "MEMORY", "0 30 3 85 0", {}},
+        FileRow{"KeyInsideALongerWord", "XCPU=(True,1,1,1)\n", "CPU", "1 1 1 1 0", {}},
+        FileRow{"EarlierEqualsSign", "X=1 CPU=(True,1,1,1)\n", "CPU", kFailed, SetFlagLine("0000")},
+        FileRow{"CarriageReturnBehindTheList", "CPU=(True,60,5,80)\r\n", "CPU", "1 60 5 80 0", {}},
+        FileRow{"NoFinalNewline", "CPU=(True,60,5,80)", "CPU", "1 60 5 80 0", {}},
+        FileRow{"EmptyFile", "", "CPU", kFailed, SetFlagLine("0000")},
+        FileRow{"EmptyKey", "CPU=(True,60,5,80)\n", "", kFailed, {}}),
+    RowName<FileRow>);
+
+TEST(CLoggerUsageMonitorConf, ReadsTheSameStreamForEveryKey) {
+    const CTempFile file("MEMORY=(False,30,3,85)\nCPU=(True,60,5,80)\n");
+    std::ifstream stream(file.Path());
+    EXPECT_EQ("1 60 5 80 0", Describe(CLoggerUsageMonitorConf(&stream, "CPU")));
+    EXPECT_EQ("0 30 3 85 0", Describe(CLoggerUsageMonitorConf(&stream, "MEMORY")));
+    EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(&stream, "DISK")));
+    EXPECT_EQ("1 60 5 80 0", Describe(CLoggerUsageMonitorConf(&stream, "CPU")));
+}
+
+TEST(CLoggerUsageMonitorConf, NullsFailWithoutATrace) {
+    const CTraceCapture trace;
+    EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(nullptr, "CPU")));
+    EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(nullptr)));
+    EXPECT_FALSE(CLoggerUsageMonitorConf().ConvertToIWbemClassObject(nullptr));
+    EXPECT_EQ(TraceLines{}, trace.Lines());
+}
+
+// ---- From and to WBEM objects ----
+
+struct PropertyRow {
+    string name; // of the property
+    string kind; // of the operation that reads and sets it
+};
+const std::vector<PropertyRow> kProperties = {{"MonitoringEnable", "Bool"},
+                                              {"SamplingInterval", "UInt"},
+                                              {"SamplingCount", "UInt"},
+                                              {"Threshold", "Int"}};
+
+TEST(CLoggerUsageMonitorConf, ExtremeValuesSurviveTheObject) {
+    const CLoggerUsageMonitorConf conf = Monitor(true, 4294967295U, 0, -2147483647 - 1);
+    IWbemClassObject object;
+    ASSERT_TRUE(conf.ConvertToIWbemClassObject(&object));
+    EXPECT_EQ("1 4294967295 0 -2147483648 0", Describe(CLoggerUsageMonitorConf(&object)));
+}
+
+TEST(CLoggerUsageMonitorConf, WritesItsPropertiesInOrder) {
+    IWbemClassObject object;
+    ASSERT_TRUE(Monitor(true, 1, 2, 3).ConvertToIWbemClassObject(&object));
+    ASSERT_EQ(kProperties.size(), object.GetProperties().size());
+    const WbemType types[] = {WbemType::Boolean, WbemType::UInt32, WbemType::UInt32,
+                              WbemType::SInt32};
+    for (std::size_t i = 0; i < kProperties.size(); ++i) {
+        EXPECT_EQ(kProperties[i].name, object.GetProperties()[i].m_sName);
+        EXPECT_EQ(types[i], object.GetProperties()[i].m_type);
+    }
+}
+
+TEST(CLoggerUsageMonitorConf, NeedsEachPropertyOfTheObject) {
+    for (const PropertyRow& missing : kProperties) {
+        SCOPED_TRACE(missing.name);
+        IWbemClassObject object;
+        Monitor(true, 60, 5, 80).ConvertToIWbemClassObject(&object);
+        object.Put(missing.name.c_str(), {});
+        const CTraceCapture trace;
+        EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(&object)));
+        EXPECT_EQ((TraceLines{{2, "CLoggerUsageMonitorConf::CLoggerUsageMonitorConf get" +
+                                      missing.kind + "FromIWbemClassObject is FAILED 80041002"}}),
+                  trace.Lines());
+    }
+}
+
+TEST(CLoggerUsageMonitorConf, PropertyThatCannotBeSetFails) {
+    for (const PropertyRow& refused : kProperties) {
+        SCOPED_TRACE(refused.name);
+        IWbemClassObject object;
+        object.DefineProperty(refused.name, WbemType::String);
+        const CTraceCapture trace;
+        EXPECT_FALSE(Monitor(true, 60, 5, 80).ConvertToIWbemClassObject(&object));
+        EXPECT_EQ((TraceLines{{2, "CLoggerUsageMonitorConf::ConvertToIWbemClassObject set" +
+                                      refused.kind + "ToIWbemClassObject is FAILED 80041005"}}),
+                  trace.Lines());
+    }
+}
+
+// ---- Comparison and dump ----
+
+struct CompareRow {
+    string name;
+    CLoggerUsageMonitorConf right;
+    bool expected;
+    TraceLines trace;
+};
+std::ostream& operator<<(std::ostream& out, const CompareRow& row) {
+    return out << Describe(row.right);
+}
+
+class CompareMonitor : public testing::TestWithParam<CompareRow> {};
+
+TEST_P(CompareMonitor, NamesTheFirstDifference) {
+    const CTraceCapture trace;
+    EXPECT_EQ(GetParam().expected, Monitor(true, 60, 5, 80).Compare(&GetParam().right));
+    EXPECT_EQ(GetParam().trace, trace.Lines());
+}
+
+CLoggerUsageMonitorConf WithStatus(CLoggerUsageMonitorConf conf, int status) {
+    conf.m_iStatus = status;
+    return conf;
+}
+
+TraceLines Difference(const string& field, const string& left, const string& right) {
+    return {{2, "CLoggerUsageMonitorConf::Compare " + field + " not same. " + field + "1=" + left +
+                    " " + field + "2=" + right}};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Records, CompareMonitor,
+    testing::Values(
+        CompareRow{"Equal", Monitor(true, 60, 5, 80), true, {}},
+        CompareRow{"OnlyTheStatusDiffers", WithStatus(Monitor(true, 60, 5, 80), 1), true, {}},
+        CompareRow{"Enable", Monitor(false, 1, 2, 3), false,
+                   Difference("MonitoringEnable", "1", "0")},
+        CompareRow{"Interval", Monitor(true, 61, 2, 3), false,
+                   Difference("SamplingInterval", "60", "61")},
+        CompareRow{"LargeIntervalIsShownSigned", Monitor(true, 4294967295U, 2, 3), false,
+                   Difference("SamplingInterval", "60", "-1")},
+        CompareRow{"Count", Monitor(true, 60, 6, 3), false, Difference("SamplingCount", "5", "6")},
+        CompareRow{"Threshold", Monitor(true, 60, 5, -80), false,
+                   Difference("Threshold", "80", "-80")}),
+    RowName<CompareRow>);
+
+TEST(CLoggerUsageMonitorConf, DumpsItsValuesSigned) {
+    const CTraceCapture trace;
+    Monitor(true, 4294967295U, 5, -80).OutPutMemberToDebugLog();
+    EXPECT_EQ((TraceLines{{4, "CLoggerUsageMonitorConf::OutPutMemberToDebugLog[START]"},
+                          {1, "m_bMonitoringEnable=1"},
+                          {1, "m_uiSamplingInterval=-1"},
+                          {1, "m_uiSamplingCount=5"},
+                          {1, "m_iThreshold=-80"},
+                          {4, "CLoggerUsageMonitorConf::OutPutMemberToDebugLog[END]"}}),
+              trace.Lines());
+}
+
+TEST(CLoggerUsageMonitorConf, BeginsWithEverythingOff) {
+    EXPECT_EQ("0 0 0 0 0", Describe(CLoggerUsageMonitorConf()));
+    CLoggerUsageMonitorConf conf = WithStatus(Monitor(true, 1, 2, 3), 1);
+    conf.InitMember();
+    EXPECT_EQ("0 0 0 0 0", Describe(conf));
+}
+
+} // namespace
