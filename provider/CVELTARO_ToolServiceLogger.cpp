@@ -1,0 +1,231 @@
+#include "provider/CVELTARO_ToolServiceLogger.h"
+
+#include "comlib/CIWbemUtil.h"
+#include "comlib/CStringUtil.h"
+#include "comlib/KzmException.h"
+#include "comlib/ShowMessage.h"
+#include "comlib/SysString.h"
+#include "provider/MethodResult.h"
+#include "providerbase/CVendor.h"
+#include "providerbase/CVendorFactory.h"
+#include "providerbase/IWbemClassObject.h"
+#include "providerbase/IWbemObjectSink.h"
+#include "providerbase/IWbemServices.h"
+#include "settings/LoggerTrace.h"
+
+#include <memory>
+#include <string>
+
+using LoggerTrace::kModule;
+using std::string;
+
+namespace {
+
+constexpr char kClassName[] = "VELTARO_ToolServiceLogger";
+constexpr char kVendorName[] = "veltaro";
+constexpr char kVersion[] = "34.1";
+constexpr char kLibraryFile[] = "VELTARO_ToolServiceLogger.dll";
+constexpr char kDevice[] = "Logger";
+constexpr char kCaption[] = "CVELTARO_ToolServiceLogger - Debug";
+
+// Traces the exception being handled; to be called in a catch block.
+void TraceCaughtException(const string& module, const char* operation) {
+    try {
+        throw;
+    } catch (const std::exception& exception) {
+        CTraceUtility::WriteDebug(module.c_str(), LoggerTrace::kException, "%s [exception:%s]",
+                                  operation,
+                                  CStringUtil::StringToTstring(exception.what()).c_str());
+    } catch (...) {
+        CTraceUtility::WriteDebug(module.c_str(), LoggerTrace::kException, "%s unknown exception",
+                                  operation);
+    }
+}
+
+struct ReleaseObject {
+    void operator()(IWbemClassObject* object) const { object->Release(); }
+};
+using ObjectPtr = std::unique_ptr<IWbemClassObject, ReleaseObject>;
+
+struct FreeString {
+    void operator()(char* text) const { SysFreeString(text); }
+};
+using SystemString = std::unique_ptr<char, FreeString>;
+
+// The objects that one method call needs. They are released in the reverse order of their making.
+struct MethodObjects {
+    ObjectPtr m_class;
+    ObjectPtr m_outDefinition;
+    ObjectPtr m_outParams;
+};
+
+ObjectPtr FetchClass(IWbemServices* services, IWbemContext* context) {
+    const SystemString className(SysAllocString(kClassName));
+    const string path(className.get());
+    IWbemClassObject* object = nullptr;
+    if (services != nullptr) {
+        services->GetObject(path, 0, context, &object, nullptr);
+    }
+    return ObjectPtr(object);
+}
+
+void PrepareOutput(const char* methodName, MethodObjects* objects) {
+    IWbemClassObject* object = nullptr;
+    objects->m_class->GetMethod(methodName, 0, nullptr, &object);
+    objects->m_outDefinition.reset(object);
+    object = nullptr;
+    if (objects->m_outDefinition != nullptr) {
+        objects->m_outDefinition->SpawnInstance(0, &object);
+    }
+    objects->m_outParams.reset(object);
+}
+
+void Deliver(const ObjectPtr& outParams, std::uint32_t methodResult, IWbemObjectSink* sink) {
+    if (outParams == nullptr) {
+        return;
+    }
+    CIWbemUtil::setReturnValueToIWbemClassObject(outParams.get(), methodResult);
+    if (sink != nullptr) {
+        IWbemClassObject* object = outParams.get();
+        sink->Indicate(1, &object);
+    }
+}
+
+void ReportStatus(HRESULT status, IWbemObjectSink* sink) {
+    if (sink != nullptr) {
+        sink->SetStatus(0, static_cast<std::uint32_t>(status), nullptr, nullptr);
+    }
+}
+
+} // namespace
+
+CVELTARO_ToolServiceLogger::CVELTARO_ToolServiceLogger()
+    : CVELTARO_ToolService(kModule, kVendorName, kVersion),
+      m_pVendorFactory(nullptr),
+      m_iLockFd(-1) {
+    constexpr char kOperation[] = "CVELTARO_ToolServiceLogger::CVELTARO_ToolServiceLogger()";
+    try {
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [START]", kOperation);
+        ShowMessage("CVELTARO_ToolServiceLogger()", kCaption);
+        KzmException::set_transrator();
+        writeDLLFileVersionLog(kLibraryFile);
+        ObtainVendor();
+    } catch (...) {
+        TraceCaughtException(GetProviderName(), kOperation);
+    }
+    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
+}
+
+void CVELTARO_ToolServiceLogger::ObtainVendor() {
+    m_pVendorFactory = new CVendorFactory;
+    CVendor* vendor = m_pVendorFactory->GetVendorObject(GetProviderName(), kDevice, kDevice);
+    if (vendor == nullptr) {
+        CTraceUtility::WriteDebug(
+            kModule, LoggerTrace::kValue,
+            "CVELTARO_ToolServiceLogger::CVELTARO_ToolServiceLogger() pVendor == NULL");
+        ShowMessage("pVendor == NULL", kCaption);
+        return;
+    }
+    ShowMessage("SetOwnerProvider()", "SetOwnerProvider - Debug");
+    vendor->SetOwnerProvider(GetProviderName(), GetProviderVersion());
+    m_VendorList.push_back(vendor);
+}
+
+CVELTARO_ToolServiceLogger::~CVELTARO_ToolServiceLogger() {
+    constexpr char kOperation[] = "CVELTARO_ToolServiceLogger::~CVELTARO_ToolServiceLogger()";
+    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [START]", kOperation);
+    KzmException::set_transrator();
+    try {
+        ReleaseVendors();
+    } catch (...) {
+        TraceCaughtException(GetProviderName(), kOperation);
+    }
+    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
+}
+
+void CVELTARO_ToolServiceLogger::ReleaseVendors() {
+    if (m_pVendorFactory == nullptr) {
+        return;
+    }
+    for (CVendor*& vendor : m_VendorList) {
+        m_pVendorFactory->ReleaseVendorObject(vendor);
+        vendor = nullptr;
+    }
+    m_VendorList.clear();
+    delete m_pVendorFactory;
+}
+
+HRESULT CVELTARO_ToolServiceLogger::ExecMethodAsync(char* className, char* methodName, long flags,
+                                                    IWbemContext* context,
+                                                    IWbemClassObject* inParams,
+                                                    IWbemObjectSink* sink) {
+    constexpr char kOperation[] = "CVELTARO_ToolServiceLogger::ExecMethodAsync";
+    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [START]", kOperation);
+    ShowMessage(L"CVELTARO_ToolServiceLogger::ExecMethodAsync()",
+                L"CVELTARO_ToolServiceLogger::ExecMethodAsync");
+    KzmException::set_transrator();
+
+    MethodObjects objects;
+    std::uint32_t methodResult = MethodResult::kSuccess;
+    HRESULT status = CallStatus::kSuccess;
+    try {
+        objects.m_class = FetchClass(m_pServices, context);
+        if (objects.m_class == nullptr) {
+            CTraceUtility::WriteDebug(kModule, LoggerTrace::kFailure, "%s pClass == NULL",
+                                      kClassName);
+            ReportStatus(CallStatus::kNotSupported, sink);
+            return CallStatus::kNotSupported;
+        }
+        // The output object is made for every method, also for those that are forwarded.
+        PrepareOutput(methodName, &objects);
+        if (lstrcmpW(methodName, "GetParameter") == 0) {
+            methodResult = GetParameter(inParams, objects.m_outParams.get());
+            Deliver(objects.m_outParams, methodResult, sink);
+        } else if (lstrcmpW(methodName, "SetParameter") == 0) {
+            methodResult = SetParameter(inParams, objects.m_outParams.get());
+            Deliver(objects.m_outParams, methodResult, sink);
+        } else {
+            status = CVELTARO_ToolService::ExecMethodAsync(className, methodName, flags, context,
+                                                           inParams, sink);
+        }
+    } catch (...) {
+        TraceCaughtException(kModule, "CVELTARO_ToolServiceLogger::ExecMethodAsync()");
+        Deliver(objects.m_outParams, MethodResult::kException, sink);
+        status = CallStatus::kFailed;
+    }
+    // For a forwarded method, too, whatever the base class told the sink.
+    ReportStatus(status, sink);
+    objects.m_outParams.reset();
+    objects.m_outDefinition.reset();
+    objects.m_class.reset();
+
+    CTraceUtility::WriteDebug(kModule, LoggerTrace::kValue, "%s mr=0x%08x", kOperation,
+                              methodResult);
+    if (status != CallStatus::kSuccess) {
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFailure, "%s hr=0x%08x", kOperation,
+                                  static_cast<unsigned int>(status));
+    }
+    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
+    return status;
+}
+
+std::uint32_t CVELTARO_ToolServiceLogger::BeginMethod(const char* methodName) {
+    const auto traceFailure = [methodName](const char* reason) {
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFailure,
+                                  "CVELTARO_ToolServiceLogger::%s() %s", methodName, reason);
+    };
+    if (m_VendorList.empty()) {
+        traceFailure("CIM_VTR_E_CRITICAL_ERROR");
+        return MethodResult::kFailure;
+    }
+    constexpr int kAgentNotInstalled = 1;
+    if (m_VendorList.front()->ExecuteCommand("CheckInstall") == kAgentNotInstalled) {
+        traceFailure("Logger not installed");
+        return MethodResult::kNotInstalled;
+    }
+    if (!GetMutex()) {
+        traceFailure("GetMutex failure");
+        return MethodResult::kFailure;
+    }
+    return MethodResult::kSuccess;
+}

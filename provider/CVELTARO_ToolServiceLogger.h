@@ -1,0 +1,85 @@
+#pragma once
+
+#include "providerbase/CVELTARO_ToolService.h"
+
+#include <cstdint>
+#include <list>
+
+class CLoggerConf;
+class CVendor;
+class CVendorFactory;
+
+// The provider of the class "VELTARO_ToolServiceLogger": it reads ("GetParameter") and changes
+// ("SetParameter") the settings of the log-monitoring agent.
+//
+// A provider object serves one method call at a time. Calls of several objects and processes
+// exclude each other through the provider lock.
+class CVELTARO_ToolServiceLogger : public CVELTARO_ToolService {
+public:
+    // Registers the provider with its base class and asks for the vendor object of the agent.
+    // Faults and exceptions are traced and do not leave it. Without a vendor object both methods
+    // answer MethodResult::kFailure for the object's whole life.
+    CVELTARO_ToolServiceLogger();
+
+    // Hands the vendor object back. Faults and exceptions are traced and do not leave it.
+    ~CVELTARO_ToolServiceLogger() override;
+
+    // Serves "GetParameter" and "SetParameter" and forwards every other method to the base class.
+    // Returns the call's status, after giving it to the sink:
+    //   CallStatus::kSuccess       the method ran; the sink has the output object with its result
+    //   CallStatus::kNotSupported  the class definition could not be fetched; no output object
+    //   CallStatus::kFailed        an exception or fault was caught; the sink has the output object
+    //                              with MethodResult::kException
+    //   any other                  the base class's answer to a forwarded method
+    // An exception that the sink throws while a failure is being reported is the host's own and
+    // passes through. All arguments stay the caller's.
+    HRESULT ExecMethodAsync(char* className, char* methodName, long flags, IWbemContext* context,
+                            IWbemClassObject* inParams, IWbemObjectSink* sink) override;
+
+private:
+    // GetParameter.cpp
+    std::uint32_t GetParameter(IWbemClassObject* inParams, IWbemClassObject* outParams);
+
+    // SetParameter.cpp
+    std::uint32_t SetParameter(IWbemClassObject* inParams, IWbemClassObject* outParams);
+    // With the lock held: stops the agent's service, writes the settings, starts the service. After
+    // a failure the service stays stopped.
+    std::uint32_t ChangeSettings(IWbemClassObject* inParams);
+    // True when the vendor object's command answered 0; another answer is traced.
+    bool ControlService(const char* command);
+
+    // NormaliseRequest.cpp
+
+    // When the file-system monitor is off as a whole, no file system is monitored on its own.
+    static void CheckFsMonitoringEnable(CLoggerConf* conf);
+    // A file system that arrives without a threshold (0) gets the default.
+    static void CheckMountPointThreshold(CLoggerConf* conf);
+
+    // VerifiedWrite.cpp
+
+    // Writes the record into both files and reads them back. True when they hold what was asked
+    // for; otherwise the reason is traced and the files stay as they are then.
+    static bool EditConfigFile(CLoggerConf* conf);
+
+    // ProviderLock.cpp
+
+    // Takes the provider lock. False, with nothing held, when the lock file cannot be opened or
+    // made, or when another holder did not give the lock up within 30 tries, one second apart.
+    bool GetMutex();
+    // Gives the lock back; harmless without one. Always true.
+    bool DelMutex();
+
+    // CVELTARO_ToolServiceLogger.cpp
+
+    // What both methods begin with: a vendor object, an installed agent, the lock. Returns
+    // MethodResult::kSuccess with the lock held, or the method's result with nothing held; the
+    // reason is traced under the method's name.
+    std::uint32_t BeginMethod(const char* methodName);
+
+    void ObtainVendor();
+    void ReleaseVendors();
+
+    std::list<CVendor*> m_VendorList; // empty, or the one vendor object; the factory owns it
+    CVendorFactory* m_pVendorFactory; // owned; freed where a fault in it can still be caught
+    int m_iLockFd;                    // -1 when the lock is not held
+};

@@ -1,0 +1,48 @@
+#include "provider/CVELTARO_ToolServiceLogger.h"
+
+#include "KzmPaths.h"
+#include "provider/MethodResult.h"
+#include "settings/CLoggerConf.h"
+#include "settings/LoggerTrace.h"
+
+#include <memory>
+
+using LoggerTrace::kModule;
+
+namespace {
+
+// Reads both files and puts the settings into the output parameters.
+std::uint32_t AnswerSettings(IWbemClassObject* outParams) {
+    const auto conf = std::make_unique<CLoggerConf>(KzmPaths::kAgentConfig, KzmPaths::kAlertConfig);
+    if (conf->m_iStatus != 0) {
+        CTraceUtility::WriteDebug(
+            kModule, LoggerTrace::kFailure,
+            "CVELTARO_ToolServiceLogger::GetParameter() CLoggerConf status error");
+        return MethodResult::kFailure;
+    }
+    conf->OutPutMemberToDebugLog();
+    if (!conf->ConvertToIWbemClassObject(outParams)) {
+        CTraceUtility::WriteDebug(
+            kModule, LoggerTrace::kFailure,
+            "CVELTARO_ToolServiceLogger::GetParameter() ConvertToIWbemClassObject failure");
+        return MethodResult::kFailure;
+    }
+    return MethodResult::kSuccess;
+}
+
+} // namespace
+
+std::uint32_t CVELTARO_ToolServiceLogger::GetParameter(IWbemClassObject* /*inParams*/,
+                                                       IWbemClassObject* outParams) {
+    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow,
+                              "CVELTARO_ToolServiceLogger::GetParameter [START]");
+    std::uint32_t result = BeginMethod("GetParameter");
+    if (result == MethodResult::kSuccess) {
+        // An exception leaves the lock held: nothing is known then about who still works.
+        result = AnswerSettings(outParams);
+        DelMutex();
+    }
+    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow,
+                              "CVELTARO_ToolServiceLogger::GetParameter [END]");
+    return result;
+}
