@@ -1,0 +1,461 @@
+// Editing agent.cfg and alert.cfg: the lines in memory, and the files on disk.
+
+#include "settings/CLoggerConf.h"
+
+#include "KzmPaths.h"
+#include "tests/support/CTestRoot.h"
+#include "tests/support/CTraceCapture.h"
+#include "tests/support/CWithoutFilePrivileges.h"
+#include "tests/support/SampleConf.h"
+#include "tests/support/TableTest.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <sstream>
+
+using std::string;
+using Lines = std::list<string>;
+using Change = std::function<void(CLoggerConf*)>;
+
+namespace {
+
+Lines Split(const string& text) {
+    Lines lines;
+    std::istringstream stream(text);
+    string line;
+    while (std::getline(stream, line)) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+string Join(const Lines& lines) {
+    string text;
+    for (const string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+// ---- Lines of agent.cfg ----
+
+struct AgentRow {
+    string name;
+    string before;
+    bool expected;
+    string after; // what is written: all four switches false
+};
+std::ostream& operator<<(std::ostream& out, const AgentRow& row) {
+    return out << row.before;
+}
+
+class EditAgent : public testing::TestWithParam<AgentRow> {};
+
+TEST_P(EditAgent, ReplacesTheValueWordAlone) {
+    const CLoggerConf allOff;
+    Lines lines = Split(GetParam().before);
+    const CTraceCapture trace;
+    EXPECT_EQ(GetParam().expected, allOff.EditAgent(lines));
+    EXPECT_EQ(GetParam().after, Join(lines));
+    EXPECT_EQ(TraceLines{}, trace.Lines());
+}
+
+const string kOthers = "InformationAlert=False\nWarningAlert=False\nObstacleAlert=False\n";
+
+AgentRow Edited(const string& name, const string& before, const string& after) {
+    return {name, before + "\n" + kOthers, true, after + "\n" + kOthers};
+}
+AgentRow Refused(const string& name, const string& before) {
+    return {name, before, false, before};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, EditAgent,
+    testing::Values(
+        Edited("Adjacent", "SyslogOutput=True", "SyslogOutput=False"),
+        Edited("SpacingIsKept", "  SyslogOutput =   True  ", "  SyslogOutput =   False  "),
+        Edited("CommentBehindIsKept", "SyslogOutput=True  # note", "SyslogOutput=False  # note"),
+        Edited("WantedValueStays", "SyslogOutput=False", "SyslogOutput=False"),
+        Edited("EveryLineOfAKey", "SyslogOutput=True\nSyslogOutput=True",
+               "SyslogOutput=False\nSyslogOutput=False"),
+        Edited("CommentedLineStays", "#SyslogOutput=True\nSyslogOutput=True",
+               "#SyslogOutput=True\nSyslogOutput=False"),
+        Edited("LineWithoutValueStays", "SyslogOutput=\nSyslogOutput=True",
+               "SyslogOutput=\nSyslogOutput=False"),
+        Edited("OtherLinesStay", "\n; x=True\n\tLogLevel=3\r\nSyslogOutput=True",
+               "\n; x=True\n\tLogLevel=3\r\nSyslogOutput=False"),
+        Edited("KeyInsideALongerWord", "MySyslogOutputX=True", "MySyslogOutputX=False"),
+        // The word is replaced where it first stands in the line.
+        Edited("SameWordBeforeTheKey", "True SyslogOutput=True", "False SyslogOutput=True"),
+        Edited("SameWordInsideAnotherWord", "TrueNorth SyslogOutput=True",
+               "FalseNorth SyslogOutput=True"),
+        AgentRow{"SeveralKeysOnALine",
+                 "WarningAlert=True SyslogOutput ObstacleAlert\nSyslogOutput=True\n"
+                 "InformationAlert=True\nObstacleAlert=True\n",
+                 true,
+                 "WarningAlert=False SyslogOutput ObstacleAlert\nSyslogOutput=False\n"
+                 "InformationAlert=False\nObstacleAlert=False\n"},
+        Refused("NoLines", ""),
+        Refused("KeyMissing", "SyslogOutput=False\nWarningAlert=False\n"
+                              "ObstacleAlert=False\n"),
+        Refused("KeyOnlyInAComment", "#SyslogOutput=True\n" + kOthers),
+        Refused("KeyOnlyWithoutValue", "SyslogOutput=\n" + kOthers),
+        Refused("ValueInOtherCase", "SyslogOutput=true\n" + kOthers),
+        Refused("NumberAsValue", "SyslogOutput=1\n" + kOthers),
+        Refused("CarriageReturnBehindTheValue", "SyslogOutput=True\r\n" + kOthers),
+        Refused("InvalidValueAfterAllKeys",
+                "SyslogOutput=False\n" + kOthers + "WarningAlert=maybe\n"),
+        // Lines before the bad one are edited by then; the caller writes none of them.
+        AgentRow{"InvalidValueEndsTheEdit",
+                 "SyslogOutput=True\nInformationAlert=x\nWarningAlert=True\n", false,
+                 "SyslogOutput=False\nInformationAlert=x\nWarningAlert=True\n"}),
+    RowName<AgentRow>);
+
+TEST(EditAgentSwitches, EachSwitchGoesToItsOwnKey) {
+    for (unsigned int bits = 0; bits < 16; ++bits) {
+        SCOPED_TRACE(bits);
+        CLoggerConf conf;
+        Lines lines;
+        string expected;
+        for (const LoggerSyslogSwitch& entry : kLoggerSyslogSwitches) {
+            const bool value = (bits & entry.m_bit) != 0;
+            conf.m_SyslogOutputConf.*entry.m_pMember = value;
+            lines.push_front(string(entry.m_pName) + " = True");
+            expected = string(entry.m_pName) + " = " + (value ? "True" : "False") + "\n" + expected;
+        }
+        EXPECT_TRUE(conf.EditAgent(lines));
+        EXPECT_EQ(expected, Join(lines));
+    }
+}
+
+// ---- Lines of alert.cfg ----
+
+struct AlertRow {
+    string name;
+    Change change; // of the sample settings
+    string before;
+    bool expected;
+    string after;
+};
+std::ostream& operator<<(std::ostream& out, const AlertRow& row) {
+    return out << row.before;
+}
+
+class EditAlert : public testing::TestWithParam<AlertRow> {};
+
+TEST_P(EditAlert, GivesExactlyTheseLines) {
+    CLoggerConf conf = SampleConf();
+    GetParam().change(&conf);
+    Lines lines = Split(GetParam().before);
+    const CTraceCapture trace;
+    EXPECT_EQ(GetParam().expected, conf.EditAlert(lines));
+    EXPECT_EQ(GetParam().after, Join(lines));
+    EXPECT_EQ(TraceLines{}, trace.Lines());
+}
+
+void Nothing(CLoggerConf* /*conf*/) {}
+
+Change Volumes(std::list<CLoggerFsThresholdConf> rows) {
+    return [rows](CLoggerConf* conf) { conf->m_FsUsageMonitorConf.m_FsThresholdConfList = rows; };
+}
+const Change kNoVolumes = Volumes({});
+
+const string kCpu = "CPU=(True, 60, 5, 90)\n";
+const string kMemory = "MEMORY=(False, 30, 3, 85)\n";
+const string kFs = "FILESYSTEM=(True, 300, 2)\n";
+
+// The file with this CPU line; the record asks for the sample's values and no file systems.
+AlertRow CpuLine(const string& name, const string& before, const string& after) {
+    return {name, kNoVolumes, before + "\n" + kMemory + kFs, true, after + "\n" + kMemory + kFs};
+}
+AlertRow AlertRefused(const string& name, const string& text) {
+    return {name, kNoVolumes, text, false, text};
+}
+// The file systems asked for, the lines behind FILESYSTEM before, and after.
+AlertRow VolumeLines(const string& name, const std::list<CLoggerFsThresholdConf>& rows,
+                     const string& before, const string& after) {
+    return {name, Volumes(rows), kCpu + kMemory + kFs + before, true, kCpu + kMemory + kFs + after};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ValueLists, EditAlert,
+    testing::Values(
+        CpuLine("Cpu", "CPU=(False, 30, 3, 85)", "CPU=(True, 60, 5, 90)"),
+        CpuLine("TextOutsideTheParenthesesIsKept", " x CPU= about (False,1,2,3) # note (y)",
+                " x CPU= about (True, 60, 5, 90) # note (y)"),
+        CpuLine("OldValuesAreNotRead", "CPU=(a,b,c,d)", "CPU=(True, 60, 5, 90)"),
+        CpuLine("EmptyFieldsCount", "CPU=(,,,)", "CPU=(True, 60, 5, 90)"),
+        CpuLine("EveryLine", "CPU=(False,1,1,1)\nCPU=(False,2,2,2)",
+                "CPU=(True, 60, 5, 90)\nCPU=(True, 60, 5, 90)"),
+        CpuLine("CommentedLineStays", "#CPU=(False,1,1,1)\nCPU=(False,2,2,2)",
+                "#CPU=(False,1,1,1)\nCPU=(True, 60, 5, 90)"),
+        CpuLine("LineWithEmptyListStays", "CPU=()\nCPU=(False,2,2,2)",
+                "CPU=()\nCPU=(True, 60, 5, 90)"),
+        CpuLine("BlankBeforeTheEqualsSignStays", "CPU =(False,1,1,1)\nCPU=(False,2,2,2)",
+                "CPU =(False,1,1,1)\nCPU=(True, 60, 5, 90)"),
+        CpuLine("CarriageReturnIsKept", "CPU=(False,1,1,1)\r", "CPU=(True, 60, 5, 90)\r"),
+        CpuLine("KeyInsideALongerWord", "XCPU=(False,1,1,1)", "XCPU=(True, 60, 5, 90)"),
+        // The parentheses are the line's first, not the key's.
+        CpuLine("ParenthesesBeforeTheKey", "(see below) CPU=(False,1,1,1)",
+                "(True, 60, 5, 90) CPU=(False,1,1,1)"),
+        CpuLine("ClosingParenthesisBeforeTheKey", "a) CPU=(False,1,1,1) rest",
+                "a) CPU=(True, 60, 5, 90"),
+        AlertRow{"AllThree",
+                 [](CLoggerConf* conf) {
+                     conf->m_UsageMonitorConf[0].m_bMonitoringEnable = false;
+                     conf->m_UsageMonitorConf[0].m_uiSamplingInterval = 30;
+                     conf->m_UsageMonitorConf[0].m_uiSamplingCount = 3;
+                     conf->m_UsageMonitorConf[0].m_iThreshold = 85;
+                     conf->m_FsUsageMonitorConf.m_bMonitoringEnable = false;
+                     kNoVolumes(conf);
+                 },
+                 "FILESYSTEM=(x,y,z)\nMEMORY=(1,2,3,4)\nCPU=(True, 60, 5, 90)\n", true,
+                 "FILESYSTEM=(False, 300, 2)\nMEMORY=(False, 30, 3, 85)\n"
+                 "CPU=(False, 30, 3, 85)\n"},
+        AlertRow{"LargeNumbersAreWrittenNegative",
+                 [](CLoggerConf* conf) {
+                     conf->m_UsageMonitorConf[0].m_uiSamplingInterval = 2147483647U;
+                     conf->m_UsageMonitorConf[0].m_uiSamplingCount = 2147483648U;
+                     conf->m_UsageMonitorConf[0].m_iThreshold = -1;
+                     conf->m_FsUsageMonitorConf.m_uiSamplingInterval = 4294967295U;
+                     kNoVolumes(conf);
+                 },
+                 kCpu + kMemory + kFs, true,
+                 "CPU=(True, 2147483647, -2147483648, -1)\n" + kMemory +
+                     "FILESYSTEM=(True, -1, 2)\n"},
+        AlertRow{"AllKeysOnOneLine", kNoVolumes, "CPU=MEMORY=(a,b,c,d)\n" + kMemory + kFs, true,
+                 "CPU=MEMORY=(True, 60, 5, 90)\n" + kMemory + kFs},
+        AlertRow{"OtherLinesStay", kNoVolumes,
+                 "# Usage\n\n\tRetention = (1,2) \n" + kCpu + "\r\n" + kMemory + kFs + "end\n",
+                 true,
+                 "# Usage\n\n\tRetention = (1,2) \n" + kCpu + "\r\n" + kMemory + kFs + "end\n"}),
+    RowName<AlertRow>);
+
+INSTANTIATE_TEST_SUITE_P(
+    Refusals, EditAlert,
+    testing::Values(
+        AlertRefused("NoLines", ""),
+        AlertRow{"OnlyVolumeLines", kNoVolumes, "FSNAME=\"/home\" (90)\n", false, ""},
+        AlertRefused("CpuWithThreeFields", "CPU=(True,60,5)\n" + kMemory + kFs),
+        AlertRefused("CpuWithFiveFields", "CPU=(True,60,5,80,1)\n" + kMemory + kFs),
+        AlertRefused("MemoryWithThreeFields", kCpu + "MEMORY=(True,60,5)\n" + kFs),
+        AlertRefused("FileSystemWithTwoFields", kCpu + kMemory + "FILESYSTEM=(True, 60)\n"),
+        AlertRefused("FileSystemWithFourFields", kCpu + kMemory + "FILESYSTEM=(True,60,3,1)\n"),
+        AlertRefused("CpuMissing", kMemory + kFs), AlertRefused("MemoryMissing", kCpu + kFs),
+        AlertRefused("FileSystemMissing", kCpu + kMemory),
+        AlertRefused("FileSystemOnlyInAComment", kCpu + kMemory + "#" + kFs),
+        // Lines before the bad one are edited by then; the caller writes none of them.
+        AlertRow{"BadLineEndsTheEdit", kNoVolumes, "CPU=(False,1,1,1)\nMEMORY=(1)\n" + kFs, false,
+                 kCpu + "MEMORY=(1)\n" + kFs}),
+    RowName<AlertRow>);
+
+INSTANTIATE_TEST_SUITE_P(
+    VolumeLines, EditAlert,
+    testing::Values(
+        AlertRow{"SampleStaysAsItIs", Nothing, CTestRoot::kAlertConfig, true,
+                 CTestRoot::kAlertConfig},
+        AlertRow{"OldLinesGatherBehindTheFileSystemLine",
+                 Volumes({{"/var", 90, true}, {"/home", 80, false}}),
+                 "FSNAME=\"/home\"   (70)\n" + kCpu + kFs + "# text\nFSNAME=\"/var\"   (60)\n" +
+                     kMemory,
+                 true,
+                 kCpu + kFs + "FSNAME=\"/var\"   (90)\n#KZM# \tFSNAME=\"/home\"   (80)\n# text\n" +
+                     kMemory},
+        VolumeLines("MonitoredAtTheDefault", {{"/new", 80, true}}, "", "FSNAME=\"/new\"   (80)\n"),
+        VolumeLines("NewNotMonitoredAtTheDefaultHasNoLine", {{"/new", 80, false}}, "", ""),
+        VolumeLines("NewNotMonitoredAtAnotherThreshold", {{"/new", 81, false}}, "",
+                    "#KZM# \tFSNAME=\"/new\"   (81)\n"),
+        VolumeLines("KnownNotMonitoredAtTheDefaultKeepsALine", {{"/home", 80, false}},
+                    "FSNAME=\"/home\" (80)\n", "#KZM# \tFSNAME=\"/home\"   (80)\n"),
+        VolumeLines("KnownFromAMarkedLine", {{"/home", 80, false}},
+                    "#KZM# \tFSNAME=\"/home\"   (75)\n", "#KZM# \tFSNAME=\"/home\"   (80)\n"),
+        VolumeLines("ThresholdZeroIsNotTheDefault", {{"/new", 0, false}}, "",
+                    "#KZM# \tFSNAME=\"/new\"   (0)\n"),
+        VolumeLines("LineOfAFileSystemThatIsNotInTheRecordGoes", {}, "FSNAME=\"/gone\" (70)\n", ""),
+        VolumeLines("MalformedLineStays", {{"/home", 80, false}}, "FSNAME=\"/home\" (0)\n",
+                    "FSNAME=\"/home\" (0)\n"),
+        VolumeLines("CommentedLineStaysAndIsNotKnown", {{"/home", 80, false}},
+                    "# FSNAME=\"/home\" (70)\n", "# FSNAME=\"/home\" (70)\n"),
+        VolumeLines("RecordOrderIsKept", {{"/c", 1, true}, {"/a", 2, false}, {"/b", 3, true}}, "",
+                    "FSNAME=\"/c\"   (1)\n#KZM# \tFSNAME=\"/a\"   (2)\nFSNAME=\"/b\"   (3)\n"),
+        VolumeLines("NegativeThreshold", {{"/x", -5, true}}, "", "FSNAME=\"/x\"   (-5)\n"),
+        VolumeLines("NamesAreCopiedByteForByte",
+                    {{"/%s%n \xff\x1b[31m", 70, true}, {string(10000, 'x'), 70, true}}, "",
+                    "FSNAME=\"/%s%n \xff\x1b[31m\"   (70)\nFSNAME=\"" + string(10000, 'x') +
+                        "\"   (70)\n"),
+        AlertRow{"TwoFileSystemLinesEachGetTheBlock", Volumes({{"/a", 70, true}}),
+                 kFs + kCpu + kFs + kMemory, true,
+                 kFs + "FSNAME=\"/a\"   (70)\n" + kCpu + kFs + "FSNAME=\"/a\"   (70)\n" + kMemory},
+        AlertRow{"BlockIsNotScannedAgain",
+                 Volumes({{"/CPU=(1)", 70, true}, {"/FILESYSTEM=(1)", 70, true}}),
+                 kCpu + kMemory + kFs, true,
+                 kCpu + kMemory + kFs +
+                     "FSNAME=\"/CPU=(1)\"   (70)\nFSNAME=\"/FILESYSTEM=(1)\"   (70)\n"}),
+    RowName<AlertRow>);
+
+TEST(FindItem, FindsExactlyThisElement) {
+    Lines list;
+    EXPECT_FALSE(CLoggerConf::FindItem(&list, ""));
+    list = {"/", "/home"};
+    EXPECT_TRUE(CLoggerConf::FindItem(&list, "/home"));
+    EXPECT_FALSE(CLoggerConf::FindItem(&list, "/hom"));
+    EXPECT_FALSE(CLoggerConf::FindItem(&list, "/home/"));
+    EXPECT_FALSE(CLoggerConf::FindItem(&list, "/Home"));
+}
+
+// ---- Files ----
+
+bool Edit(const CLoggerConf& conf) {
+    return conf.EditConfigFile(KzmPaths::kAgentConfig, KzmPaths::kAlertConfig);
+}
+
+// The sample with a value changed in each file, and what the files hold then.
+CLoggerConf ChangedConf() {
+    CLoggerConf conf = SampleConf();
+    conf.m_SyslogOutputConf.m_bInformationAlert = true;
+    conf.m_UsageMonitorConf[CLoggerConf::kCpu].m_iThreshold = 95;
+    return conf;
+}
+
+string Replace(string text, const string& from, const string& to) {
+    return text.replace(text.find(from), from.size(), to);
+}
+
+const string kChangedAgent =
+    Replace(CTestRoot::kAgentConfig, "InformationAlert = False", "InformationAlert = True");
+const string kChangedAlert = Replace(CTestRoot::kAlertConfig, "60, 5, 90", "60, 5, 95");
+
+TEST(EditConfigFile, RewritesBothFilesInPlace) {
+    const CTestRoot root;
+    ASSERT_EQ(0, chmod(KzmPaths::kAgentConfig, 0640));
+    struct stat before {};
+    stat(KzmPaths::kAgentConfig, &before);
+    const CLoggerConf conf = ChangedConf();
+    const CTraceCapture trace;
+    EXPECT_TRUE(Edit(conf));
+    EXPECT_EQ(TraceLines{}, trace.Lines());
+    EXPECT_EQ(kChangedAgent, ReadFile(KzmPaths::kAgentConfig));
+    EXPECT_EQ(kChangedAlert, ReadFile(KzmPaths::kAlertConfig));
+    struct stat after {};
+    stat(KzmPaths::kAgentConfig, &after);
+    EXPECT_EQ(before.st_ino, after.st_ino);
+    EXPECT_EQ(before.st_mode, after.st_mode);
+    const auto folder = std::filesystem::path(KzmPaths::kAgentConfig).parent_path();
+    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+TEST(EditConfigFile, ChangesNothingInFilesThatHoldTheRecord) {
+    const CTestRoot root;
+    EXPECT_TRUE(Edit(SampleConf()));
+    EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
+    EXPECT_EQ(CTestRoot::kAlertConfig, ReadFile(KzmPaths::kAlertConfig));
+}
+
+TEST(EditConfigFile, EveryLineEndsWithANewlineAfterwards) {
+    const CTestRoot root;
+    string agent = CTestRoot::kAgentConfig;
+    agent.pop_back();
+    root.SetAgentConfig(agent);
+    root.SetAlertConfig(string(CTestRoot::kAlertConfig) + "\n\nlast");
+    EXPECT_TRUE(Edit(SampleConf()));
+    EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
+    EXPECT_EQ(string(CTestRoot::kAlertConfig) + "\n\nlast\n", ReadFile(KzmPaths::kAlertConfig));
+}
+
+TEST(EditConfigFile, CarriageReturnsStayAndNoneAreAdded) {
+    const CTestRoot root;
+    string alert;
+    for (const string& line : Split(CTestRoot::kAlertConfig)) {
+        alert += line + "\r\n";
+    }
+    root.SetAlertConfig(alert);
+    EXPECT_TRUE(Edit(SampleConf()));
+    // The lines that are made anew end with a newline alone.
+    alert = Replace(alert, "FSNAME=\"/home\"   (90)\r", "FSNAME=\"/home\"   (90)");
+    alert = Replace(alert, "FSNAME=\"/data\"   (75)\r", "FSNAME=\"/data\"   (75)");
+    EXPECT_EQ(alert, ReadFile(KzmPaths::kAlertConfig));
+}
+
+TEST(EditConfigFile, ZeroBytesAreKept) {
+    const CTestRoot root;
+    const string agent = string("\0a\0\n", 4) + CTestRoot::kAgentConfig;
+    root.SetAgentConfig(agent);
+    EXPECT_TRUE(Edit(SampleConf()));
+    EXPECT_EQ(agent, ReadFile(KzmPaths::kAgentConfig));
+}
+
+struct FailureRow {
+    string name;
+    std::function<void(const CTestRoot&)> prepare;
+    string reason;
+    bool agentWritten;
+};
+std::ostream& operator<<(std::ostream& out, const FailureRow& row) {
+    return out << row.name;
+}
+
+class EditConfigFileFailure : public testing::TestWithParam<FailureRow> {};
+
+// The text of a file; empty when there is none that can be read.
+string TextOf(const string& path) {
+    std::ifstream file(path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return file.is_open() ? text.str() : string();
+}
+
+TEST_P(EditConfigFileFailure, TracesTheReasonAndLeavesTheFilesAsDocumented) {
+    const CTestRoot root;
+    GetParam().prepare(root);
+    const string agent = TextOf(KzmPaths::kAgentConfig);
+    const string alert = TextOf(KzmPaths::kAlertConfig);
+    {
+        const CLoggerConf conf = ChangedConf();
+        const CWithoutFilePrivileges privileges;
+        const CTraceCapture trace;
+        EXPECT_FALSE(Edit(conf));
+        EXPECT_EQ((TraceLines{{2, "CLoggerConf::EditConfigFile() " + GetParam().reason}}),
+                  trace.Lines());
+    }
+    EXPECT_EQ(GetParam().agentWritten ? kChangedAgent : agent, TextOf(KzmPaths::kAgentConfig));
+    EXPECT_EQ(alert, TextOf(KzmPaths::kAlertConfig));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, EditConfigFileFailure,
+    testing::Values(
+        FailureRow{"AgentMissing", [](const CTestRoot&) { unlink(KzmPaths::kAgentConfig); },
+                   "agent.cfg open error", false},
+        FailureRow{"AgentUnreadable", [](const CTestRoot&) { chmod(KzmPaths::kAgentConfig, 0200); },
+                   "agent.cfg open error", false},
+        FailureRow{"AgentNotEditable",
+                   [](const CTestRoot& root) { root.SetAgentConfig("SyslogOutput=True\n"); },
+                   "EditAgent failure", false},
+        FailureRow{"AgentEmpty", [](const CTestRoot& root) { root.SetAgentConfig(""); },
+                   "EditAgent failure", false},
+        FailureRow{"AgentIsAFolder",
+                   [](const CTestRoot&) {
+                       unlink(KzmPaths::kAgentConfig);
+                       std::filesystem::create_directory(KzmPaths::kAgentConfig);
+                   },
+                   "EditAgent failure", false},
+        FailureRow{"AgentReadOnly", [](const CTestRoot&) { chmod(KzmPaths::kAgentConfig, 0400); },
+                   "agent.cfg open error", false},
+        // agent.cfg comes first and is not taken back.
+        FailureRow{"AlertMissing", [](const CTestRoot&) { unlink(KzmPaths::kAlertConfig); },
+                   "alert.cfg open error", true},
+        FailureRow{"AlertUnreadable", [](const CTestRoot&) { chmod(KzmPaths::kAlertConfig, 0200); },
+                   "alert.cfg open error", true},
+        FailureRow{"AlertNotEditable",
+                   [](const CTestRoot& root) { root.SetAlertConfig("CPU=(1)\n"); },
+                   "EditAlert failure", true},
+        FailureRow{"AlertEmpty", [](const CTestRoot& root) { root.SetAlertConfig(""); },
+                   "EditAlert failure", true},
+        FailureRow{"AlertReadOnly", [](const CTestRoot&) { chmod(KzmPaths::kAlertConfig, 0400); },
+                   "alert.cfg open error", true}),
+    RowName<FailureRow>);
+
+} // namespace
