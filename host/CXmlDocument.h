@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct CXmlAttribute {
+    std::string m_sName;
+    std::string m_sValue;
+};
+
+// One element of a document. Names are kept as written, prefixes included.
+struct CXmlElement {
+    std::string m_sName;
+    std::vector<CXmlAttribute> m_attributes; // in the order of the text
+    std::string m_sText;                 // its own characters, joined; not those of its children
+    std::vector<CXmlElement> m_children; // in the order of the text
+    std::size_t m_uiLine = 0;            // where its start tag begins, from 1
+
+    // The value of an attribute, owned by this element; null when there is none of this name.
+    [[nodiscard]] const std::string* FindAttribute(std::string_view name) const;
+};
+
+// How much of a text is read before it is refused.
+struct CXmlLimits {
+    std::size_t m_uiBytes = std::size_t{8} * 1024 * 1024;
+    std::size_t m_uiDepth = 64; // the root element has depth 1
+    std::size_t m_uiElements = 100'000;
+    std::size_t m_uiAttributes = 100'000; // of all elements together
+};
+
+// Why a text is no document, and where. Lines and columns count from 1.
+struct CXmlError {
+    std::size_t m_uiLine = 1;
+    std::size_t m_uiColumn = 1;
+    std::string m_sReason;
+
+    // "line 3, column 7: mismatched tag"
+    [[nodiscard]] std::string Text() const;
+};
+
+// A whole XML text as a tree of elements. Comments and processing instructions are dropped.
+//
+// The text may come from anywhere: a document type declaration (and with it every entity that is
+// not built in), a declared encoding other than UTF-8, and a text beyond the limits are refused.
+class CXmlDocument {
+public:
+    // On failure nothing comes back and *error says why. Throws nothing.
+    static std::optional<CXmlDocument> Parse(std::string_view text, CXmlError* error,
+                                             const CXmlLimits& limits = {}) noexcept;
+
+    [[nodiscard]] const CXmlElement& GetRoot() const { return m_root; }
+
+private:
+    explicit CXmlDocument(CXmlElement root) : m_root(std::move(root)) {}
+
+    CXmlElement m_root;
+};

@@ -1,0 +1,200 @@
+#include "host/CXmlDocument.h"
+
+#include "tests/support/TableTest.h"
+
+using std::string;
+
+namespace {
+
+string Repeat(const string& text, std::size_t count) {
+    string all;
+    for (std::size_t i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+string Nested(std::size_t depth) {
+    return Repeat("<a>", depth) + Repeat("</a>", depth);
+}
+
+string WithChildren(std::size_t count) {
+    return "<a>" + Repeat("<b/>", count) + "</a>";
+}
+
+// As in: a{x=1}'text'[b[] c[]]
+string Dump(const CXmlElement& element) {
+    string text = element.m_sName;
+    for (const CXmlAttribute& attribute : element.m_attributes) {
+        text += "{" + attribute.m_sName + "=" + attribute.m_sValue + "}";
+    }
+    if (!element.m_sText.empty()) {
+        text += "'" + element.m_sText + "'";
+    }
+    text += "[";
+    for (const CXmlElement& child : element.m_children) {
+        text += (text.back() == '[' ? "" : " ") + Dump(child);
+    }
+    return text + "]";
+}
+
+// ---- Texts that are documents ----
+
+struct GoodRow {
+    string name;
+    string text;
+    string expected;
+};
+std::ostream& operator<<(std::ostream& out, const GoodRow& row) {
+    return out << testing::PrintToString(row.text);
+}
+
+class GoodXml : public testing::TestWithParam<GoodRow> {};
+
+TEST_P(GoodXml, BecomesATree) {
+    CXmlError error;
+    const auto document = CXmlDocument::Parse(GetParam().text, &error);
+    ASSERT_TRUE(document) << error.Text();
+    EXPECT_EQ(GetParam().expected, Dump(document->GetRoot()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, GoodXml,
+    testing::Values(
+        GoodRow{"OneElement", "<a/>", "a[]"},
+        GoodRow{"Declaration", "<?xml version='1.0'?><a/>", "a[]"},
+        GoodRow{"Utf8Declared", "<?xml version='1.0' encoding='utf-8'?><a/>", "a[]"},
+        GoodRow{"ByteOrderMark", "\xEF\xBB\xBF<a/>", "a[]"},
+        GoodRow{"AttributesInOrder", "<a z='1' b='2' y=''/>", "a{z=1}{b=2}{y=}[]"},
+        GoodRow{"Children", "<a><b><c/></b><d/></a>", "a[b[c[]] d[]]"},
+        GoodRow{"TextAroundChildren", "<a> one <b>two</b> three</a>", "a' one  three'[b'two'[]]"},
+        GoodRow{"BuiltInEntities", "<a x='&quot;'>&lt;&amp;&#65;&#x42;</a>", "a{x=\"}'<&AB'[]"},
+        GoodRow{"CData", "<a><![CDATA[<b>&c;]]></a>", "a'<b>&c;'[]"},
+        GoodRow{"CommentsAndInstructions", "<!-- x --><?pi y?><a><!-- z --><?pi?></a><!---->",
+                "a[]"},
+        GoodRow{"MultiByteText", "<a>gr\xC3\xBC\xC3\x9F \xE2\x82\xAC</a>",
+                "a'gr\xC3\xBC\xC3\x9F \xE2\x82\xAC'[]"},
+        GoodRow{"PrefixesAreKept", "<p:a p:x='1' xmlns:p='u'/>", "p:a{p:x=1}{xmlns:p=u}[]"}),
+    RowName<GoodRow>);
+
+TEST(XmlElement, KnowsItsLineAndItsAttributes) {
+    CXmlError error;
+    const auto document = CXmlDocument::Parse("<a>\n  <b\n x='1'/>\n</a>", &error);
+    ASSERT_TRUE(document) << error.Text();
+    const CXmlElement& child = document->GetRoot().m_children.at(0);
+    EXPECT_EQ(2U, child.m_uiLine);
+    ASSERT_NE(nullptr, child.FindAttribute("x"));
+    EXPECT_EQ("1", *child.FindAttribute("x"));
+    EXPECT_EQ(nullptr, child.FindAttribute("X"));
+}
+
+// ---- Texts that are refused ----
+
+struct BadRow {
+    string name;
+    string text;
+    string expected; // line, column and the beginning of the reason
+};
+std::ostream& operator<<(std::ostream& out, const BadRow& row) {
+    return out << testing::PrintToString(row.text.substr(0, 100));
+}
+
+class BadXml : public testing::TestWithParam<BadRow> {};
+
+TEST_P(BadXml, IsRefusedWithPlaceAndReason) {
+    CXmlError error;
+    EXPECT_FALSE(CXmlDocument::Parse(GetParam().text, &error));
+    EXPECT_EQ(GetParam().expected, error.Text().substr(0, GetParam().expected.size()));
+}
+
+const char kBillionLaughs[] = "<?xml version='1.0'?>\n"
+                              "<!DOCTYPE l [<!ENTITY a 'ha'><!ENTITY b '&a;&a;&a;&a;&a;&a;'>]>\n"
+                              "<l>&b;</l>";
+
+INSTANTIATE_TEST_SUITE_P(
+    Malformed, BadXml,
+    testing::Values(
+        BadRow{"Nothing", "", "line 1, column 1: no element found"},
+        BadRow{"OnlyText", "hello", "line 1, column 1: syntax error"},
+        BadRow{"TwoRoots", "<a/><b/>", "line 1, column 5: junk after document element"},
+        BadRow{"MismatchedTag", "<a>\n<b></a>", "line 2, column 6: mismatched tag"},
+        BadRow{"Unclosed", "<a>\n<b>", "line 2, column 4: no element found"},
+        BadRow{"AttributeTwice", "<a x='1' x='2'/>", "line 1, column 10: duplicate attribute"},
+        BadRow{"UnknownEntity", "<a>&what;</a>", "line 1, column 4: undefined entity"},
+        BadRow{"NulByte", string("<a>x\0y</a>", 10), "line 1, column 5: not well-formed"},
+        BadRow{"NulAtTheEnd", string("<a/>\0", 5), "line 1, column 5: not well-formed"},
+        BadRow{"BrokenUtf8", "<a>\xC3(</a>", "line 1, column 4: not well-formed"},
+        BadRow{"OverlongUtf8", "<a>\xC0\xAF</a>", "line 1, column 4: not well-formed"}),
+    RowName<BadRow>);
+
+INSTANTIATE_TEST_SUITE_P(
+    Hostile, BadXml,
+    testing::Values(
+        BadRow{"Doctype", "<!DOCTYPE a><a/>", "line 1, column 12: a document type declaration"},
+        BadRow{"BillionLaughs", kBillionLaughs, "line 2, column 13: a document type declaration"},
+        BadRow{"ExternalEntity", "<!DOCTYPE a [<!ENTITY x SYSTEM 'file:///etc/passwd'>]><a>&x;</a>",
+               "line 1, column 13: a document type declaration"},
+        BadRow{"ExternalSubset", "<!DOCTYPE a SYSTEM 'http://localhost/a.dtd'><a/>",
+               "line 1, column 44: a document type declaration"},
+        BadRow{"TooDeep", Nested(65), "line 1, column 193: elements are nested deeper than 64"},
+        BadRow{"MuchTooDeep", Nested(500'000), "line 1, column 193: elements are nested deeper"},
+        BadRow{"TooManyElements", WithChildren(100'000),
+               "line 1, column 400000: there are more than 100000 elements"},
+        BadRow{"TooLong", "<a>" + string((std::size_t{8} << 20) - 6, 'x') + "</a>",
+               "line 1, column 1: the text is longer than 8388608 bytes"},
+        BadRow{"TooManyAttributes", "<a>" + Repeat("<b c='' d=''/>", 50'001) + "</a>",
+               "line 1, column 700004: there are more than 100000 attributes"}),
+    RowName<BadRow>);
+
+INSTANTIATE_TEST_SUITE_P(
+    WrongEncoding, BadXml,
+    testing::Values(
+        BadRow{"Latin1", "<?xml version='1.0' encoding='ISO-8859-1'?><a/>",
+               "line 1, column 1: the encoding \"ISO-8859-1\" is declared, but only UTF-8 is read"},
+        BadRow{"Unheard", "<?xml version='1.0' encoding='x-own'?><a/>",
+               "line 1, column 1: the encoding \"x-own\" is declared"},
+        BadRow{"Utf16Declared", "<?xml version='1.0' encoding='UTF-16'?><a/>",
+               "line 1, column 1: the encoding \"UTF-16\" is declared"},
+        BadRow{"Utf16BigEndian", string("\xFE\xFF\0<\0a\0/\0>", 10),
+               "line 1, column 1: the text is UTF-16, but only UTF-8 is read"},
+        BadRow{"Utf16LittleEndian", string("\xFF\xFE<\0a\0/\0>\0", 10),
+               "line 1, column 1: the text is UTF-16, but only UTF-8 is read"}),
+    RowName<BadRow>);
+
+TEST(XmlLimits, AllowExactlyTheirNumber) {
+    const string texts[] = {
+        Nested(64),
+        WithChildren(99'999),
+        "<a>" + string((std::size_t{8} << 20) - 7, 'x') + "</a>",
+        "<a>" + Repeat("<b c='' d=''/>", 50'000) + "</a>",
+    };
+    for (const string& text : texts) {
+        SCOPED_TRACE(text.substr(0, 40));
+        CXmlError error;
+        EXPECT_TRUE(CXmlDocument::Parse(text, &error)) << error.Text();
+    }
+}
+
+TEST(XmlLimits, CanBeSetForEachText) {
+    CXmlLimits limits;
+    limits.m_uiDepth = 1;
+    CXmlError error;
+    EXPECT_TRUE(CXmlDocument::Parse("<a/>", &error, limits));
+    EXPECT_FALSE(CXmlDocument::Parse("<a><b/></a>", &error, limits));
+    EXPECT_EQ("line 1, column 4: elements are nested deeper than 1", error.Text());
+}
+
+TEST(TruncatedXml, IsRefusedAtEveryByte) {
+    const string text = "<?xml version='1.0' encoding='UTF-8'?>\n<!-- c -->\n<?pi x?>\n"
+                        "<a x='1&amp;2' y=\"&#65;\">\xE2\x82\xAC<b/><![CDATA[<]]>&lt;</a>";
+    CXmlError error;
+    ASSERT_TRUE(CXmlDocument::Parse(text, &error)) << error.Text();
+    for (std::size_t length = 0; length < text.size(); ++length) {
+        SCOPED_TRACE(text.substr(0, length));
+        error = CXmlError();
+        EXPECT_FALSE(CXmlDocument::Parse(text.substr(0, length), &error));
+        EXPECT_NE("", error.m_sReason);
+    }
+}
+
+} // namespace
