@@ -1,0 +1,59 @@
+#!/bin/sh
+# Lays out a sample host below the root of a demo build and shows the tool at work on it. Nothing
+# outside the build folder is touched.
+set -eu
+
+demo=$(cd "$(dirname "$0")" && pwd)
+build=$(cd "$1" && pwd)
+root=$build/root
+agent=$root/opt/veltaro/agent
+pidfile=$agent/agent.pid
+PATH=$root/opt/veltaro/kzm/bin:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
+
+if [ -t 1 ]; then
+    bold=$(printf '\033[1m') plain=$(printf '\033[0m')
+else
+    bold='' plain=''
+fi
+
+say() {
+    printf '\n%s%s%s\n' "$bold" "$1" "$plain"
+}
+
+show() {
+    printf '\n%s$ %s%s\n' "$bold" "$*" "$plain"
+    "$@"
+}
+
+service() {
+    start-stop-daemon "--$1" --quiet --oknodo --pidfile "$pidfile" --background --make-pidfile \
+        --startas "$agent/agent.sh"
+}
+
+stop_service() {
+    [ ! -f "$pidfile" ] ||
+        start-stop-daemon --stop --quiet --oknodo --retry 5 --pidfile "$pidfile" --remove-pidfile
+}
+
+lay_out_host() {
+    stop_service
+    rm -rf "$root"
+    cmake --install "$build" >/dev/null
+    mkdir -p "$root/bin" "$root/etc/opt/veltaro/ardenvale" "$agent" \
+        "$root/opt/veltaro/kzm/provider/device"
+    ln -s /bin/mount "$root/bin/mount"
+    cp "$demo/agent.cfg" "$demo/alert.cfg" "$root/etc/opt/veltaro/ardenvale/"
+    cp "$demo/agent.sh" "$agent/"
+    sed "s|@AGENT@|$agent|g" "$demo/Logger.conf.in" >"$root/opt/veltaro/kzm/provider/device/Logger.conf"
+    chmod 644 "$root/opt/veltaro/kzm/provider/device/Logger.conf"
+    service start
+}
+
+lay_out_host
+trap stop_service EXIT
+
+say "A sample host below $root, with this machine's own mount table:"
+show loggerctl get
+
+say "Single values, for scripts:"
+show loggerctl get cpu.threshold syslog.output fs.enable

@@ -1,0 +1,207 @@
+#include "loggerctl/CFailureReport.h"
+
+#include "KzmPaths.h"
+#include "loggerctl/CAgentConfigCheck.h"
+#include "loggerctl/CAlertConfigCheck.h"
+#include "loggerctl/CFileProblem.h"
+#include "loggerctl/CLockHolder.h"
+#include "loggerctl/COutput.h"
+#include "loggerctl/CProviderCall.h"
+#include "loggerctl/CSafeText.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using std::string;
+
+string DescriptionFile() {
+    return string(KzmPaths::kDeviceFolder) + "/Logger.conf";
+}
+
+// ---- The reasons. Each gets what stands in the line behind its known text. ----
+
+string Consequence(const string& /*rest*/) {
+    return "";
+}
+
+string Sentence(const string& rest) {
+    return CSafeText::Escape(rest) + ".";
+}
+
+string Exception(const string& rest) {
+    const string text = rest.substr(0, rest.rfind(']'));
+    return "The provider met an exception: " + CSafeText::Escape(text) + ".";
+}
+
+string UnknownException(const string& /*rest*/) {
+    return "The provider met an exception of an unknown type.";
+}
+
+// A description that was refused has a line of its own.
+string NoVendor(const string& /*rest*/) {
+    const string problem = CFileProblem::Reading(DescriptionFile());
+    return problem.empty() ? "" : problem + " Without it the agent's service is not known.";
+}
+
+string VendorRefused() {
+    return CSafeText::Escape(DescriptionFile()) + ": the device description was refused.";
+}
+
+string NotInstalled(const string& /*rest*/) {
+    return "Install the agent. If it is installed, see the CheckInstall line in " +
+           CSafeText::Escape(DescriptionFile()) + ".";
+}
+
+string NoLock(const string& /*rest*/) {
+    const string problem = CFileProblem::Locking(KzmPaths::kLockFile);
+    if (!problem.empty()) {
+        return problem;
+    }
+    const std::optional<pid_t> holder = CLockHolder::Find(KzmPaths::kLockFile);
+    return "The settings lock " + CSafeText::Escape(KzmPaths::kLockFile) +
+           " stayed taken for 30 seconds" +
+           (holder ? ", by " + CLockHolder::Describe(*holder) : "") + ". Try again later.";
+}
+
+string AgentNotOpened(const string& /*rest*/) {
+    const string problem = CFileProblem::Reading(KzmPaths::kAgentConfig);
+    return problem.empty() ? CSafeText::Escape(KzmPaths::kAgentConfig) + ": could not be opened."
+                           : problem;
+}
+
+string AlertNotOpened(const string& /*rest*/) {
+    const string problem = CFileProblem::Reading(KzmPaths::kAlertConfig);
+    return problem.empty() ? CSafeText::Escape(KzmPaths::kAlertConfig) + ": could not be opened."
+                           : problem;
+}
+
+string ChangedMeanwhile(const char* path) {
+    return CSafeText::Escape(path) + ": was not valid, but is now. Try again.";
+}
+
+string AgentFlags(const string& rest) {
+    string problem = CAgentConfigCheck::FindProblem(KzmPaths::kAgentConfig);
+    if (problem.empty()) {
+        const auto flags = static_cast<std::uint16_t>(std::strtoul(rest.c_str(), nullptr, 16));
+        problem = CAgentConfigCheck::DescribeMissing(KzmPaths::kAgentConfig, flags);
+    }
+    return problem.empty() ? ChangedMeanwhile(KzmPaths::kAgentConfig) : problem;
+}
+
+string MonitorFlags(const string& /*rest*/) {
+    const string problem = CAlertConfigCheck::FindMonitorProblem(KzmPaths::kAlertConfig);
+    return problem.empty() ? ChangedMeanwhile(KzmPaths::kAlertConfig) : problem;
+}
+
+string FileSystemFlags(const string& /*rest*/) {
+    const string problem = CAlertConfigCheck::FindFileSystemProblem(KzmPaths::kAlertConfig);
+    return problem.empty() ? ChangedMeanwhile(KzmPaths::kAlertConfig) : problem;
+}
+
+string NoMountPoints(const string& /*rest*/) {
+    return string("The mounted file systems cannot be listed: the command \"") +
+           CSafeText::Escape(KzmPaths::kMountCommand) +
+           "\" cannot be run, or prints a line without a mount point. Run it and see.";
+}
+
+// An invalid value behind four good ones leaves no line of its own.
+string RecordRefused() {
+    const string problem = CAgentConfigCheck::FindProblem(KzmPaths::kAgentConfig);
+    return problem.empty() ? "The settings files were not valid, but are now. Try again." : problem;
+}
+
+string NoClass(const string& /*rest*/) {
+    return "The class definitions lack the provider's class. Install the product again, or name "
+           "other definitions with --definitions.";
+}
+
+// ---- The table ----
+
+struct Rule {
+    const char* m_pText; // the line begins with it
+    string (*m_pReason)(const string& rest);
+    string (*m_pAlone)() = nullptr; // the reason when no line gives one
+};
+
+constexpr std::array kRules{
+    Rule{"CVELTARO_ToolServiceLogger::GetParameter() CIM_VTR_E_CRITICAL_ERROR", NoVendor,
+         VendorRefused},
+    Rule{"CVELTARO_ToolServiceLogger::GetParameter() Logger not installed", NotInstalled},
+    Rule{"CVELTARO_ToolServiceLogger::GetParameter() GetMutex failure", NoLock},
+    Rule{"CVELTARO_ToolServiceLogger::GetParameter() CLoggerConf status error", Consequence,
+         RecordRefused},
+    Rule{"CVELTARO_ToolServiceLogger::ExecMethodAsync hr=", Consequence},
+    Rule{"CVELTARO_ToolServiceLogger::ExecMethodAsync() [exception:", Exception},
+    Rule{"CVELTARO_ToolServiceLogger::ExecMethodAsync() unknown exception", UnknownException},
+    Rule{"CVELTARO_ToolServiceLogger::CVELTARO_ToolServiceLogger() [exception:", Exception},
+    Rule{"CVELTARO_ToolServiceLogger::CVELTARO_ToolServiceLogger() unknown exception",
+         UnknownException},
+    Rule{"VELTARO_ToolServiceLogger pClass == NULL", NoClass},
+    Rule{"CLoggerConf::CLoggerConf agent.cfg open error", AgentNotOpened},
+    Rule{"CLoggerConf::CLoggerConf alert.cfg open error", AlertNotOpened},
+    Rule{"CLoggerSyslogOutputConf::CLoggerSyslogOutputConf nSetFlag=", AgentFlags},
+    Rule{"CLoggerUsageMonitorConf::CLoggerUsageMonitorConf nSetFlag=", MonitorFlags},
+    Rule{"CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf nSetFlag=", FileSystemFlags},
+    Rule{"CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf GetMountPointList() failure",
+         NoMountPoints},
+    Rule{"CDeviceDescription::Read() ", Sentence},
+    Rule{"CCommandRunner::Run() ", Sentence},
+    Rule{"CVendor::ExecuteCommand() ", Sentence},
+};
+
+const Rule* FindRule(const string& line) {
+    for (const Rule& rule : kRules) {
+        if (line.rfind(rule.m_pText, 0) == 0) {
+            return &rule;
+        }
+    }
+    return nullptr;
+}
+
+string Hexadecimal(std::uint32_t value) {
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "0x%08x", value);
+    return text.data();
+}
+
+} // namespace
+
+std::vector<string> CFailureReport::Reasons(const std::vector<CTraceUtility::Line>& lines) {
+    std::vector<string> reasons;
+    string (*alone)() = nullptr;
+    for (const CTraceUtility::Line& line : lines) {
+        const Rule* rule = FindRule(line.m_sText);
+        const string reason =
+            rule == nullptr ? CSafeText::Escape(line.m_sText)
+                            : rule->m_pReason(line.m_sText.substr(std::strlen(rule->m_pText)));
+        if (!reason.empty() && std::find(reasons.begin(), reasons.end(), reason) == reasons.end()) {
+            reasons.push_back(reason);
+        }
+        alone = rule != nullptr && rule->m_pAlone != nullptr ? rule->m_pAlone : alone;
+    }
+    if (reasons.empty() && alone != nullptr) {
+        reasons.push_back(alone());
+    }
+    return reasons;
+}
+
+void CFailureReport::Write(const string& failed, const CProviderAnswer& answer) {
+    std::vector<string> reasons = Reasons(answer.m_lines);
+    if (!answer.m_sError.empty()) {
+        reasons.insert(reasons.begin(), CSafeText::Escape(answer.m_sError));
+    }
+    if (reasons.empty()) {
+        reasons.push_back("The provider gave no reason (method result " +
+                          Hexadecimal(answer.m_uiMethodResult) + ", call status " +
+                          Hexadecimal(static_cast<std::uint32_t>(answer.m_status)) +
+                          "). KZM_TRACE=15 shows what it does.");
+    }
+    const bool plain = answer.m_exitCode == ExitCode::Failure; // the reasons say it better
+    COutput::WriteError(failed + "." + (plain ? "" : " " + CExitCodes::Meaning(answer.m_exitCode)),
+                        reasons);
+}

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+// Finds out why files cannot be used, in words that say what to do.
+class CFileProblem {
+public:
+    // Why the file cannot be read, as a sentence that begins with its path; empty when it can.
+    static std::string Reading(const std::string& path);
+
+    // Why the lock file cannot be opened, or made in its folder; empty when it can.
+    static std::string Locking(const std::string& path);
+};

@@ -1,0 +1,92 @@
+#include "loggerctl/CProviderCall.h"
+
+#include "KzmPaths.h"
+#include "loggerctl/CLockWaitDisplay.h"
+#include "loggerctl/LoggerObjects.h"
+
+#include <unistd.h>
+
+#include <mutex>
+#include <utility>
+
+namespace {
+
+namespace MethodResult {
+constexpr std::uint32_t kSuccess = 0;
+constexpr std::uint32_t kNotInstalled = 176;
+constexpr std::uint32_t kException = 0x80000002;
+} // namespace MethodResult
+
+// Collects the lines that tell why a call failed, from its construction to its destruction.
+class CReasonListener {
+public:
+    CReasonListener();
+    ~CReasonListener() { CTraceUtility::SetListener(0, {}); }
+    CReasonListener(const CReasonListener&) = delete;
+    CReasonListener& operator=(const CReasonListener&) = delete;
+
+    std::vector<CTraceUtility::Line> Lines();
+
+private:
+    std::mutex m_mutex;
+    std::vector<CTraceUtility::Line> m_lines;
+};
+
+CReasonListener::CReasonListener() {
+    constexpr unsigned int kMask =
+        CTraceUtility::TRACE_DBG_FAILURE | CTraceUtility::TRACE_DBG_EXCEPTION;
+    CTraceUtility::SetListener(kMask, [this](const CTraceUtility::Line& line) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_lines.push_back(line);
+    });
+}
+
+std::vector<CTraceUtility::Line> CReasonListener::Lines() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lines;
+}
+
+CCallOutcome CallWaiting(CProviderHost* host, const std::string& method,
+                         IWbemClassObject* inParams) {
+    const CLockWaitDisplay display(KzmPaths::kLockFile, CTerminal::Of(STDERR_FILENO));
+    return host->Call(LoggerObjects::kClass, method, inParams);
+}
+
+} // namespace
+
+CProviderAnswer CProviderCall::Run(const CProviderFiles& files, const std::string& method,
+                                   IWbemClassObject* inParams) {
+    CProviderAnswer answer;
+    CReasonListener listener; // from the start: loading the provider traces reasons, too
+    const std::unique_ptr<CProviderHost> host =
+        CProviderHost::Open(files.m_sLibrary, files.m_sDefinitions, &answer.m_sError);
+    if (host == nullptr) {
+        answer.m_exitCode = ExitCode::NotLoaded;
+    } else {
+        CCallOutcome outcome = CallWaiting(host.get(), method, inParams);
+        answer.m_exitCode = ToExitCode(outcome);
+        answer.m_sError = outcome.m_sError;
+        answer.m_uiMethodResult = outcome.m_uiMethodResult;
+        answer.m_status = outcome.m_status;
+        answer.m_output = std::move(outcome.m_output);
+    }
+    answer.m_lines = listener.Lines();
+    return answer;
+}
+
+ExitCode CProviderCall::ToExitCode(const CCallOutcome& outcome) {
+    if (outcome.m_output != nullptr && outcome.m_uiMethodResult == MethodResult::kException) {
+        return ExitCode::Exception;
+    }
+    if (!outcome.m_sError.empty() || outcome.m_output == nullptr || outcome.m_status < 0) {
+        return ExitCode::Failure;
+    }
+    switch (outcome.m_uiMethodResult) {
+    case MethodResult::kSuccess:
+        return ExitCode::Success;
+    case MethodResult::kNotInstalled:
+        return ExitCode::NotInstalled;
+    default:
+        return ExitCode::Failure;
+    }
+}

@@ -1,0 +1,37 @@
+#!/bin/sh
+# Include lines run downwards only: every folder includes what lies below it, and nothing else.
+set -eu
+cd "$(dirname "$0")/.."
+
+status=0
+
+# check FOLDER ALLOWED: the quoted includes of the folder's files match the pattern, and the headers in
+# angle brackets are those of the standard library and POSIX unless more is allowed.
+check() {
+    folder=$1 quoted=$2 angled=$3
+    bad=$(git grep -hn '#include "' -- "$folder" | grep -Ev "#include \"($quoted)" || true)
+    if [ -n "$bad" ]; then
+        printf '%s reaches into a layer that it must not know:\n%s\n' "$folder" "$bad" >&2
+        status=1
+    fi
+    bad=$(git grep -hn '#include <' -- "$folder" |
+        grep -Ev "#include <($angled[a-z_]+>|(sys|linux)/[a-z]+\.h>|[a-z]+\.h>)" || true)
+    if [ -n "$bad" ]; then
+        printf '%s uses a library that it must not know:\n%s\n' "$folder" "$bad" >&2
+        status=1
+    fi
+}
+
+platform='comlib/|providerbase/'
+expat='expat\.h>|'
+tool='nlohmann/[a-z_]+\.hpp>|CLI/CLI\.hpp>|'
+
+check platform/comlib 'comlib/|providerbase/(IWbemClassObject|CWbemValue)\.h"' ''
+check platform/providerbase "$platform|KzmPaths\.h\"" ''
+check settings "settings/|$platform|KzmPaths\.h\"" ''
+check configfile "settings/|$platform" ''
+check provider "provider/|settings/|$platform|KzmPaths\.h\"" ''
+check host "host/|$platform" "$expat"
+check loggerctl "loggerctl/|host/|settings/|$platform|KzmPaths\.h\"" "$tool"
+
+exit $status

@@ -1,0 +1,74 @@
+// What is seen while another process holds the settings lock.
+
+#include "KzmPaths.h"
+#include "tests/support/CTestRoot.h"
+#include "tests/system/loggerctl/CGolden.h"
+#include "tests/system/loggerctl/CProgram.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace {
+
+// Holds the lock until Release or its end.
+class CHeldLock {
+public:
+    CHeldLock() : m_iFile(open(KzmPaths::kLockFile, O_WRONLY | O_CREAT | O_CLOEXEC, 0600)) {
+        EXPECT_EQ(flock(m_iFile, LOCK_EX | LOCK_NB), 0);
+    }
+    ~CHeldLock() { close(m_iFile); }
+    CHeldLock(const CHeldLock&) = delete;
+    CHeldLock& operator=(const CHeldLock&) = delete;
+
+    void Release() const { flock(m_iFile, LOCK_UN); }
+
+private:
+    int m_iFile;
+};
+
+std::string Waiting() {
+    return " Waiting for the settings lock, held by process " + std::to_string(getpid()) + " ... ";
+}
+
+TEST(LockWait, ShowsTheHolderOnATerminalAndErasesIt) {
+    const CTestRoot root;
+    const CHeldLock lock;
+    const CProgram::Result result =
+        CProgram({"get", "cpu.count"}).RunOnTerminal([&lock](const std::string& output) {
+            if (output.find(Waiting() + "1 s") != std::string::npos) {
+                lock.Release();
+            }
+        });
+    EXPECT_EQ(result.m_iExitCode, 0) << result.m_sOutput;
+    EXPECT_NE(result.m_sOutput.find(Waiting() + "0 s"), std::string::npos) << result.m_sOutput;
+    const std::string end = "\r\033[K5\r\n";
+    ASSERT_GE(result.m_sOutput.size(), end.size());
+    EXPECT_EQ(result.m_sOutput.substr(result.m_sOutput.size() - end.size()), end);
+}
+
+TEST(LockWait, ShowsNothingWhenNobodyHoldsTheLock) {
+    const CTestRoot root;
+    EXPECT_EQ(CProgram({"get", "cpu.count"}).RunOnTerminal().m_sOutput, "5\r\n");
+}
+
+TEST(LockWait, ShowsNothingWhileTheToolItselfHoldsTheLock) {
+    const CTestRoot root;
+    WriteFile(CTestRoot::Path("/bin/mount"), "#!/bin/sh\nsleep 1\n"); // the lock is held meanwhile
+    EXPECT_EQ(CProgram({"get", "cpu.count"}).RunOnTerminal().m_sOutput, "5\r\n");
+}
+
+TEST(LockWait, GivesUpWithTheHoldersName) {
+    const CTestRoot root;
+    const CHeldLock lock;
+    const CProgram::Result result = CProgram({"get"}).Run(); // pipes: no spinner
+    EXPECT_EQ(result.m_iExitCode, 4);
+    EXPECT_EQ(CGolden::WithoutRoot(result.m_sError),
+              "loggerctl: The settings cannot be read.\n  The settings lock "
+              "ROOT/opt/veltaro/kzm/provider/tmp/Logger/lockfile stayed taken for 30 seconds, by "
+              "process " +
+                  std::to_string(getpid()) + " (loggerctl_syste). Try again later.\n");
+}
+
+} // namespace

@@ -1,0 +1,8 @@
+#!/bin/sh
+# Runs clang-tidy over the product's sources, as they are compiled in the given build folder.
+set -eu
+cd "$(dirname "$0")/.."
+build=$1
+git ls-files -z -- 'platform/*.cpp' 'settings/*.cpp' 'configfile/*.cpp' 'provider/*.cpp' \
+    'host/*.cpp' 'schema/*.cpp' 'loggerctl/*.cpp' |
+    xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet --warnings-as-errors='*' -p "$build" 2>/dev/null
