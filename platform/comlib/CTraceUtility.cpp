@@ -1,0 +1,210 @@
+#include "comlib/CTraceUtility.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <utility>
+
+namespace {
+
+const char kMaskVariable[] = "KZM_TRACE";
+const char kFileVariable[] = "KZM_TRACE_FILE";
+
+// Until the environment has been read every level is wanted, so that the first line reads it.
+constexpr unsigned int kEveryLevel = ~0U;
+std::atomic<unsigned int> wantedLevels{kEveryLevel};
+
+struct State {
+    std::mutex m_mutex; // guards all that follows
+    bool m_bEnvironmentRead = false;
+    unsigned int m_uiDestinationMask = 0;
+    int m_iDescriptor = STDERR_FILENO;
+    unsigned int m_uiListenerMask = 0;
+    CTraceUtility::Listener m_listener;
+};
+
+// Never destroyed: other objects may trace while the process ends.
+State& TheState() {
+    static State* const state = new State;
+    return *state;
+}
+
+class CErrnoKeeper {
+public:
+    CErrnoKeeper() = default;
+    CErrnoKeeper(const CErrnoKeeper&) = delete;
+    CErrnoKeeper& operator=(const CErrnoKeeper&) = delete;
+    ~CErrnoKeeper() { errno = m_iErrno; }
+
+private:
+    int m_iErrno = errno;
+};
+
+// ---- Where lines go ----
+
+int OpenForAppending(const std::string& path) {
+    return open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY,
+                S_IRUSR | S_IWUSR);
+}
+
+unsigned int ParseMask(const std::string& text) {
+    const bool isHexadecimal = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
+    const char* const end = text.data() + text.size();
+    unsigned int mask = 0;
+    const auto [rest, error] =
+        std::from_chars(text.data() + (isHexadecimal ? 2 : 0), end, mask, isHexadecimal ? 16 : 10);
+    return error == std::errc() && rest == end ? mask : 0;
+}
+
+void UpdateWantedLevels(const State& state) {
+    wantedLevels = state.m_uiDestinationMask | state.m_uiListenerMask;
+}
+
+void ReadEnvironment(State& state) {
+    if (state.m_bEnvironmentRead) {
+        return;
+    }
+    const CErrnoKeeper keeper;
+    const char* mask = secure_getenv(kMaskVariable);
+    const char* file = secure_getenv(kFileVariable);
+    state.m_uiDestinationMask = ParseMask(mask == nullptr ? "" : mask);
+    if (state.m_uiDestinationMask != 0 && file != nullptr && *file != '\0') {
+        const int descriptor = OpenForAppending(file);
+        state.m_iDescriptor = descriptor < 0 ? STDERR_FILENO : descriptor;
+    }
+    state.m_bEnvironmentRead = true;
+    UpdateWantedLevels(state);
+}
+
+bool IsWanted(unsigned int level) {
+    if (wantedLevels.load(std::memory_order_relaxed) == kEveryLevel) {
+        State& state = TheState();
+        const std::lock_guard<std::mutex> lock(state.m_mutex);
+        ReadEnvironment(state);
+    }
+    return (wantedLevels.load(std::memory_order_relaxed) & level) != 0;
+}
+
+// ---- What lines look like ----
+
+std::string Format(const char* format, va_list arguments) {
+    va_list measured;
+    va_copy(measured, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, measured);
+    va_end(measured);
+    if (length < 0) {
+        return format;
+    }
+    std::string text(static_cast<std::size_t>(length), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    return text;
+}
+
+// Local time, as in 2026-11-21T08:30:00.123+0000.
+std::string TimeStamp() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm local{};
+    localtime_r(&now.tv_sec, &local);
+    std::array<char, 32> seconds{};
+    std::array<char, 8> offset{};
+    std::array<char, 8> milliseconds{};
+    std::strftime(seconds.data(), seconds.size(), "%Y-%m-%dT%H:%M:%S", &local);
+    std::strftime(offset.data(), offset.size(), "%z", &local);
+    std::snprintf(milliseconds.data(), milliseconds.size(), ".%03d",
+                  static_cast<int>(now.tv_nsec / 1'000'000));
+    return std::string(seconds.data()) + milliseconds.data() + offset.data();
+}
+
+std::string Escape(const std::string& text) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte < 0x20 || byte == 0x7F) {
+            escaped += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        } else {
+            escaped += character;
+        }
+    }
+    return escaped;
+}
+
+void WriteLine(int descriptor, const CTraceUtility::Line& line) {
+    const std::string text = TimeStamp() + ' ' + std::to_string(getpid()) + ' ' +
+                             std::to_string(line.m_iLevel) + ' ' + Escape(line.m_sModule) + ' ' +
+                             Escape(line.m_sText) + '\n';
+    while (write(descriptor, text.data(), text.size()) < 0 && errno == EINTR) {
+    }
+}
+
+void Deliver(const CTraceUtility::Line& line) {
+    State& state = TheState();
+    const auto level = static_cast<unsigned int>(line.m_iLevel);
+    // Held over the delivery, so that a listener that has been removed is not called any more.
+    const std::lock_guard<std::mutex> lock(state.m_mutex);
+    if ((state.m_uiDestinationMask & level) != 0) {
+        WriteLine(state.m_iDescriptor, line);
+    }
+    if ((state.m_uiListenerMask & level) != 0 && state.m_listener) {
+        state.m_listener(line);
+    }
+}
+
+} // namespace
+
+// Callers give what printf takes. NOLINTNEXTLINE(cert-dcl50-cpp)
+void CTraceUtility::WriteDebug(const char* module, TRACE_DBG_LEVEL level, const char* format, ...) {
+    if (!IsWanted(level)) {
+        return;
+    }
+    const CErrnoKeeper keeper;
+    va_list arguments;
+    va_start(arguments, format);
+    try {
+        Deliver({module, level, Format(format, arguments)});
+    } catch (const std::bad_alloc&) {
+        // Tracing has no failure: a line that there is no memory for is dropped.
+    }
+    va_end(arguments);
+}
+
+bool CTraceUtility::SetDestination(unsigned int mask, const std::string& path) {
+    const int descriptor = path.empty() ? STDERR_FILENO : OpenForAppending(path);
+    if (descriptor < 0) {
+        return false;
+    }
+    State& state = TheState();
+    const std::lock_guard<std::mutex> lock(state.m_mutex);
+    if (state.m_iDescriptor != STDERR_FILENO) {
+        close(state.m_iDescriptor);
+    }
+    state.m_bEnvironmentRead = true;
+    state.m_uiDestinationMask = mask;
+    state.m_iDescriptor = descriptor;
+    UpdateWantedLevels(state);
+    return true;
+}
+
+void CTraceUtility::SetListener(unsigned int mask, Listener listener) {
+    State& state = TheState();
+    const std::lock_guard<std::mutex> lock(state.m_mutex);
+    ReadEnvironment(state);
+    state.m_uiListenerMask = listener ? mask : 0;
+    state.m_listener = std::move(listener);
+    UpdateWantedLevels(state);
+}

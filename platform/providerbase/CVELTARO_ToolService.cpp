@@ -1,0 +1,3 @@
+#include "providerbase/CVELTARO_ToolService.h"
+
+CVELTARO_ToolService::~CVELTARO_ToolService() = default;

@@ -1,0 +1,3 @@
+#include "providerbase/IWbemContext.h"
+
+IWbemContext::~IWbemContext() = default;

@@ -1,0 +1,3 @@
+#include "providerbase/IWbemObjectSink.h"
+
+IWbemObjectSink::~IWbemObjectSink() = default;

@@ -1,0 +1,3 @@
+#include "providerbase/IWbemServices.h"
+
+IWbemServices::~IWbemServices() = default;
