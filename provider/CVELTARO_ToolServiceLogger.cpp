@@ -13,8 +13,8 @@
 #include "providerbase/IWbemServices.h"
 #include "settings/LoggerTrace.h"
 
-#include <memory>
 #include <string>
+#include <utility>
 
 using LoggerTrace::kModule;
 using std::string;
@@ -42,52 +42,54 @@ void TraceCaughtException(const string& module, const char* operation) {
     }
 }
 
-struct ReleaseObject {
-    void operator()(IWbemClassObject* object) const { object->Release(); }
-};
-using ObjectPtr = std::unique_ptr<IWbemClassObject, ReleaseObject>;
+// What one method call holds of the platform. It is given back in the order of Release, at the
+// latest when this object goes.
+class CMethodObjects {
+public:
+    CMethodObjects() = default;
+    CMethodObjects(const CMethodObjects&) = delete;
+    CMethodObjects& operator=(const CMethodObjects&) = delete;
+    ~CMethodObjects() { Release(); }
 
-struct FreeString {
-    void operator()(char* text) const { SysFreeString(text); }
-};
-using SystemString = std::unique_ptr<char, FreeString>;
-
-// The objects that one method call needs. They are released in the reverse order of their making.
-struct MethodObjects {
-    ObjectPtr m_class;
-    ObjectPtr m_outDefinition;
-    ObjectPtr m_outParams;
-};
-
-ObjectPtr FetchClass(IWbemServices* services, IWbemContext* context) {
-    const SystemString className(SysAllocString(kClassName));
-    const string path(className.get());
-    IWbemClassObject* object = nullptr;
-    if (services != nullptr) {
-        services->GetObject(path, 0, context, &object, nullptr);
+    void FetchClass(IWbemServices* services, IWbemContext* context) {
+        m_pClassName = SysAllocString(kClassName);
+        const string path(m_pClassName);
+        if (services != nullptr) {
+            services->GetObject(path, 0, context, &m_pClass, nullptr);
+        }
     }
-    return ObjectPtr(object);
-}
 
-void PrepareOutput(const char* methodName, MethodObjects* objects) {
-    IWbemClassObject* object = nullptr;
-    objects->m_class->GetMethod(methodName, 0, nullptr, &object);
-    objects->m_outDefinition.reset(object);
-    object = nullptr;
-    if (objects->m_outDefinition != nullptr) {
-        objects->m_outDefinition->SpawnInstance(0, &object);
+    void MakeOutput(const char* methodName) {
+        m_pClass->GetMethod(methodName, 0, nullptr, &m_pOutDefinition);
+        if (m_pOutDefinition != nullptr) {
+            m_pOutDefinition->SpawnInstance(0, &m_pOutParams);
+        }
     }
-    objects->m_outParams.reset(object);
-}
 
-void Deliver(const ObjectPtr& outParams, std::uint32_t methodResult, IWbemObjectSink* sink) {
+    void Release() {
+        for (IWbemClassObject** object : {&m_pOutParams, &m_pOutDefinition, &m_pClass}) {
+            if (*object != nullptr) {
+                std::exchange(*object, nullptr)->Release();
+            }
+        }
+        if (m_pClassName != nullptr) {
+            SysFreeString(std::exchange(m_pClassName, nullptr));
+        }
+    }
+
+    char* m_pClassName = nullptr;
+    IWbemClassObject* m_pClass = nullptr;
+    IWbemClassObject* m_pOutDefinition = nullptr;
+    IWbemClassObject* m_pOutParams = nullptr;
+};
+
+void Deliver(IWbemClassObject* outParams, std::uint32_t methodResult, IWbemObjectSink* sink) {
     if (outParams == nullptr) {
         return;
     }
-    CIWbemUtil::setReturnValueToIWbemClassObject(outParams.get(), methodResult);
+    CIWbemUtil::setReturnValueToIWbemClassObject(outParams, methodResult);
     if (sink != nullptr) {
-        IWbemClassObject* object = outParams.get();
-        sink->Indicate(1, &object);
+        sink->Indicate(1, &outParams);
     }
 }
 
@@ -110,10 +112,11 @@ CVELTARO_ToolServiceLogger::CVELTARO_ToolServiceLogger()
         KzmException::set_transrator();
         writeDLLFileVersionLog(kLibraryFile);
         ObtainVendor();
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
     } catch (...) {
         TraceCaughtException(GetProviderName(), kOperation);
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
     }
-    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
 }
 
 void CVELTARO_ToolServiceLogger::ObtainVendor() {
@@ -137,10 +140,11 @@ CVELTARO_ToolServiceLogger::~CVELTARO_ToolServiceLogger() {
     KzmException::set_transrator();
     try {
         ReleaseVendors();
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
     } catch (...) {
         TraceCaughtException(GetProviderName(), kOperation);
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
     }
-    CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
 }
 
 void CVELTARO_ToolServiceLogger::ReleaseVendors() {
@@ -165,39 +169,41 @@ HRESULT CVELTARO_ToolServiceLogger::ExecMethodAsync(char* className, char* metho
                 L"CVELTARO_ToolServiceLogger::ExecMethodAsync");
     KzmException::set_transrator();
 
-    MethodObjects objects;
+    CMethodObjects objects;
     std::uint32_t methodResult = MethodResult::kSuccess;
     HRESULT status = CallStatus::kSuccess;
+    bool hasClass = true;
     try {
-        objects.m_class = FetchClass(m_pServices, context);
-        if (objects.m_class == nullptr) {
-            CTraceUtility::WriteDebug(kModule, LoggerTrace::kFailure, "%s pClass == NULL",
-                                      kClassName);
-            ReportStatus(CallStatus::kNotSupported, sink);
-            return CallStatus::kNotSupported;
-        }
-        // The output object is made for every method, also for those that are forwarded.
-        PrepareOutput(methodName, &objects);
-        if (lstrcmpW(methodName, "GetParameter") == 0) {
-            methodResult = GetParameter(inParams, objects.m_outParams.get());
-            Deliver(objects.m_outParams, methodResult, sink);
-        } else if (lstrcmpW(methodName, "SetParameter") == 0) {
-            methodResult = SetParameter(inParams, objects.m_outParams.get());
-            Deliver(objects.m_outParams, methodResult, sink);
-        } else {
-            status = CVELTARO_ToolService::ExecMethodAsync(className, methodName, flags, context,
-                                                           inParams, sink);
+        objects.FetchClass(m_pServices, context);
+        hasClass = objects.m_pClass != nullptr;
+        if (hasClass) {
+            // The output object is made for every method, also for those that are forwarded.
+            objects.MakeOutput(methodName);
+            if (lstrcmpW(methodName, "GetParameter") == 0) {
+                methodResult = GetParameter(inParams, objects.m_pOutParams);
+                Deliver(objects.m_pOutParams, methodResult, sink);
+            } else if (lstrcmpW(methodName, "SetParameter") == 0) {
+                methodResult = SetParameter(inParams, objects.m_pOutParams);
+                Deliver(objects.m_pOutParams, methodResult, sink);
+            } else {
+                status = CVELTARO_ToolService::ExecMethodAsync(className, methodName, flags,
+                                                               context, inParams, sink);
+            }
         }
     } catch (...) {
         TraceCaughtException(kModule, "CVELTARO_ToolServiceLogger::ExecMethodAsync()");
-        Deliver(objects.m_outParams, MethodResult::kException, sink);
+        Deliver(objects.m_pOutParams, MethodResult::kException, sink);
         status = CallStatus::kFailed;
+    }
+    if (!hasClass) {
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFailure, "%s pClass == NULL", kClassName);
+        objects.Release();
+        ReportStatus(CallStatus::kNotSupported, sink);
+        return CallStatus::kNotSupported;
     }
     // For a forwarded method, too, whatever the base class told the sink.
     ReportStatus(status, sink);
-    objects.m_outParams.reset();
-    objects.m_outDefinition.reset();
-    objects.m_class.reset();
+    objects.Release();
 
     CTraceUtility::WriteDebug(kModule, LoggerTrace::kValue, "%s mr=0x%08x", kOperation,
                               methodResult);

@@ -11,17 +11,16 @@ using LoggerTrace::kModule;
 
 namespace {
 
-// Reads both files and puts the settings into the output parameters.
-std::uint32_t AnswerSettings(IWbemClassObject* outParams) {
-    const auto conf = std::make_unique<CLoggerConf>(KzmPaths::kAgentConfig, KzmPaths::kAlertConfig);
-    if (conf->m_iStatus != 0) {
+// Puts the settings into the output parameters.
+std::uint32_t AnswerSettings(const CLoggerConf& conf, IWbemClassObject* outParams) {
+    if (conf.m_iStatus != 0) {
         CTraceUtility::WriteDebug(
             kModule, LoggerTrace::kFailure,
             "CVELTARO_ToolServiceLogger::GetParameter() CLoggerConf status error");
         return MethodResult::kFailure;
     }
-    conf->OutPutMemberToDebugLog();
-    if (!conf->ConvertToIWbemClassObject(outParams)) {
+    conf.OutPutMemberToDebugLog();
+    if (!conf.ConvertToIWbemClassObject(outParams)) {
         CTraceUtility::WriteDebug(
             kModule, LoggerTrace::kFailure,
             "CVELTARO_ToolServiceLogger::GetParameter() ConvertToIWbemClassObject failure");
@@ -38,8 +37,10 @@ std::uint32_t CVELTARO_ToolServiceLogger::GetParameter(IWbemClassObject* /*inPar
                               "CVELTARO_ToolServiceLogger::GetParameter [START]");
     std::uint32_t result = BeginMethod("GetParameter");
     if (result == MethodResult::kSuccess) {
-        // An exception leaves the lock held: nothing is known then about who still works.
-        result = AnswerSettings(outParams);
+        // An exception leaves the lock held: it is given back on the normal way alone.
+        const auto conf =
+            std::make_unique<CLoggerConf>(KzmPaths::kAgentConfig, KzmPaths::kAlertConfig);
+        result = AnswerSettings(*conf, outParams);
         DelMutex();
     }
     CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow,

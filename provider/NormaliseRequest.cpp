@@ -1,22 +1,11 @@
 #include "provider/CVELTARO_ToolServiceLogger.h"
 
-#include "settings/CLoggerConf.h"
-#include "settings/LoggerDefinitions.h"
+#include "settings/CRequestRules.h"
 
 void CVELTARO_ToolServiceLogger::CheckFsMonitoringEnable(CLoggerConf* conf) {
-    CLoggerFsUsageMonitorConf& fileSystems = conf->m_FsUsageMonitorConf;
-    if (fileSystems.m_bMonitoringEnable) {
-        return;
-    }
-    for (CLoggerFsThresholdConf& row : fileSystems.m_FsThresholdConfList) {
-        row.m_bVolMonitoringEnable = false;
-    }
+    CRequestRules::DisableVolumesOfDisabledMonitor(conf);
 }
 
 void CVELTARO_ToolServiceLogger::CheckMountPointThreshold(CLoggerConf* conf) {
-    for (CLoggerFsThresholdConf& row : conf->m_FsUsageMonitorConf.m_FsThresholdConfList) {
-        if (row.m_iThreshold == 0) {
-            row.m_iThreshold = LoggerDefinitions::kDefaultThreshold;
-        }
-    }
+    CRequestRules::GiveDefaultThresholds(conf);
 }

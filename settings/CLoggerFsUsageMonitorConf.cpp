@@ -226,11 +226,12 @@ bool CLoggerFsUsageMonitorConf::ConvertToIWbemClassObject(IWbemClassObject* obje
     std::vector<std::unique_ptr<IWbemClassObject>> owned;
     std::vector<IWbemClassObject*> rows;
     for (const CLoggerFsThresholdConf& row : m_FsThresholdConfList) {
-        owned.push_back(std::make_unique<IWbemClassObject>());
-        if (!row.ConvertToIWbemClassObject(owned.back().get())) {
+        auto element = std::make_unique<IWbemClassObject>();
+        if (!row.ConvertToIWbemClassObject(element.get())) {
             return false;
         }
-        rows.push_back(owned.back().get());
+        rows.push_back(element.get());
+        owned.push_back(std::move(element));
     }
     return writer.SetObjectArray(kFsThresholdConfList, &rows);
 }

@@ -15,7 +15,7 @@ check() {
         status=1
     fi
     bad=$(git grep -hn '#include <' -- "$folder" |
-        grep -Ev "#include <($angled[a-z_]+>|(sys|linux)/[a-z]+\.h>|[a-z]+\.h>)" || true)
+        grep -Ev "#include <(${angled}[a-z_]+>|(sys|linux)/[a-z]+\.h>|[a-z]+\.h>)" || true)
     if [ -n "$bad" ]; then
         printf '%s uses a library that it must not know:\n%s\n' "$folder" "$bad" >&2
         status=1

@@ -15,9 +15,10 @@ struct CScript {
     // Called with each note, after it was taken down; what it throws comes out of the operation.
     std::function<void(const std::string& note)> m_onNote;
 
-    // Counts the operations on properties; the one of this number fails (0: none does).
+    // Counts the operations on properties; the one of this number fails, or throws (0: none does).
     int m_iPropertyCalls = 0;
     int m_iFailingPropertyCall = 0;
+    bool m_bFailingPropertyThrows = false;
 
     // What the platform's objects answer.
     bool m_bHasVendor = true;

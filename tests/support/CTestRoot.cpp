@@ -127,3 +127,17 @@ void WriteFile(const std::string& path, const std::string& text) {
     file.close();
     EXPECT_FALSE(file.fail()) << path << " cannot be written";
 }
+
+void ReplaceWithFolder(const std::string& path) {
+    fs::remove(path);
+    fs::create_directory(path);
+}
+
+std::string BinaryText() {
+    constexpr int kSize = 100000;
+    std::string text;
+    for (int i = 0; i < kSize; ++i) {
+        text.push_back(static_cast<char>((i * 7919) >> 3));
+    }
+    return text;
+}

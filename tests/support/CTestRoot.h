@@ -39,3 +39,7 @@ public:
 std::string ReadFile(const std::string& path);
 // Replaces or makes the file; fails the running test when it cannot be written.
 void WriteFile(const std::string& path, const std::string& text);
+// Puts an empty folder in the place of the file.
+void ReplaceWithFolder(const std::string& path);
+// A text that is none: 100 KB of all bytes, without any key.
+std::string BinaryText();

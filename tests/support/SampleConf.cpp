@@ -1,5 +1,7 @@
 #include "tests/support/SampleConf.h"
 
+#include "tests/support/CTestRoot.h"
+
 CLoggerConf SampleConf() {
     CLoggerConf conf;
     conf.m_SyslogOutputConf.m_bSyslogOutput = true;
@@ -24,6 +26,25 @@ CLoggerConf SampleConf() {
     fileSystems.m_FsThresholdConfList = {
         {"/", 80, false}, {"/home", 90, true}, {"/data", 75, false}};
     return conf;
+}
+
+CLoggerConf ChangedConf() {
+    CLoggerConf conf = SampleConf();
+    conf.m_SyslogOutputConf.m_bInformationAlert = true;
+    conf.m_UsageMonitorConf[CLoggerConf::kCpu].m_iThreshold = 95;
+    return conf;
+}
+
+std::string ChangedAgent() {
+    return Replace(CTestRoot::kAgentConfig, "InformationAlert = False", "InformationAlert = True");
+}
+
+std::string ChangedAlert() {
+    return Replace(CTestRoot::kAlertConfig, "60, 5, 90", "60, 5, 95");
+}
+
+std::string Replace(std::string text, const std::string& from, const std::string& to) {
+    return text.replace(text.find(from), from.size(), to);
 }
 
 TraceLines SampleDump() {

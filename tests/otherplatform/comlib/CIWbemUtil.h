@@ -83,7 +83,11 @@ private:
 
     static bool IsFailing() {
         CScript& script = CScript::Get();
-        return ++script.m_iPropertyCalls == script.m_iFailingPropertyCall;
+        const bool isFailing = ++script.m_iPropertyCalls == script.m_iFailingPropertyCall;
+        if (isFailing && script.m_bFailingPropertyThrows) {
+            throw 42;
+        }
+        return isFailing;
     }
 
     template <class T>

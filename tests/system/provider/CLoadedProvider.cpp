@@ -1,8 +1,8 @@
 #include "tests/system/provider/CLoadedProvider.h"
 
-#include "tests/support/CTestRoot.h"
-
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 CLoadedProvider::CLoadedProvider() {
     std::string error;
@@ -35,27 +35,4 @@ std::uint32_t CLoadedProvider::ResultOf(const CCallOutcome& outcome) {
     EXPECT_EQ(0, outcome.m_status);
     EXPECT_NE(nullptr, outcome.m_output);
     return outcome.m_uiMethodResult;
-}
-
-CLoggerConf ChangedConf() {
-    CLoggerConf conf = SampleConf();
-    conf.m_SyslogOutputConf.m_bInformationAlert = true;
-    conf.m_UsageMonitorConf[CLoggerConf::kCpu].m_iThreshold = 95;
-    return conf;
-}
-
-namespace {
-
-std::string Replace(std::string text, const std::string& from, const std::string& to) {
-    return text.replace(text.find(from), from.size(), to);
-}
-
-} // namespace
-
-std::string ChangedAgent() {
-    return Replace(CTestRoot::kAgentConfig, "InformationAlert = False", "InformationAlert = True");
-}
-
-std::string ChangedAlert() {
-    return Replace(CTestRoot::kAlertConfig, "60, 5, 90", "60, 5, 95");
 }

@@ -29,9 +29,3 @@ private:
 
     std::unique_ptr<CProviderHost> m_host;
 };
-
-// Settings that differ from the sample in both files.
-CLoggerConf ChangedConf();
-// What the sample's files hold once they were set.
-std::string ChangedAgent();
-std::string ChangedAlert();

@@ -22,21 +22,13 @@ Notes Beginning(const std::string& method) {
         "set_transrator",
         "SysAllocString VELTARO_ToolServiceLogger",
         "GetObject VELTARO_ToolServiceLogger 0 no context no call result",
-        "SysFreeString VELTARO_ToolServiceLogger",
         "GetMethod " + method + " 0 no in-signature",
         "SpawnInstance 0",
     };
 }
 
-const Notes kReleases = {"Release instance", "Release definition", "Release class"};
-
-Notes Join(std::initializer_list<Notes> lists) {
-    Notes notes;
-    for (const Notes& list : lists) {
-        notes.insert(notes.end(), list.begin(), list.end());
-    }
-    return notes;
-}
+const Notes kReleases = {"Release instance", "Release definition", "Release class",
+                         "SysFreeString VELTARO_ToolServiceLogger"};
 
 class Dispatch : public testing::Test {
 protected:
@@ -114,18 +106,37 @@ TEST_F(Dispatch, MissingClassIsReportedWithoutAnEndLine) {
         CScriptedCall call;
         call.m_services.m_bHasClass = false;
         Notes beginning = Beginning("GetParameter");
-        beginning.resize(6);
+        beginning.resize(5);
         if (!hasServices) {
             call.m_provider.m_pServices = nullptr;
             beginning.erase(beginning.begin() + 4);
         }
         EXPECT_EQ(static_cast<int>(0x8004100C), call.Run("GetParameter"));
-        // The string is freed as soon as the class was asked for.
         EXPECT_EQ(Join({beginning,
                         {Trace(2, "VELTARO_ToolServiceLogger pClass == NULL"),
+                         "SysFreeString VELTARO_ToolServiceLogger",
                          "SetStatus 0 0x8004100c no text no object"}}),
                   CScript::Get().m_notes);
         EXPECT_TRUE(call.m_sink.m_objects.empty());
+    }
+}
+
+TEST_F(Dispatch, ExceptionOfTheSinksStatusPassesThroughAndReleasesEverything) {
+    for (const bool hasClass : {true, false}) {
+        CScript::Reset();
+        CScriptedCall call;
+        call.m_services.m_bHasClass = hasClass;
+        CScript::Get().m_onNote = [](const std::string& note) {
+            if (note.rfind("SetStatus", 0) == 0) {
+                throw std::runtime_error("the sink's own");
+            }
+        };
+        EXPECT_THROW(call.Run("Other"), std::runtime_error);
+        CScript::Get().m_onNote = nullptr;
+        EXPECT_EQ(1U, NotesOf("SetStatus").size());
+        EXPECT_EQ(hasClass ? 3U : 0U, NotesOf("Release ").size());
+        EXPECT_EQ(1U, NotesOf("SysFreeString").size());
+        EXPECT_EQ(Notes{}, NotesOf("trace TarnwellLogger 8"));
     }
 }
 
@@ -207,7 +218,7 @@ TEST_F(Dispatch, ExceptionBecomesAResultAndAStatus) {
             EXPECT_EQ(Trace(2, std::string(kExec) + " hr=0x80041001"), notes[notes.size() - 2]);
             EXPECT_EQ(Trace(4, std::string(kExec) + " [END]"), notes.back());
             if (row.hasOutput) {
-                EXPECT_EQ(kReleases, NotesOf("Release "));
+                EXPECT_EQ(Notes(kReleases.begin(), kReleases.begin() + 3), NotesOf("Release "));
                 EXPECT_EQ(0x80000002UL, std::any_cast<unsigned long>(
                                             call.m_sink.m_objects.back().m_values["ReturnValue"]));
             }

@@ -1,31 +1,18 @@
 // Reading the settings: every exit of the flow.
 
 #include "tests/support/CTestRoot.h"
+#include "tests/support/ProviderLockFile.h"
 #include "tests/unit/provider/ScriptedCall.h"
 
 #include "KzmPaths.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <any>
 #include <filesystem>
 
 namespace {
 
 const std::string kGet = "CVELTARO_ToolServiceLogger::GetParameter";
-
-bool IsLockFree() {
-    const int descriptor = open(KzmPaths::kLockFile, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    EXPECT_NE(-1, descriptor);
-    const bool isFree = flock(descriptor, LOCK_EX | LOCK_NB) == 0;
-    close(descriptor);
-    return isFree;
-}
 
 class GetParameter : public testing::Test {
 protected:
@@ -47,19 +34,13 @@ protected:
                 Trace(4, kGet + " [END]")};
     }
 
-    // The result that the sink received.
-    static unsigned long Result(CScriptedCall* call) {
-        EXPECT_EQ(1U, call->m_sink.m_objects.size());
-        return std::any_cast<unsigned long>(call->m_sink.m_objects.at(0).m_values["ReturnValue"]);
-    }
-
     CTestRoot m_root;
 };
 
 TEST_F(GetParameter, AnswersTheSettingsAndFreesTheLock) {
     CScriptedCall call;
     EXPECT_EQ(0, call.Run("GetParameter"));
-    EXPECT_EQ(0U, Result(&call));
+    EXPECT_EQ(0U, call.Result());
     EXPECT_EQ((Notes{Trace(4, kGet + " [START]"), Trace(4, kGet + " [END]")}), OwnTrace());
     EXPECT_EQ((Notes{"ExecuteCommand CheckInstall"}), NotesOf("ExecuteCommand"));
     EXPECT_EQ(1U, call.m_sink.m_objects[0].m_values.count("LoggerConf"));
@@ -81,7 +62,7 @@ TEST_F(GetParameter, WithoutVendorFailsBeforeLockAndFiles) {
     CScript::Get().m_bHasVendor = false;
     CScriptedCall call;
     EXPECT_EQ(0, call.Run("GetParameter"));
-    EXPECT_EQ(0x80000001U, Result(&call));
+    EXPECT_EQ(0x80000001U, call.Result());
     EXPECT_EQ(Failure("CIM_VTR_E_CRITICAL_ERROR"), OwnTrace());
     EXPECT_FALSE(std::filesystem::exists(KzmPaths::kLockFile));
 }
@@ -90,7 +71,7 @@ TEST_F(GetParameter, AgentNotInstalledIsAnsweredBeforeTheLock) {
     CScript::Get().m_onCommand = [](const std::string&) { return 1; };
     CScriptedCall call;
     EXPECT_EQ(0, call.Run("GetParameter"));
-    EXPECT_EQ(176U, Result(&call));
+    EXPECT_EQ(176U, call.Result());
     EXPECT_EQ(Failure("Logger not installed"), OwnTrace());
     EXPECT_FALSE(std::filesystem::exists(KzmPaths::kLockFile));
 }
@@ -101,7 +82,7 @@ TEST_F(GetParameter, EveryOtherAnswerMeansInstalled) {
         CScript::Get().m_onCommand = [answer](const std::string&) { return answer; };
         CScriptedCall call;
         call.Run("GetParameter");
-        EXPECT_EQ(0U, Result(&call));
+        EXPECT_EQ(0U, call.Result());
     }
 }
 
@@ -109,7 +90,7 @@ TEST_F(GetParameter, LockThatCannotBeTakenFails) {
     std::filesystem::remove_all(std::filesystem::path(KzmPaths::kLockFile).parent_path());
     CScriptedCall call;
     EXPECT_EQ(0, call.Run("GetParameter"));
-    EXPECT_EQ(0x80000001U, Result(&call));
+    EXPECT_EQ(0x80000001U, call.Result());
     EXPECT_EQ(Failure("GetMutex failure"), OwnTrace());
     EXPECT_EQ(Notes{}, NotesOf(Trace(4, "CLoggerConf")));
 }
@@ -118,7 +99,7 @@ TEST_F(GetParameter, BadFileFailsAndFreesTheLock) {
     m_root.SetAgentConfig("");
     CScriptedCall call;
     EXPECT_EQ(0, call.Run("GetParameter"));
-    EXPECT_EQ(0x80000001U, Result(&call));
+    EXPECT_EQ(0x80000001U, call.Result());
     EXPECT_EQ(Failure("CLoggerConf status error"), OwnTrace());
     EXPECT_EQ(0U, call.m_sink.m_objects[0].m_values.count("LoggerConf"));
     EXPECT_TRUE(IsLockFree());
@@ -135,10 +116,10 @@ TEST_F(GetParameter, EveryPropertyThatCannotBeSetFailsTheMethod) {
         EXPECT_EQ(0, call.Run("GetParameter"));
         EXPECT_TRUE(IsLockFree());
         if (CScript::Get().m_iPropertyCalls < failing) {
-            EXPECT_EQ(0U, Result(&call));
+            EXPECT_EQ(0U, call.Result());
             break;
         }
-        EXPECT_EQ(0x80000001U, Result(&call));
+        EXPECT_EQ(0x80000001U, call.Result());
         EXPECT_EQ(Failure("ConvertToIWbemClassObject failure"), OwnTrace());
         const Notes failures = NotesOf("trace TarnwellLogger 2 ");
         ASSERT_EQ(2U, failures.size()) << testing::PrintToString(failures);
@@ -160,7 +141,7 @@ TEST_F(GetParameter, ExceptionLeavesTheLockHeld) {
         }
     };
     EXPECT_EQ(static_cast<int>(0x80041001), call.Run("GetParameter"));
-    EXPECT_EQ(0x80000002U, Result(&call));
+    EXPECT_EQ(0x80000002U, call.Result());
     EXPECT_EQ((Notes{Trace(4, kGet + " [START]")}), OwnTrace());
     EXPECT_FALSE(IsLockFree());
 }

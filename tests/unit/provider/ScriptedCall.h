@@ -6,6 +6,10 @@
 #include "providerbase/IWbemServices.h"
 #include "tests/otherplatform/Script.h"
 
+#include <gtest/gtest.h>
+
+#include <any>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -14,6 +18,14 @@ using Notes = std::vector<std::string>;
 // The notes of a trace line.
 inline std::string Trace(int level, const std::string& text) {
     return "trace TarnwellLogger " + std::to_string(level) + " " + text;
+}
+
+inline Notes Join(std::initializer_list<Notes> lists) {
+    Notes notes;
+    for (const Notes& list : lists) {
+        notes.insert(notes.end(), list.begin(), list.end());
+    }
+    return notes;
 }
 
 // The notes that begin with this word.
@@ -84,5 +96,11 @@ public:
         CScript::Get().m_notes.clear();
         return m_provider.ExecMethodAsync(className.data(), methodName.data(), 7, m_pContext,
                                           inParams, &m_sink);
+    }
+
+    // The method result that the sink was given.
+    unsigned long Result() {
+        EXPECT_EQ(1U, m_sink.m_objects.size());
+        return std::any_cast<unsigned long>(m_sink.m_objects.at(0).m_values["ReturnValue"]);
     }
 };

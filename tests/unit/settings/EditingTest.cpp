@@ -98,6 +98,14 @@ INSTANTIATE_TEST_SUITE_P(
                  true,
                  "WarningAlert=False SyslogOutput ObstacleAlert\nSyslogOutput=False\n"
                  "InformationAlert=False\nObstacleAlert=False\n"},
+        Edited("EarlierEqualsSignIsNoValue", "A=1 SyslogOutput=True\nSyslogOutput=True",
+               "A=1 SyslogOutput=True\nSyslogOutput=False"),
+        // Each of them has the line's value, the last in table order settles it.
+        AgentRow{"OneValueForSeveralKeys",
+                 "ObstacleAlert SyslogOutput = True\nInformationAlert=True\nWarningAlert=True\n",
+                 true,
+                 "ObstacleAlert SyslogOutput = False\nInformationAlert=False\n"
+                 "WarningAlert=False\n"},
         Refused("NoLines", ""),
         Refused("KeyMissing", "SyslogOutput=False\nWarningAlert=False\n"
                               "ObstacleAlert=False\n"),
@@ -194,6 +202,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "#CPU=(False,1,1,1)\nCPU=(True, 60, 5, 90)"),
         CpuLine("LineWithEmptyListStays", "CPU=()\nCPU=(False,2,2,2)",
                 "CPU=()\nCPU=(True, 60, 5, 90)"),
+        CpuLine("EarlierEqualsSignIsNoValue", "X=1 CPU=(False,1,1,1)\nCPU=(False,2,2,2)",
+                "X=1 CPU=(False,1,1,1)\nCPU=(True, 60, 5, 90)"),
         CpuLine("BlankBeforeTheEqualsSignStays", "CPU =(False,1,1,1)\nCPU=(False,2,2,2)",
                 "CPU =(False,1,1,1)\nCPU=(True, 60, 5, 90)"),
         CpuLine("CarriageReturnIsKept", "CPU=(False,1,1,1)\r", "CPU=(True, 60, 5, 90)\r"),
@@ -312,21 +322,8 @@ bool Edit(const CLoggerConf& conf) {
     return conf.EditConfigFile(KzmPaths::kAgentConfig, KzmPaths::kAlertConfig);
 }
 
-// The sample with a value changed in each file, and what the files hold then.
-CLoggerConf ChangedConf() {
-    CLoggerConf conf = SampleConf();
-    conf.m_SyslogOutputConf.m_bInformationAlert = true;
-    conf.m_UsageMonitorConf[CLoggerConf::kCpu].m_iThreshold = 95;
-    return conf;
-}
-
-string Replace(string text, const string& from, const string& to) {
-    return text.replace(text.find(from), from.size(), to);
-}
-
-const string kChangedAgent =
-    Replace(CTestRoot::kAgentConfig, "InformationAlert = False", "InformationAlert = True");
-const string kChangedAlert = Replace(CTestRoot::kAlertConfig, "60, 5, 90", "60, 5, 95");
+const string kChangedAgent = ChangedAgent();
+const string kChangedAlert = ChangedAlert();
 
 TEST(EditConfigFile, RewritesBothFilesInPlace) {
     const CTestRoot root;

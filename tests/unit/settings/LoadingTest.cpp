@@ -41,6 +41,7 @@ TEST(Loading, LeavesTheFilesUntouched) {
     const CTestRoot root;
     ASSERT_EQ(0, chmod(KzmPaths::kAgentConfig, 0444));
     ASSERT_EQ(0, chmod(KzmPaths::kAlertConfig, 0444));
+    const CWithoutFilePrivileges privileges;
     EXPECT_EQ(0, Load().m_iStatus);
     EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
     EXPECT_EQ(CTestRoot::kAlertConfig, ReadFile(KzmPaths::kAlertConfig));
@@ -90,19 +91,6 @@ const char kAgentFlag[] = "CLoggerSyslogOutputConf::CLoggerSyslogOutputConf nSet
 const char kUsageFlag[] = "CLoggerUsageMonitorConf::CLoggerUsageMonitorConf nSetFlag=0000";
 const char kFsFlag[] = "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf nSetFlag=0008";
 
-void MakeFolder(const char* path) {
-    std::filesystem::remove(path);
-    std::filesystem::create_directory(path);
-}
-
-string Binary() {
-    string text;
-    for (int i = 0; i < 100000; ++i) {
-        text.push_back(static_cast<char>((i * 7919) >> 3));
-    }
-    return text;
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Files, LoadingFailure,
     testing::Values(
@@ -125,10 +113,10 @@ INSTANTIATE_TEST_SUITE_P(
                    kAlertOpen},
         FailureRow{"AgentEmpty", [](const CTestRoot& root) { root.SetAgentConfig(""); },
                    kAgentFlag},
-        FailureRow{"AgentBinary", [](const CTestRoot& root) { root.SetAgentConfig(Binary()); },
+        FailureRow{"AgentBinary", [](const CTestRoot& root) { root.SetAgentConfig(BinaryText()); },
                    kAgentFlag},
-        FailureRow{"AgentIsAFolder", [](const CTestRoot&) { MakeFolder(KzmPaths::kAgentConfig); },
-                   kAgentFlag},
+        FailureRow{"AgentIsAFolder",
+                   [](const CTestRoot&) { ReplaceWithFolder(KzmPaths::kAgentConfig); }, kAgentFlag},
         FailureRow{"AgentWithCarriageReturns",
                    [](const CTestRoot& root) {
                        root.SetAgentConfig("SyslogOutput=True\r\nInformationAlert=True\r\n"
@@ -142,10 +130,10 @@ INSTANTIATE_TEST_SUITE_P(
                    ""},
         FailureRow{"AlertEmpty", [](const CTestRoot& root) { root.SetAlertConfig(""); },
                    kUsageFlag},
-        FailureRow{"AlertBinary", [](const CTestRoot& root) { root.SetAlertConfig(Binary()); },
+        FailureRow{"AlertBinary", [](const CTestRoot& root) { root.SetAlertConfig(BinaryText()); },
                    kUsageFlag},
-        FailureRow{"AlertIsAFolder", [](const CTestRoot&) { MakeFolder(KzmPaths::kAlertConfig); },
-                   kUsageFlag},
+        FailureRow{"AlertIsAFolder",
+                   [](const CTestRoot&) { ReplaceWithFolder(KzmPaths::kAlertConfig); }, kUsageFlag},
         FailureRow{"CpuMissing",
                    [](const CTestRoot& root) {
                        root.SetAlertConfig("MEMORY=(True,1,2,3)\nFILESYSTEM=(True,1,2)\n");

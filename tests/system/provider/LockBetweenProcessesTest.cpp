@@ -1,0 +1,119 @@
+// The provider lock between this process and others.
+
+#include "tests/support/CTestRoot.h"
+#include "tests/support/ProviderLockFile.h"
+#include "tests/system/provider/CChildProcess.h"
+#include "tests/system/provider/CLoadedProvider.h"
+
+#include "KzmPaths.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+const std::string kClass = "CVELTARO_ToolServiceLogger::";
+
+class LockBetweenProcesses : public testing::Test {
+protected:
+    // A process that holds the lock for this time; it does by the time this returns.
+    static std::unique_ptr<CChildProcess> HoldLock(milliseconds time) {
+        auto holder = std::make_unique<CChildProcess>([time] {
+            const int descriptor = open(KzmPaths::kLockFile, O_WRONLY | O_CREAT, 0600);
+            const int result = flock(descriptor, LOCK_EX);
+            std::this_thread::sleep_for(time);
+            return result;
+        });
+        while (IsLockFree()) {
+            std::this_thread::sleep_for(milliseconds(10));
+        }
+        return holder;
+    }
+
+    CTestRoot m_root;
+};
+
+TEST_F(LockBetweenProcesses, HeldLockIsWaitedFor) {
+    CLoadedProvider provider;
+    for (const std::string method : {"GetParameter", "SetParameter"}) {
+        SCOPED_TRACE(method);
+        const auto holder = HoldLock(milliseconds(2000));
+        const Clock::time_point start = Clock::now();
+        EXPECT_EQ(0U, method == "GetParameter" ? provider.Result(method)
+                                               : provider.SetResult(ChangedConf()));
+        const Clock::duration waited = Clock::now() - start;
+        // One second between tries: the third or the fourth finds it free.
+        EXPECT_LE(milliseconds(1500), waited);
+        EXPECT_GT(milliseconds(4000), waited);
+        EXPECT_EQ(0, holder->Wait());
+        EXPECT_TRUE(IsLockFree());
+    }
+}
+
+// The one slow test: 30 tries, one second apart.
+TEST_F(LockBetweenProcesses, HeldLockIsGivenUpAfterThirtyTries) {
+    CLoadedProvider provider;
+    const auto holder = HoldLock(milliseconds(60000));
+    const CTraceCapture trace;
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(0x80000001U, provider.SetResult(ChangedConf()));
+    const Clock::duration waited = Clock::now() - start;
+    EXPECT_LE(milliseconds(29900), waited);
+    EXPECT_GT(milliseconds(33000), waited);
+    EXPECT_EQ((TraceLines{{2, kClass + "SetParameter() GetMutex failure"}}), trace.Lines(2));
+    EXPECT_EQ(std::vector<std::string>{"CheckInstall"}, m_root.VendorCalls());
+    EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
+}
+
+TEST_F(LockBetweenProcesses, AgentThatIsNotInstalledIsAnsweredAtOnce) {
+    m_root.SetVendorAnswers(1, 0, 0);
+    CLoadedProvider provider;
+    const auto holder = HoldLock(milliseconds(60000));
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(176U, provider.Result("GetParameter"));
+    EXPECT_EQ(176U, provider.SetResult(ChangedConf()));
+    EXPECT_GT(milliseconds(900), Clock::now() - start);
+    EXPECT_FALSE(IsLockFree());
+}
+
+// ---- A service that stays ----
+
+// The files that a process has open.
+std::vector<std::string> OpenFiles(pid_t process) {
+    std::vector<std::string> files;
+    for (const auto& entry :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
+        files.push_back(std::filesystem::read_symlink(entry.path()));
+    }
+    return files;
+}
+
+TEST_F(LockBetweenProcesses, ServiceThatWasStartedHasNoPartInTheLock) {
+    const std::string pidFile = CTestRoot::Path("/opt/veltaro/agent/pid");
+    WriteFile(std::string(KzmPaths::kDeviceFolder) + "/Logger.conf",
+              "CheckInstall=/bin/true\nServiceStop=/bin/true\n"
+              "ServiceStart=/bin/sh -c \"sleep 60 & echo $! > " +
+                  pidFile + "\"\n");
+    CLoadedProvider provider;
+    ASSERT_EQ(0U, provider.SetResult(ChangedConf()));
+    const pid_t service = std::stoi(ReadFile(pidFile));
+    EXPECT_EQ(0, kill(service, 0)) << "the service does not run";
+    EXPECT_TRUE(IsLockFree());
+    EXPECT_EQ((std::vector<std::string>{"/dev/null", "/dev/null", "/dev/null"}),
+              OpenFiles(service));
+    EXPECT_EQ(0U, provider.Result("GetParameter"));
+    kill(service, SIGKILL);
+}
+
+} // namespace
