@@ -6,6 +6,8 @@ set(KZM_PROVIDER_LIBDIR opt/veltaro/kzm/provider/lib)
 set(KZM_SCHEMADIR opt/veltaro/kzm/provider/schema)
 set(KZM_DEVICEDIR opt/veltaro/kzm/provider/device)
 set(KZM_LOCKDIR opt/veltaro/kzm/provider/tmp/Logger)
+set(KZM_MANDIR usr/share/man/man1)
+set(KZM_COMPLETIONDIR usr/share/bash-completion/completions)
 
 if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
   set(CMAKE_INSTALL_PREFIX "${KZM_ROOT}/" CACHE PATH "" FORCE)

@@ -57,3 +57,25 @@ show loggerctl get
 
 say "Single values, for scripts:"
 show loggerctl get cpu.threshold syslog.output fs.enable
+
+say "What a change would do to the files; nothing is touched yet:"
+show loggerctl set --dry-run cpu.threshold=75 'fs[/].threshold=90'
+
+say "The change itself. The service is stopped before it and started after it:"
+before=$(cat "$pidfile")
+show loggerctl set cpu.threshold=75 'fs[/].threshold=90'
+after=$(cat "$pidfile")
+if [ "$before" = "$after" ]; then
+    echo "The service was not restarted." >&2
+    exit 1
+fi
+printf 'The sample service was process %s and is now process %s.\n' "$before" "$after"
+
+say "The files before the change were kept, and can be put back:"
+show loggerctl history
+show loggerctl diff
+show loggerctl restore
+
+cmp "$demo/agent.cfg" "$root/etc/opt/veltaro/ardenvale/agent.cfg"
+cmp "$demo/alert.cfg" "$root/etc/opt/veltaro/ardenvale/alert.cfg"
+say "Both files are as they were, byte for byte."

@@ -4,7 +4,9 @@
 #include "loggerctl/CGetCommand.h"
 #include "loggerctl/COutput.h"
 #include "loggerctl/CSafeText.h"
+#include "loggerctl/CSetCommand.h"
 #include "loggerctl/CSettingsKeys.h"
+#include "loggerctl/CStateCommandLine.h"
 #include "loggerctl/CSuggestion.h"
 
 #include <CLI/CLI.hpp>
@@ -16,6 +18,7 @@ namespace {
 struct Options {
     CProviderFiles m_files{KzmPaths::kProviderLibrary, KzmPaths::kClassDefinitions};
     CGetOptions m_get;
+    CSetOptions m_set;
 };
 
 std::string KeysHelp() {
@@ -37,6 +40,41 @@ CLI::App* AddGet(CLI::App* app, CGetOptions* options) {
     get->group("Commands");
     get->fallthrough();
     return get;
+}
+
+constexpr char kSetHelp[] =
+    "A switch is true, false, on, off, yes, no, 1 or 0; every other value is a whole number.\n"
+    "\n"
+    "Before the agent's service is stopped, the change is tried out on copies in memory, and the\n"
+    "files are kept: \"loggerctl history\" lists the copies, \"loggerctl restore\" puts them "
+    "back.\n"
+    "While fs.enable is false no file system is monitored, whatever its own switch says.\n"
+    "\n"
+    "Examples:\n"
+    "  loggerctl set cpu.threshold=90 memory.enable=off\n"
+    "  loggerctl set --dry-run 'fs[/home].enable=true' 'fs[/home].threshold=85'\n"
+    "  loggerctl get --json > settings.json\n"
+    "  loggerctl set --json settings.json\n"
+    "  ssh other loggerctl get --json | loggerctl set --json - --dry-run\n"
+    "\n";
+
+CLI::App* AddSet(CLI::App* app, CSetOptions* options) {
+    CLI::App* set = app->add_subcommand("set", "Change settings and restart the agent's service");
+    CLI::Option* assignments =
+        set->add_option("KEY=VALUE", options->m_assignments, "Give these settings these values");
+    assignments->option_text("...");
+    CLI::Option* record = set->add_option("--json", options->m_sRecordFile,
+                                          "Take all settings from a file as \"get --json\" prints "
+                                          "it; - is standard input");
+    record->type_name("FILE")->excludes(assignments);
+    set->add_flag("--dry-run", options->m_bDryRun,
+                  "Show what would change in the files as a unified diff, and change nothing");
+    set->add_flag("--force", options->m_bForce,
+                  "Go on in spite of warnings, and when nothing would change");
+    set->footer(KeysHelp() + kSetHelp + CExitCodes::HelpText());
+    set->group("Commands");
+    set->fallthrough();
+    return set;
 }
 
 void AddGeneral(CLI::App* app, CProviderFiles* files) {
@@ -89,13 +127,22 @@ ExitCode Finish(const CLI::App& app, const CLI::ParseError& end) {
 
 ExitCode CCommandLine::Run(int argumentCount, const char* const* arguments) {
     Options options;
-    CLI::App app("Shows the settings of the log-monitoring agent.", "loggerctl");
+    CLI::App app("Shows, changes and restores the settings of the log-monitoring agent.",
+                 "loggerctl");
     AddGeneral(&app, &options.m_files);
     const CLI::App* get = AddGet(&app, &options.m_get);
+    const CLI::App* set = AddSet(&app, &options.m_set);
+    const CStateCommandLine state(&app);
     try {
         app.parse(argumentCount, arguments);
     } catch (const CLI::ParseError& end) {
         return Finish(app, end);
+    }
+    if (state.IsAsked()) {
+        return state.Run();
+    }
+    if (set->parsed()) {
+        return CSetCommand::Run(options.m_files, options.m_set);
     }
     return get->parsed() ? CGetCommand::Run(options.m_files, options.m_get) : ExitCode::Usage;
 }

@@ -68,16 +68,29 @@ string NoLock(const string& /*rest*/) {
            (holder ? ", by " + CLockHolder::Describe(*holder) : "") + ". Try again later.";
 }
 
+// Why the file cannot be opened, for writing if that is possible for reading.
+string NotOpened(const char* path, bool forWriting) {
+    string problem = CFileProblem::Reading(path);
+    if (problem.empty() && forWriting) {
+        problem = CFileProblem::Writing(path);
+    }
+    return problem.empty() ? CSafeText::Escape(path) + ": could not be opened." : problem;
+}
+
 string AgentNotOpened(const string& /*rest*/) {
-    const string problem = CFileProblem::Reading(KzmPaths::kAgentConfig);
-    return problem.empty() ? CSafeText::Escape(KzmPaths::kAgentConfig) + ": could not be opened."
-                           : problem;
+    return NotOpened(KzmPaths::kAgentConfig, false);
 }
 
 string AlertNotOpened(const string& /*rest*/) {
-    const string problem = CFileProblem::Reading(KzmPaths::kAlertConfig);
-    return problem.empty() ? CSafeText::Escape(KzmPaths::kAlertConfig) + ": could not be opened."
-                           : problem;
+    return NotOpened(KzmPaths::kAlertConfig, false);
+}
+
+string AgentNotWritten(const string& /*rest*/) {
+    return NotOpened(KzmPaths::kAgentConfig, true);
+}
+
+string AlertNotWritten(const string& /*rest*/) {
+    return NotOpened(KzmPaths::kAlertConfig, true);
 }
 
 string ChangedMeanwhile(const char* path) {
@@ -115,6 +128,64 @@ string RecordRefused() {
     return problem.empty() ? "The settings files were not valid, but are now. Try again." : problem;
 }
 
+string StopFailed(const string& rest) {
+    return "The agent's service could not be stopped: the command ServiceStop ended with" + rest +
+           ". Run it and see; it stands in " + CSafeText::Escape(DescriptionFile()) + ".";
+}
+
+string StartFailed(const string& rest) {
+    return "The agent's service could not be started: the command ServiceStart ended with" + rest +
+           ". Run it and see; it stands in " + CSafeText::Escape(DescriptionFile()) + ".";
+}
+
+string AgentNotEdited(const string& /*rest*/) {
+    const string problem = CAgentConfigCheck::FindProblem(KzmPaths::kAgentConfig);
+    return problem.empty() ? ChangedMeanwhile(KzmPaths::kAgentConfig) : problem;
+}
+
+// A value list with the wrong number of fields stops the editor on any line, the readers only on
+// the first.
+string AlertNotEdited(const string& /*rest*/) {
+    string problem = CAlertConfigCheck::FindMonitorProblem(KzmPaths::kAlertConfig);
+    if (problem.empty()) {
+        problem = CAlertConfigCheck::FindFileSystemProblem(KzmPaths::kAlertConfig);
+    }
+    return problem.empty()
+               ? CSafeText::Escape(KzmPaths::kAlertConfig) +
+                     ": cannot be edited. Look for a second CPU, MEMORY or FILESYSTEM line "
+                     "with another number of values."
+               : problem;
+}
+
+string RequestRefused() {
+    return "The provider did not take the settings. Check that provider and tool are of the same "
+           "version.";
+}
+
+string ReadBackRefused() {
+    return "The settings files were written, but could not be read back.";
+}
+
+// " Threshold not same. Threshold1=90 Threshold2=85"
+string FieldNotSame(const string& rest) {
+    constexpr char kSays[] = " not same. ";
+    const string::size_type end = rest.find(kSays);
+    const string values = end == string::npos ? rest : rest.substr(end + std::strlen(kSays));
+    return "The files are read back other than they are written:" +
+           CSafeText::Escape(rest.substr(0, end)) + " (" + CSafeText::Escape(values) +
+           "; 1 is what is written, 2 what is read back). Look for a second line that sets the "
+           "same, or for True or False in front of a key.";
+}
+
+string MountedMeanwhile(const string& /*rest*/) {
+    return "File systems were mounted or unmounted meanwhile. Try again.";
+}
+
+// " UsageMonitorConfCpu not same."
+string PartNotSame(const string& rest) {
+    return "The difference is in" + CSafeText::Escape(rest.substr(0, rest.find(" not same"))) + ".";
+}
+
 string NoClass(const string& /*rest*/) {
     return "The class definitions lack the provider's class. Install the product again, or name "
            "other definitions with --definitions.";
@@ -135,6 +206,32 @@ constexpr std::array kRules{
     Rule{"CVELTARO_ToolServiceLogger::GetParameter() GetMutex failure", NoLock},
     Rule{"CVELTARO_ToolServiceLogger::GetParameter() CLoggerConf status error", Consequence,
          RecordRefused},
+    Rule{"CVELTARO_ToolServiceLogger::SetParameter() CIM_VTR_E_CRITICAL_ERROR", NoVendor,
+         VendorRefused},
+    Rule{"CVELTARO_ToolServiceLogger::SetParameter() Logger not installed", NotInstalled},
+    Rule{"CVELTARO_ToolServiceLogger::SetParameter() GetMutex failure", NoLock},
+    Rule{"CVELTARO_ToolServiceLogger::SetParameter() ServiceStop failure", StopFailed},
+    Rule{"CVELTARO_ToolServiceLogger::SetParameter() CLoggerConf status error", Consequence,
+         RequestRefused},
+    Rule{"CVELTARO_ToolServiceLogger::SetParameter() unknown exception", UnknownException},
+    Rule{"CVELTARO_ToolServiceLogger::SetParameter() EditConfigFile failure", Consequence},
+    Rule{"CVELTARO_ToolServiceLogger::SetParameter() ServiceStart failure", StartFailed},
+    Rule{"CVELTARO_ToolServiceLogger::EditConfigFile() LoggerConfEdit->EditConfigFile failure",
+         Consequence},
+    Rule{"CVELTARO_ToolServiceLogger::EditConfigFile() CLoggerConf status error", Consequence,
+         ReadBackRefused},
+    Rule{"CVELTARO_ToolServiceLogger::EditConfigFile() compare not same", Consequence},
+    Rule{"CLoggerConf::EditConfigFile() agent.cfg open error", AgentNotWritten},
+    Rule{"CLoggerConf::EditConfigFile() alert.cfg open error", AlertNotWritten},
+    Rule{"CLoggerConf::EditConfigFile() EditAgent failure", AgentNotEdited},
+    Rule{"CLoggerConf::EditConfigFile() EditAlert failure", AlertNotEdited},
+    Rule{"CLoggerConf::Compare", PartNotSame},
+    Rule{"CLoggerSyslogOutputConf::Compare", FieldNotSame},
+    Rule{"CLoggerUsageMonitorConf::Compare", FieldNotSame},
+    Rule{"CLoggerFsUsageMonitorConf::Compare VolumeName", MountedMeanwhile},
+    Rule{"CLoggerFsUsageMonitorConf::Compare FsList", MountedMeanwhile},
+    Rule{"CLoggerFsUsageMonitorConf::Compare", FieldNotSame},
+    Rule{"CLoggerFsThresholdConf::Compare", FieldNotSame},
     Rule{"CVELTARO_ToolServiceLogger::ExecMethodAsync hr=", Consequence},
     Rule{"CVELTARO_ToolServiceLogger::ExecMethodAsync() [exception:", Exception},
     Rule{"CVELTARO_ToolServiceLogger::ExecMethodAsync() unknown exception", UnknownException},

@@ -26,14 +26,6 @@ std::string Sentence(const std::string& path, const std::string& what) {
     return CSafeText::Escape(path) + ": " + what;
 }
 
-std::string Refused(int error, const std::string& action) {
-    std::string what = "cannot be " + action + " (" + std::strerror(error) + ").";
-    if (error == EACCES && geteuid() != 0) {
-        what += " Run the command as root.";
-    }
-    return what;
-}
-
 } // namespace
 
 std::string CFileProblem::Reading(const std::string& path) {
@@ -42,12 +34,17 @@ std::string CFileProblem::Reading(const std::string& path) {
         return Sentence(path, "does not exist. Install the agent, or put the file back.");
     }
     if (error != 0) {
-        return Sentence(path, Refused(error, "read"));
+        return Refused(path, "read", error);
     }
     if (IsDirectory(path)) {
         return Sentence(path, "is a directory. Put the agent's file in its place.");
     }
     return "";
+}
+
+std::string CFileProblem::Writing(const std::string& path) {
+    const int error = Access(path, W_OK);
+    return error == 0 ? "" : Refused(path, "written", error);
 }
 
 std::string CFileProblem::Locking(const std::string& path) {
@@ -60,12 +57,20 @@ std::string CFileProblem::Locking(const std::string& path) {
         return Sentence(folder, "does not exist. Create the lock file's folder with mode 0700.");
     }
     if (error != 0) {
-        return Sentence(folder, Refused(error, "entered"));
+        return Refused(folder, "entered", error);
     }
     error = Access(path, W_OK);
     if (error == ENOENT) {
         error = Access(folder, W_OK);
-        return error == 0 ? "" : Sentence(path, Refused(error, "created"));
+        return error == 0 ? "" : Refused(path, "created", error);
     }
-    return error == 0 ? "" : Sentence(path, Refused(error, "written"));
+    return error == 0 ? "" : Refused(path, "written", error);
+}
+
+std::string CFileProblem::Refused(const std::string& path, const std::string& action, int error) {
+    std::string what = "cannot be " + action + " (" + std::strerror(error) + ").";
+    if ((error == EACCES || error == EPERM) && geteuid() != 0) {
+        what += " Run the command as root.";
+    }
+    return Sentence(path, what);
 }

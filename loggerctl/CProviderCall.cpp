@@ -2,11 +2,11 @@
 
 #include "KzmPaths.h"
 #include "loggerctl/CLockWaitDisplay.h"
+#include "loggerctl/CReasonListener.h"
 #include "loggerctl/LoggerObjects.h"
 
 #include <unistd.h>
 
-#include <mutex>
 #include <utility>
 
 namespace {
@@ -16,35 +16,6 @@ constexpr std::uint32_t kSuccess = 0;
 constexpr std::uint32_t kNotInstalled = 176;
 constexpr std::uint32_t kException = 0x80000002;
 } // namespace MethodResult
-
-// Collects the lines that tell why a call failed, from its construction to its destruction.
-class CReasonListener {
-public:
-    CReasonListener();
-    ~CReasonListener() { CTraceUtility::SetListener(0, {}); }
-    CReasonListener(const CReasonListener&) = delete;
-    CReasonListener& operator=(const CReasonListener&) = delete;
-
-    std::vector<CTraceUtility::Line> Lines();
-
-private:
-    std::mutex m_mutex;
-    std::vector<CTraceUtility::Line> m_lines;
-};
-
-CReasonListener::CReasonListener() {
-    constexpr unsigned int kMask =
-        CTraceUtility::TRACE_DBG_FAILURE | CTraceUtility::TRACE_DBG_EXCEPTION;
-    CTraceUtility::SetListener(kMask, [this](const CTraceUtility::Line& line) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_lines.push_back(line);
-    });
-}
-
-std::vector<CTraceUtility::Line> CReasonListener::Lines() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_lines;
-}
 
 CCallOutcome CallWaiting(CProviderHost* host, const std::string& method,
                          IWbemClassObject* inParams) {

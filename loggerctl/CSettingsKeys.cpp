@@ -95,15 +95,18 @@ IWbemClassObject* FindVolume(const std::vector<IWbemClassObject*>& volumes,
     return nullptr;
 }
 
-std::string NotMounted(const std::string& name, const std::vector<IWbemClassObject*>& volumes) {
-    std::vector<std::string> mounted;
-    for (IWbemClassObject* volume : volumes) {
-        std::string volumeName;
-        CIWbemUtil::getStringFromIWbemClassObject(volume, kVolumeName, &volumeName);
-        mounted.push_back(volumeName);
-    }
+// Of a record; none when it lacks the list.
+std::vector<IWbemClassObject*> Volumes(IWbemClassObject* loggerConf) {
+    IWbemClassObject* fileSystems = nullptr;
+    CIWbemUtil::getParameterClassFromIWbemClassObject(loggerConf, kFileSystems, &fileSystems);
+    std::vector<IWbemClassObject*> volumes;
+    CIWbemUtil::getParameterClassArrayFromIWbemClassObject(fileSystems, kVolumeList, &volumes);
+    return volumes;
+}
+
+std::string NotMounted(const std::string& name, IWbemClassObject* loggerConf) {
     return "The file system " + Quoted(name) + " is not mounted." +
-           CSuggestion::Question(name, mounted);
+           CSuggestion::Question(name, CSettingsKeys::VolumeNames(loggerConf));
 }
 
 // The value's text when it is of this type.
@@ -148,15 +151,14 @@ IWbemClassObject* CSettingsKeys::FindHolder(const CSettingsAddress& address,
     if (!address.m_volume) {
         return object;
     }
-    std::vector<IWbemClassObject*> volumes;
-    CIWbemUtil::getParameterClassArrayFromIWbemClassObject(object, kVolumeList, &volumes);
+    const std::vector<IWbemClassObject*> volumes = Volumes(loggerConf);
     IWbemClassObject* volume = FindVolume(volumes, *address.m_volume);
     const std::optional<std::string> unescaped = CSafeText::Unescape(*address.m_volume);
     if (volume == nullptr && unescaped) {
         volume = FindVolume(volumes, *unescaped);
     }
     if (volume == nullptr) {
-        *error = NotMounted(*address.m_volume, volumes);
+        *error = NotMounted(*address.m_volume, loggerConf);
     }
     return volume;
 }
@@ -175,6 +177,30 @@ std::optional<std::string> CSettingsKeys::ReadText(const CSettingsAddress& addre
                  " (" + address.m_pKey->m_pObject + ", " + address.m_pKey->m_pProperty + ").";
     }
     return text;
+}
+
+std::vector<CSettingsAddress> CSettingsKeys::All(IWbemClassObject* loggerConf) {
+    std::vector<CSettingsAddress> addresses;
+    for (const CSettingsKey& key : kKeys) {
+        addresses.push_back({key.m_pName, &key, std::nullopt});
+    }
+    for (const std::string& name : VolumeNames(loggerConf)) {
+        const std::string volumePart = kVolumePrefix + name + kVolumeEnd + ".";
+        for (const CSettingsKey& key : kVolumeKeys) {
+            addresses.push_back({volumePart + key.m_pName, &key, name});
+        }
+    }
+    return addresses;
+}
+
+std::vector<std::string> CSettingsKeys::VolumeNames(IWbemClassObject* loggerConf) {
+    std::vector<std::string> names;
+    for (IWbemClassObject* volume : Volumes(loggerConf)) {
+        std::string name;
+        CIWbemUtil::getStringFromIWbemClassObject(volume, kVolumeName, &name);
+        names.push_back(name);
+    }
+    return names;
 }
 
 std::vector<std::string> CSettingsKeys::Names() {

@@ -39,6 +39,13 @@ public:
     static std::optional<std::string> ReadText(const CSettingsAddress& address,
                                                IWbemClassObject* loggerConf, std::string* error);
 
+    // The keys of all settings that loggerConf has, in the table's order: a file system's for each
+    // file system, under its name as it is.
+    static std::vector<CSettingsAddress> All(IWbemClassObject* loggerConf);
+
+    // The names of loggerConf's file systems, in its order.
+    static std::vector<std::string> VolumeNames(IWbemClassObject* loggerConf);
+
     // The names of all keys, in the table's order, with fs[NAME] standing for every file system.
     static std::vector<std::string> Names();
 };

@@ -14,7 +14,12 @@
 //
 //     CheckInstall=/usr/bin/test ! -d /opt/agent
 //     ServiceStop="/opt/my agent/control" stop
+//     ServiceStart="/opt/my agent/control" start
+//     ServiceStatus="/opt/my agent/control" is-running
 //     TimeoutSeconds=60
+//
+// ServiceStatus is optional and asked for by tools alone: 0 says that the service runs, another
+// status (3 by custom) that it is stopped.
 //
 // A name consists of letters, digits, '_' and '-', and stands first on its line. A command line is
 // split into words at blanks; double quotes group, and nothing else is special.

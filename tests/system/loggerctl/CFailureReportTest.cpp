@@ -1,5 +1,7 @@
 #include "loggerctl/CFailureReport.h"
 
+#include "KzmPaths.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -20,6 +22,9 @@ struct Row {
     Texts m_reasons;
 };
 
+const std::string kRunAndSee =
+    ". Run it and see; it stands in " + std::string(KzmPaths::kDeviceFolder) + "/Logger.conf.";
+
 const Row kRows[] = {
     {"nothing", {}, {}},
     {"an exception and its consequence",
@@ -39,6 +44,35 @@ const Row kRows[] = {
     {"a refused description",
      {"CDeviceDescription::Read() /x/Logger.conf:2 has an empty command; give the program to run"},
      {"/x/Logger.conf:2 has an empty command; give the program to run."}},
+    {"a service that is not stopped",
+     {"CVELTARO_ToolServiceLogger::SetParameter() ServiceStop failure 127"},
+     {"The agent's service could not be stopped: the command ServiceStop ended with 127" +
+      kRunAndSee}},
+    {"a service that is not started",
+     {"CVELTARO_ToolServiceLogger::SetParameter() ServiceStart failure -1"},
+     {"The agent's service could not be started: the command ServiceStart ended with -1" +
+      kRunAndSee}},
+    {"a field that is read back differently",
+     {"CLoggerUsageMonitorConf::Compare Threshold not same. Threshold1=90 Threshold2=85",
+      "CLoggerConf::Compare UsageMonitorConfMemory not same.",
+      "CVELTARO_ToolServiceLogger::EditConfigFile() compare not same",
+      "CVELTARO_ToolServiceLogger::SetParameter() EditConfigFile failure"},
+     {"The files are read back other than they are written: Threshold (Threshold1=90 "
+      "Threshold2=85; 1 is what is written, 2 what is read back). Look for a second line that sets "
+      "the same, or for True or False in front of a key.",
+      "The difference is in UsageMonitorConfMemory."}},
+    {"another list of file systems",
+     {"CLoggerFsUsageMonitorConf::Compare FsList size is not same. FsList1.size=3 FsList2.size=4",
+      "CLoggerFsUsageMonitorConf::Compare VolumeName not same. VolumeName1(/x) not found."},
+     {"File systems were mounted or unmounted meanwhile. Try again."}},
+    {"files that cannot be read back",
+     {"CVELTARO_ToolServiceLogger::EditConfigFile() CLoggerConf status error",
+      "CVELTARO_ToolServiceLogger::SetParameter() EditConfigFile failure"},
+     {"The settings files were written, but could not be read back."}},
+    {"a request that is refused",
+     {"CVELTARO_ToolServiceLogger::SetParameter() CLoggerConf status error"},
+     {"The provider did not take the settings. Check that provider and tool are of the same "
+      "version."}},
     {"a line that is not known", {"Something\n\x1B[2J new"}, {"Something\\x0A\\x1B[2J new"}},
     {"one reason twice", {"a", "b", "a"}, {"a", "b"}},
 };

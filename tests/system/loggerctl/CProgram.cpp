@@ -80,7 +80,7 @@ CProgram::Result CProgram::Run() const {
     EXPECT_EQ(pipe2(error.data(), O_CLOEXEC), 0);
     const pid_t process = fork();
     if (process == 0) {
-        dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+        dup2(open(m_sInputFile.c_str(), O_RDONLY | O_CLOEXEC), STDIN_FILENO);
         dup2(output[1], STDOUT_FILENO);
         dup2(error[1], STDERR_FILENO);
         Execute();
@@ -144,13 +144,14 @@ void CProgram::Execute() const {
             open(m_sOutputFile.c_str(), O_WRONLY); // the lowest free number: standard output
         }
     }
-    Words words = {LOGGERCTL_PROGRAM};
+    Words words = m_wrapper;
+    words.emplace_back(LOGGERCTL_PROGRAM);
     if (!m_bDefaultFiles) {
         words.insert(words.end(),
                      {"--provider", PROVIDER_LIBRARY, "--definitions", CLASS_DEFINITIONS});
     }
     words.insert(words.end(), m_arguments.begin(), m_arguments.end());
     Words environment = MakeEnvironment(m_environment);
-    execve(LOGGERCTL_PROGRAM, Pointers(&words).data(), Pointers(&environment).data());
+    execve(words.front().c_str(), Pointers(&words).data(), Pointers(&environment).data());
     _exit(127);
 }

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // One run of loggerctl as a process of its own, against the provider of this build and the class
@@ -22,14 +23,18 @@ public:
     void SetEnvironment(const std::string& nameAndValue) { m_environment.push_back(nameAndValue); }
     // Leaves out --provider and --definitions, which otherwise stand before the arguments.
     void UseDefaultFiles() { m_bDefaultFiles = true; }
+    // Standard input of Run comes from this file in place of /dev/null.
+    void SetInput(const std::string& file) { m_sInputFile = file; }
     // Standard output goes to this file; an empty name closes it.
     void RedirectOutput(const std::string& file) {
         m_bRedirected = true;
         m_sOutputFile = file;
     }
+    // Runs it by way of another program, given by its path, such as strace with its options.
+    void SetWrapper(Words wrapper) { m_wrapper = std::move(wrapper); }
     void IgnorePipeSignal() { m_bIgnorePipeSignal = true; }
 
-    // Standard input is /dev/null, the outputs are pipes.
+    // Standard input is /dev/null unless it was set, the outputs are pipes.
     [[nodiscard]] Result Run() const;
 
     // Runs it with a pipe as standard output that nobody reads.
@@ -44,8 +49,10 @@ private:
 
     Words m_arguments;
     Words m_environment;
+    Words m_wrapper;
     bool m_bDefaultFiles = false;
     bool m_bRedirected = false;
     bool m_bIgnorePipeSignal = false;
+    std::string m_sInputFile = "/dev/null";
     std::string m_sOutputFile;
 };

@@ -90,6 +90,23 @@ const ErrorRow kUnknown[] = {
                            "stands .enable or .threshold."},
 };
 
+TEST(CSettingsKeys, AllAreThoseOfTheRecord) {
+    const auto conf = MakeSample();
+    EXPECT_EQ(CSettingsKeys::VolumeNames(conf.get()),
+              (std::vector<std::string>{"/", "/home", "/a].enable", "/b\\x41", "/bA", "/n\nl"}));
+    const std::vector<CSettingsAddress> all = CSettingsKeys::All(conf.get());
+    ASSERT_EQ(all.size(), 15U + 6U * 2U);
+    EXPECT_EQ(all.front().m_sText, "syslog.output");
+    EXPECT_EQ(all.back().m_sText, "fs[/n\nl].threshold");
+    for (const CSettingsAddress& address : all) {
+        SCOPED_TRACE(address.m_sText);
+        std::string error;
+        EXPECT_TRUE(CSettingsKeys::ReadText(address, conf.get(), &error).has_value()) << error;
+    }
+    IWbemClassObject empty;
+    EXPECT_EQ(CSettingsKeys::All(&empty).size(), 15U);
+}
+
 TEST(CSettingsKeys, UnknownOnesAreRefusedWithASuggestion) {
     for (const ErrorRow& row : kUnknown) {
         SCOPED_TRACE(row.m_pKey);

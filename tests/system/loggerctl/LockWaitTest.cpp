@@ -1,32 +1,14 @@
 // What is seen while another process holds the settings lock.
 
-#include "KzmPaths.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CGolden.h"
+#include "tests/system/loggerctl/CHeldLock.h"
 #include "tests/system/loggerctl/CProgram.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 namespace {
-
-// Holds the lock until Release or its end.
-class CHeldLock {
-public:
-    CHeldLock() : m_iFile(open(KzmPaths::kLockFile, O_WRONLY | O_CREAT | O_CLOEXEC, 0600)) {
-        EXPECT_EQ(flock(m_iFile, LOCK_EX | LOCK_NB), 0);
-    }
-    ~CHeldLock() { close(m_iFile); }
-    CHeldLock(const CHeldLock&) = delete;
-    CHeldLock& operator=(const CHeldLock&) = delete;
-
-    void Release() const { flock(m_iFile, LOCK_UN); }
-
-private:
-    int m_iFile;
-};
 
 std::string Waiting() {
     return " Waiting for the settings lock, held by process " + std::to_string(getpid()) + " ... ";
