@@ -61,9 +61,10 @@ bool CCimElementReader::ReadChildren(const CXmlElement& element, Steps steps) {
         return Fail(element, "holds text where only elements are expected");
     }
     for (const CXmlElement& child : element.m_children) {
-        const auto step = std::find_if(steps.begin(), steps.end(), [&child](const auto& candidate) {
-            return candidate.first == child.m_sName;
-        });
+        const auto* const step =
+            std::find_if(steps.begin(), steps.end(), [&child](const auto& candidate) {
+                return candidate.first == child.m_sName;
+            });
         if (step == steps.end()) {
             return Fail(child, "is not understood inside " + element.m_sName);
         }

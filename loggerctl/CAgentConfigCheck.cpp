@@ -46,7 +46,7 @@ std::string InvalidValue(const std::string& path, unsigned int lineNumber,
 } // namespace
 
 std::string CAgentConfigCheck::FindProblem(const std::string& path) {
-    const std::string reading = CFileProblem::Reading(path);
+    std::string reading = CFileProblem::Reading(path);
     if (!reading.empty()) {
         return reading;
     }

@@ -87,7 +87,7 @@ bool IsMalformedVolumeLine(const std::string& line) {
 } // namespace
 
 std::string CAlertConfigCheck::FindMonitorProblem(const std::string& path) {
-    const std::string reading = CFileProblem::Reading(path);
+    std::string reading = CFileProblem::Reading(path);
     if (!reading.empty()) {
         return reading;
     }
@@ -96,7 +96,7 @@ std::string CAlertConfigCheck::FindMonitorProblem(const std::string& path) {
 }
 
 std::string CAlertConfigCheck::FindFileSystemProblem(const std::string& path) {
-    const std::string reading = CFileProblem::Reading(path);
+    std::string reading = CFileProblem::Reading(path);
     if (!reading.empty()) {
         return reading;
     }

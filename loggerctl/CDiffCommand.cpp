@@ -64,7 +64,7 @@ ExitCode CDiffCommand::Run(const std::string& id) {
         return Report(error);
     }
     const std::string text = RightsDifference(*copy, *now) + Texts(*copy).DifferenceTo(Texts(*now));
-    const bool terminal = CTerminal::Of(STDOUT_FILENO).m_bTerminal;
+    const bool terminal = isatty(STDOUT_FILENO) == 1;
     const std::string output = text.empty() ? "Both files are as in " + entry->m_sId + ".\n"
                                             : CUnifiedDiff::ForOutput(text, terminal);
     return COutput::Write(output) ? ExitCode::Success : ExitCode::Failure;

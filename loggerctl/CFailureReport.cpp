@@ -4,10 +4,11 @@
 #include "loggerctl/CAgentConfigCheck.h"
 #include "loggerctl/CAlertConfigCheck.h"
 #include "loggerctl/CFileProblem.h"
-#include "loggerctl/CLockHolder.h"
 #include "loggerctl/COutput.h"
 #include "loggerctl/CProviderCall.h"
 #include "loggerctl/CSafeText.h"
+#include "loggerctl/CSettingsLock.h"
+#include "loggerctl/CVendorService.h"
 
 #include <algorithm>
 #include <array>
@@ -18,10 +19,6 @@
 namespace {
 
 using std::string;
-
-string DescriptionFile() {
-    return string(KzmPaths::kDeviceFolder) + "/Logger.conf";
-}
 
 // ---- The reasons. Each gets what stands in the line behind its known text. ----
 
@@ -44,28 +41,22 @@ string UnknownException(const string& /*rest*/) {
 
 // A description that was refused has a line of its own.
 string NoVendor(const string& /*rest*/) {
-    const string problem = CFileProblem::Reading(DescriptionFile());
+    const string problem = CFileProblem::Reading(CVendorService::DescriptionFile());
     return problem.empty() ? "" : problem + " Without it the agent's service is not known.";
 }
 
 string VendorRefused() {
-    return CSafeText::Escape(DescriptionFile()) + ": the device description was refused.";
+    return CSafeText::Escape(CVendorService::DescriptionFile()) +
+           ": the device description was refused.";
 }
 
 string NotInstalled(const string& /*rest*/) {
     return "Install the agent. If it is installed, see the CheckInstall line in " +
-           CSafeText::Escape(DescriptionFile()) + ".";
+           CSafeText::Escape(CVendorService::DescriptionFile()) + ".";
 }
 
 string NoLock(const string& /*rest*/) {
-    const string problem = CFileProblem::Locking(KzmPaths::kLockFile);
-    if (!problem.empty()) {
-        return problem;
-    }
-    const std::optional<pid_t> holder = CLockHolder::Find(KzmPaths::kLockFile);
-    return "The settings lock " + CSafeText::Escape(KzmPaths::kLockFile) +
-           " stayed taken for 30 seconds" +
-           (holder ? ", by " + CLockHolder::Describe(*holder) : "") + ". Try again later.";
+    return CSettingsLock::WhyRefused();
 }
 
 // Why the file cannot be opened, for writing if that is possible for reading.
@@ -130,12 +121,14 @@ string RecordRefused() {
 
 string StopFailed(const string& rest) {
     return "The agent's service could not be stopped: the command ServiceStop ended with" + rest +
-           ". Run it and see; it stands in " + CSafeText::Escape(DescriptionFile()) + ".";
+           ". Run it and see; it stands in " +
+           CSafeText::Escape(CVendorService::DescriptionFile()) + ".";
 }
 
 string StartFailed(const string& rest) {
     return "The agent's service could not be started: the command ServiceStart ended with" + rest +
-           ". Run it and see; it stands in " + CSafeText::Escape(DescriptionFile()) + ".";
+           ". Run it and see; it stands in " +
+           CSafeText::Escape(CVendorService::DescriptionFile()) + ".";
 }
 
 string AgentNotEdited(const string& /*rest*/) {

@@ -55,6 +55,7 @@ std::string Quoted(const std::string& text) {
 // system's.
 std::vector<std::string> Candidates(const std::string& volumePart) {
     std::vector<std::string> names;
+    names.reserve(kKeys.size() + kVolumeKeys.size());
     for (const CSettingsKey& key : kKeys) {
         names.emplace_back(key.m_pName);
     }
@@ -181,6 +182,7 @@ std::optional<std::string> CSettingsKeys::ReadText(const CSettingsAddress& addre
 
 std::vector<CSettingsAddress> CSettingsKeys::All(IWbemClassObject* loggerConf) {
     std::vector<CSettingsAddress> addresses;
+    addresses.reserve(kKeys.size());
     for (const CSettingsKey& key : kKeys) {
         addresses.push_back({key.m_pName, &key, std::nullopt});
     }

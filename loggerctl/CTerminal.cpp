@@ -10,13 +10,15 @@
 
 namespace {
 
-bool IsSet(const char* name) {
+// The variable's value; empty when it is not set.
+std::string Variable(const char* name) {
     const char* value = std::getenv(name);
-    return value != nullptr && *value != '\0';
+    return value == nullptr ? "" : value;
 }
 
 bool UnderstandsSequences() {
-    return IsSet("TERM") && std::strcmp(std::getenv("TERM"), "dumb") != 0;
+    const std::string type = Variable("TERM");
+    return !type.empty() && type != "dumb";
 }
 
 std::size_t ColumnsOf(int descriptor) {
@@ -32,7 +34,7 @@ std::size_t ColumnsOf(int descriptor) {
 CTerminal CTerminal::Of(int descriptor) {
     CTerminal terminal;
     terminal.m_bTerminal = isatty(descriptor) == 1 && UnderstandsSequences();
-    terminal.m_bColour = terminal.m_bTerminal && !IsSet("NO_COLOR");
+    terminal.m_bColour = terminal.m_bTerminal && Variable("NO_COLOR").empty();
     terminal.m_bUtf8 = CSafeText::IsUtf8Locale();
     terminal.m_columns = ColumnsOf(descriptor);
     return terminal;

@@ -23,14 +23,10 @@ constexpr int kNotInstalled = 1;
 constexpr int kTimedOut = 124;
 constexpr int kNotRun = 127;
 
-std::string DescriptionFile() {
-    return std::string(KzmPaths::kDeviceFolder) + "/" + kDevice + ".conf";
-}
-
 // A description that was refused has given its reason; one that does not exist gives none.
 Reasons WhyNoVendor(Reasons reasons) {
     if (reasons.empty()) {
-        reasons.push_back(CFileProblem::Reading(DescriptionFile()) +
+        reasons.push_back(CFileProblem::Reading(CVendorService::DescriptionFile()) +
                           " Without it the agent's service is not known.");
     }
     return reasons;
@@ -44,7 +40,8 @@ int Execute(CVendor* vendor, const std::string& command, Reasons* reasons) {
 }
 
 std::string LineOf(const std::string& command) {
-    return "the " + command + " line in " + CSafeText::Escape(DescriptionFile()) + ".";
+    return "the " + command + " line in " + CSafeText::Escape(CVendorService::DescriptionFile()) +
+           ".";
 }
 
 bool IsRunToItsEnd(int answer) {
@@ -52,6 +49,10 @@ bool IsRunToItsEnd(int answer) {
 }
 
 } // namespace
+
+std::string CVendorService::DescriptionFile() {
+    return std::string(KzmPaths::kDeviceFolder) + "/" + kDevice + ".conf";
+}
 
 CVendorService::CVendorService() {
     CReasonListener listener;
@@ -101,7 +102,7 @@ CServiceAnswer CVendorService::Status(State* state) {
     }
     if (!m_pVendor->HasCommand(kStatus)) {
         return {ExitCode::Failure,
-                {CSafeText::Escape(DescriptionFile()) + " has no " + kStatus +
+                {CSafeText::Escape(CVendorService::DescriptionFile()) + " has no " + kStatus +
                  " line. Add one with a command that answers 0 while the service runs, such as "
                  "ServiceStatus=/usr/bin/systemctl is-active --quiet UNIT."}};
     }

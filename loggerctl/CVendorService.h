@@ -19,6 +19,9 @@ class CVendorService {
 public:
     enum class State { Running, Stopped };
 
+    // The path of the agent's device description.
+    static std::string DescriptionFile();
+
     // Asks for the vendor object. Runs no command.
     CVendorService();
 

@@ -14,12 +14,6 @@ using std::string;
 
 namespace {
 
-constexpr char kLoggerConf[] = "LoggerConf";
-constexpr char kSyslogOutputConf[] = "SyslogOutputConf";
-constexpr char kUsageMonitorConfCpu[] = "UsageMonitorConfCpu";
-constexpr char kUsageMonitorConfMemory[] = "UsageMonitorConfMemory";
-constexpr char kFsUsageMonitorConf[] = "FsUsageMonitorConf";
-
 void TraceFlow(const char* text) {
     CTraceUtility::WriteDebug(LoggerTrace::kModule, LoggerTrace::kFlow, "%s", text);
 }

@@ -9,13 +9,6 @@
 
 using namespace LoggerDefinitions;
 
-namespace {
-
-constexpr char kVolumeName[] = "VolumeName";
-constexpr char kVolMonitoringEnable[] = "VolMonitoringEnable";
-
-} // namespace
-
 CLoggerFsThresholdConf::CLoggerFsThresholdConf() {
     InitMember();
 }

@@ -14,8 +14,6 @@ using std::string;
 
 namespace {
 
-constexpr char kFsThresholdConfList[] = "FsThresholdConfList";
-
 // Set from the start; cleared by a malformed FSNAME line.
 constexpr std::uint16_t kVolumesGoodBit = 0x8;
 constexpr std::uint16_t kAllBits = 0xF;

@@ -18,11 +18,21 @@ inline constexpr unsigned int kFsUsageMonitorFields = 3;
 inline constexpr char kTrue[] = "True";
 inline constexpr char kFalse[] = "False";
 
-// WBEM properties of the usage monitors.
+// WBEM properties: the whole record and its parts ...
+inline constexpr char kLoggerConf[] = "LoggerConf";
+inline constexpr char kSyslogOutputConf[] = "SyslogOutputConf";
+inline constexpr char kUsageMonitorConfCpu[] = "UsageMonitorConfCpu";
+inline constexpr char kUsageMonitorConfMemory[] = "UsageMonitorConfMemory";
+inline constexpr char kFsUsageMonitorConf[] = "FsUsageMonitorConf";
+
+// ... and those of the usage monitors.
 inline constexpr char kMonitoringEnable[] = "MonitoringEnable";
 inline constexpr char kSamplingInterval[] = "SamplingInterval";
 inline constexpr char kSamplingCount[] = "SamplingCount";
 inline constexpr char kThreshold[] = "Threshold";
+inline constexpr char kFsThresholdConfList[] = "FsThresholdConfList";
+inline constexpr char kVolumeName[] = "VolumeName";
+inline constexpr char kVolMonitoringEnable[] = "VolMonitoringEnable";
 
 // Percent; the threshold of a file system that nobody has given one.
 inline constexpr int kDefaultThreshold = 80;

@@ -41,16 +41,4 @@ TEST(LockWait, ShowsNothingWhileTheToolItselfHoldsTheLock) {
     EXPECT_EQ(CProgram({"get", "cpu.count"}).RunOnTerminal().m_sOutput, "5\r\n");
 }
 
-TEST(LockWait, GivesUpWithTheHoldersName) {
-    const CTestRoot root;
-    const CHeldLock lock;
-    const CProgram::Result result = CProgram({"get"}).Run(); // pipes: no spinner
-    EXPECT_EQ(result.m_iExitCode, 4);
-    EXPECT_EQ(CGolden::WithoutRoot(result.m_sError),
-              "loggerctl: The settings cannot be read.\n  The settings lock "
-              "ROOT/opt/veltaro/kzm/provider/tmp/Logger/lockfile stayed taken for 30 seconds, by "
-              "process " +
-                  std::to_string(getpid()) + " (loggerctl_syste). Try again later.\n");
-}
-
 } // namespace
