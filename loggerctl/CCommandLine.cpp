@@ -49,6 +49,7 @@ constexpr char kSetHelp[] =
     "files are kept: \"loggerctl history\" lists the copies, \"loggerctl restore\" puts them "
     "back.\n"
     "While fs.enable is false no file system is monitored, whatever its own switch says.\n"
+    "Entries of file systems that are not mounted go from alert.cfg with every change.\n"
     "\n"
     "Examples:\n"
     "  loggerctl set cpu.threshold=90 memory.enable=off\n"

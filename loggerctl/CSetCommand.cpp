@@ -2,6 +2,7 @@
 
 #include "comlib/CIWbemUtil.h"
 #include "loggerctl/CFailureReport.h"
+#include "loggerctl/CLostEntries.h"
 #include "loggerctl/COutput.h"
 #include "loggerctl/CRecordFile.h"
 #include "loggerctl/CSetExecution.h"
@@ -46,6 +47,7 @@ public:
         if (m_changes.empty() && !m_options.m_bForce) {
             return Say("No changes.\n");
         }
+        SayWhatIsLost();
         return m_options.m_bDryRun ? ShowDifference() : Execute();
     }
 
@@ -55,6 +57,7 @@ private:
     bool MakeRequest();
     bool HeedWarnings();
     bool Rehearse();
+    void SayWhatIsLost() const;
     ExitCode ShowDifference() const;
     ExitCode Execute();
 
@@ -163,6 +166,15 @@ bool CSetRun::Rehearse() {
     m_rehearsal.m_wanted.ConvertToIWbemClassObject(&wanted);
     m_changes = CSettingsChange::Find(*LoggerConfOf(m_present.get()), *LoggerConfOf(&wanted));
     return true;
+}
+
+void CSetRun::SayWhatIsLost() const {
+    const std::vector<std::string> lost =
+        CLostEntries::Find(m_texts.m_sAlert, m_rehearsal.m_wanted);
+    if (!lost.empty()) {
+        COutput::WriteError("Note: entries of file systems that are not mounted are not kept.",
+                            lost);
+    }
 }
 
 ExitCode CSetRun::ShowDifference() const {

@@ -47,6 +47,16 @@ TEST_F(Set, ChangesFileSystems) {
                         "FSNAME=\"/\"   (70)\n#KZM# \tFSNAME=\"/home\"   (90)\n"));
 }
 
+TEST_F(Set, NamesTheEntriesThatAreNotKept) {
+    m_root.SetAlertConfig(std::string(CTestRoot::kAlertConfig) +
+                          "FSNAME=\"/srv/backup\" (95)\n#KZM# \tFSNAME=\"/old\x1B\" (70)\n"
+                          "# FSNAME=\"/retired\" (60)\n");
+    ExpectGolden("lost_entries_dry_run", RunSet({"cpu.threshold=95", "--dry-run"}));
+    ExpectGolden("lost_entries", RunSet({"cpu.threshold=95"}));
+    ExpectFiles(CTestRoot::kAgentConfig, ChangedAlert() + "# FSNAME=\"/retired\" (60)\n");
+    EXPECT_EQ("", RunSet({"cpu.threshold=90"}).m_sError); // they are gone now
+}
+
 TEST_F(Set, ShowsWhatSwitchingTheMonitorOffSwitchesOff) {
     ExpectGolden("monitor_off", RunSet({"fs.enable=off"}));
 }
