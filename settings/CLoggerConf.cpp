@@ -65,14 +65,14 @@ CLoggerConf::CLoggerConf() {
 CLoggerConf::CLoggerConf(IWbemClassObject* inParams) {
     TraceFlow("CLoggerConf::CLoggerConf() [START]");
     InitMember();
-    m_iStatus = ReadParameters(inParams) ? kRecordValid : kRecordFailed;
+    Finish(ReadParameters(inParams));
     TraceFlow("CLoggerConf::CLoggerConf() [END]");
 }
 
 CLoggerConf::CLoggerConf(string agentPath, string alertPath) {
     TraceFlow("CLoggerConf::CLoggerConf() [START]");
     InitMember();
-    m_iStatus = ReadFiles(agentPath, alertPath) ? kRecordValid : kRecordFailed;
+    Finish(ReadFiles(agentPath, alertPath));
     TraceFlow("CLoggerConf::CLoggerConf() [END]");
 }
 
@@ -83,19 +83,10 @@ bool CLoggerConf::ReadParameters(IWbemClassObject* inParams) {
         return false;
     }
     const CPropertyReader reader(conf, kOperation);
-    CLoggerSyslogOutputConf syslog;
-    CLoggerUsageMonitorConf cpu;
-    CLoggerUsageMonitorConf memory;
-    if (!ReadPart(reader, kSyslogOutputConf, &syslog) ||
-        !ReadPart(reader, kUsageMonitorConfCpu, &cpu) ||
-        !ReadPart(reader, kUsageMonitorConfMemory, &memory) ||
-        !ReadPart(reader, kFsUsageMonitorConf, &m_FsUsageMonitorConf)) {
-        return false;
-    }
-    m_SyslogOutputConf = syslog;
-    m_UsageMonitorConf[kCpu] = cpu;
-    m_UsageMonitorConf[kMemory] = memory;
-    return true;
+    return ReadPart(reader, kSyslogOutputConf, &m_SyslogOutputConf) &&
+           ReadPart(reader, kUsageMonitorConfCpu, &m_UsageMonitorConf[kCpu]) &&
+           ReadPart(reader, kUsageMonitorConfMemory, &m_UsageMonitorConf[kMemory]) &&
+           ReadPart(reader, kFsUsageMonitorConf, &m_FsUsageMonitorConf);
 }
 
 bool CLoggerConf::ReadFiles(const string& agentPath, const string& alertPath) {
@@ -109,19 +100,17 @@ bool CLoggerConf::ReadFiles(const string& agentPath, const string& alertPath) {
         TraceFailure("CLoggerConf::CLoggerConf alert.cfg open error");
         return false;
     }
-    CLoggerSyslogOutputConf syslog;
-    CLoggerUsageMonitorConf cpu;
-    CLoggerUsageMonitorConf memory;
-    if (!Accept(CLoggerSyslogOutputConf(&agent), &syslog) ||
-        !Accept(CLoggerUsageMonitorConf(&alert, kCpuKey), &cpu) ||
-        !Accept(CLoggerUsageMonitorConf(&alert, kMemoryKey), &memory) ||
-        !Accept(CLoggerFsUsageMonitorConf(&alert, kFileSystemKey), &m_FsUsageMonitorConf)) {
-        return false;
+    return Accept(CLoggerSyslogOutputConf(&agent), &m_SyslogOutputConf) &&
+           Accept(CLoggerUsageMonitorConf(&alert, kCpuKey), &m_UsageMonitorConf[kCpu]) &&
+           Accept(CLoggerUsageMonitorConf(&alert, kMemoryKey), &m_UsageMonitorConf[kMemory]) &&
+           Accept(CLoggerFsUsageMonitorConf(&alert, kFileSystemKey), &m_FsUsageMonitorConf);
+}
+
+void CLoggerConf::Finish(bool isRead) {
+    if (!isRead) {
+        InitMember(); // nothing of a half-read record stays
+        m_iStatus = kRecordFailed;
     }
-    m_SyslogOutputConf = syslog;
-    m_UsageMonitorConf[kCpu] = cpu;
-    m_UsageMonitorConf[kMemory] = memory;
-    return true;
 }
 
 void CLoggerConf::InitMember() {

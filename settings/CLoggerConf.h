@@ -78,8 +78,10 @@ public:
     std::int32_t m_iStatus; // 0 valid, 1 building the record failed
 
 private:
+    // Both: false when a part cannot be read; the parts before it are then filled.
     bool ReadParameters(IWbemClassObject* inParams);
     bool ReadFiles(const std::string& agentPath, const std::string& alertPath);
+    void Finish(bool isRead);
 
     using Editor = bool (CLoggerConf::*)(std::list<std::string>&) const;
     bool EditFile(const std::string& path, const char* fileName, Editor editor,
