@@ -65,6 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ListRow{"NoClosing", "CPU=(True,60", 0, ""},
                     ListRow{"NoOpening", "CPU=True,60)", 0, ""},
                     ListRow{"WrongWayRound", "CPU=)True(", 0, ""},
+                    ListRow{"WrongWayRoundSideBySide", "CPU=)(True", 0, ""},
                     ListRow{"ClosingBeforeThePair", "CPU=) (True)", 0, ""},
                     ListRow{"ParenthesesBeforeTheEqualsSign", "(x) CPU=(True)", 4, "True"},
                     ListRow{"EarlierEqualsSign", "X=1 CPU=(True,60,5,80)", 4, ""},
