@@ -53,3 +53,12 @@ expect "mode of the lock file" 600 \
     "$(stat -c %a /opt/veltaro/kzm/provider/tmp/Logger/lockfile)"
 expect "file systems listed" "$(/bin/mount | sed 's/.* on \(.*\) type .*/\1/' | sort -u | wc -l)" \
     "$(loggerctl get --json | grep -c '"VolumeName"')"
+
+cp "$config/alert.cfg" "$agent/alert.cfg.before"
+loggerctl set cpu.threshold=75 >/dev/null
+expect "the line after a change" "CPU=(True, 60, 5, 75)" "$(head -n 1 "$config/alert.cfg")"
+expect "what was asked of the service" "started stopped" \
+    "$(cd "$agent" && echo start* stop*)"
+expect "copies in the history" 1 "$(loggerctl history --json | grep -c '"Reason"')"
+loggerctl restore >/dev/null
+cmp "$agent/alert.cfg.before" "$config/alert.cfg"
