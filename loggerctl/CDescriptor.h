@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 // Owns a file descriptor and closes it.
 class CDescriptor {
 public:
@@ -15,6 +17,10 @@ public:
 
     // Closes it now. Returns 0, or the error that the file system reports only on closing.
     int Close();
+
+    // Writes the whole text to any descriptor, however often that takes. Returns 0 or an error
+    // number; a part of the text may be written then.
+    static int WriteAll(int descriptor, const std::string& text);
 
 private:
     int m_iDescriptor;

@@ -32,17 +32,6 @@ int ReadAll(int descriptor, std::string* text) {
     }
 }
 
-int WriteAll(int descriptor, const std::string& text) {
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
-        if (count < 0 && errno != EINTR) {
-            return errno;
-        }
-        done += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return 0;
-}
-
 // Only root may give a file away; nobody needs to when it is right already.
 int SetOwner(int descriptor, const CFileImage& image) {
     struct stat status {};
@@ -58,7 +47,7 @@ int SetOwner(int descriptor, const CFileImage& image) {
 // Everything about a new file, in an order in which nothing undoes what came before: a change of
 // the owner clears bits of the mode.
 int Fill(int descriptor, const CFileImage& image) {
-    int error = WriteAll(descriptor, image.m_sText);
+    int error = CDescriptor::WriteAll(descriptor, image.m_sText);
     if (error == 0) {
         error = SetOwner(descriptor, image);
     }

@@ -1,5 +1,7 @@
 #include "loggerctl/COutput.h"
 
+#include "loggerctl/CDescriptor.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -7,18 +9,6 @@
 #include <cstring>
 
 namespace {
-
-// Returns 0 or an error number.
-int WriteAll(int descriptor, const std::string& text) {
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
-        if (count < 0 && errno != EINTR) {
-            return errno;
-        }
-        done += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return 0;
-}
 
 // Some file systems report only on closing that there was no room.
 int CloseCopy(int descriptor) {
@@ -39,7 +29,7 @@ void COutput::SecureStandardStreams() {
 }
 
 bool COutput::Write(const std::string& text) {
-    int error = WriteAll(STDOUT_FILENO, text);
+    int error = CDescriptor::WriteAll(STDOUT_FILENO, text);
     if (error == 0) {
         error = CloseCopy(STDOUT_FILENO);
     }
@@ -54,5 +44,5 @@ void COutput::WriteError(const std::string& headline, const std::vector<std::str
     for (const std::string& detail : details) {
         text += "  " + detail + '\n';
     }
-    WriteAll(STDERR_FILENO, text);
+    CDescriptor::WriteAll(STDERR_FILENO, text);
 }
