@@ -17,12 +17,24 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 add_compile_options(-fnon-call-exceptions)
 
 # Full RELRO: every symbol is bound and the tables are read-only before the first call.
-add_link_options(-Wl,-z,relro,-z,now,-z,defs -Wl,--as-needed)
+add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
+if(NOT KZM_FUZZ)
+  add_link_options(-Wl,-z,defs) # clang leaves the sanitizers' symbols to the program
+endif()
+
+if(KZM_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()
+
+if(KZM_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 
 if(KZM_SANITIZE)
-  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+  add_compile_options(-fsanitize=${KZM_SANITIZE} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=address,undefined)
+  add_link_options(-fsanitize=${KZM_SANITIZE})
   # The sanitizers handle the fault signals themselves.
   add_compile_definitions(KZM_NO_FAULT_TRANSLATION)
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
