@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/system/loggerctl/CProgram.h"
+#include "tests/support/CProgram.h"
 
 #include <string>
 

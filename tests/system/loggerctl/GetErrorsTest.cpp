@@ -1,9 +1,9 @@
 // How "loggerctl get" fails: exit code and reasons, one golden file for each.
 
 #include "KzmPaths.h"
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CGolden.h"
-#include "tests/system/loggerctl/CProgram.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // What "loggerctl get" prints, in each of its forms.
 
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CGolden.h"
-#include "tests/system/loggerctl/CProgram.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,9 +1,9 @@
 // What "loggerctl history" and "loggerctl diff" print, and how they fail.
 
 #include "KzmPaths.h"
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CGolden.h"
-#include "tests/system/loggerctl/CProgram.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 
 #include <gtest/gtest.h>

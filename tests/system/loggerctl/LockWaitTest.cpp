@@ -1,9 +1,9 @@
 // What is seen while another process holds the settings lock.
 
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CGolden.h"
 #include "tests/system/loggerctl/CHeldLock.h"
-#include "tests/system/loggerctl/CProgram.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 // Where the output goes and what it may contain there.
 
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
-#include "tests/system/loggerctl/CProgram.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // A restore that is killed, or that a system call fails, at every point where it changes something.
 
 #include "KzmPaths.h"
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/ProviderLockFile.h"
 #include "tests/support/TableTest.h"
 #include "tests/system/loggerctl/CGolden.h"
-#include "tests/system/loggerctl/CProgram.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 
 #include <gtest/gtest.h>

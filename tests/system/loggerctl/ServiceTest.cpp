@@ -1,11 +1,11 @@
 // "loggerctl service": what it says, what it runs, and how it fails.
 
 #include "KzmPaths.h"
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/ProviderLockFile.h"
 #include "tests/system/loggerctl/CGolden.h"
 #include "tests/system/loggerctl/CHeldLock.h"
-#include "tests/system/loggerctl/CProgram.h"
 
 #include <gtest/gtest.h>
 

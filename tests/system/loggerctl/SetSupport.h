@@ -1,7 +1,7 @@
 #pragma once
 
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
-#include "tests/system/loggerctl/CProgram.h"
 
 #include <map>
 #include <string>

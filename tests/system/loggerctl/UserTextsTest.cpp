@@ -3,9 +3,9 @@
 #include "KzmPaths.h"
 #include "loggerctl/CExitCodes.h"
 #include "loggerctl/CSettingsKeys.h"
+#include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CGolden.h"
-#include "tests/system/loggerctl/CProgram.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 // Reading what an agent, an administrator or a broken disk may leave behind.
 
+#include "tests/support/CLoadedProvider.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/CWithoutFilePrivileges.h"
 #include "tests/support/ProviderLockFile.h"
 #include "tests/support/TableTest.h"
-#include "tests/system/provider/CLoadedProvider.h"
 
 #include "KzmPaths.h"
 

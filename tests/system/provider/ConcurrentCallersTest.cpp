@@ -1,8 +1,8 @@
 // Two processes that set different settings at the same time.
 
+#include "tests/support/CChildProcess.h"
+#include "tests/support/CLoadedProvider.h"
 #include "tests/support/CTestRoot.h"
-#include "tests/system/provider/CChildProcess.h"
-#include "tests/system/provider/CLoadedProvider.h"
 
 #include "KzmPaths.h"
 

@@ -1,9 +1,9 @@
 // The provider lock between this process and others.
 
+#include "tests/support/CChildProcess.h"
+#include "tests/support/CLoadedProvider.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/ProviderLockFile.h"
-#include "tests/system/provider/CChildProcess.h"
-#include "tests/system/provider/CLoadedProvider.h"
 
 #include "KzmPaths.h"
 

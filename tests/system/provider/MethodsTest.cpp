@@ -1,8 +1,8 @@
 // Both methods end to end: the answer, the files, the vendor commands and the whole trace.
 
+#include "tests/support/CLoadedProvider.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/ProviderLockFile.h"
-#include "tests/system/provider/CLoadedProvider.h"
 
 #include "KzmPaths.h"
 #include "comlib/CIWbemUtil.h"

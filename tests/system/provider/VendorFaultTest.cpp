@@ -3,9 +3,9 @@
 #include "comlib/KzmException.h"
 #include "providerbase/CVendor.h"
 #include "providerbase/CVendorFactory.h"
+#include "tests/support/CLoadedProvider.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/ProviderLockFile.h"
-#include "tests/system/provider/CLoadedProvider.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/system/provider/CLoadedProvider.h"
+#include "tests/support/CLoadedProvider.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/system/provider/CChildProcess.h"
+#include "tests/support/CChildProcess.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/system/loggerctl/CProgram.h"
+#include "tests/support/CProgram.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
