@@ -5,6 +5,7 @@
 #include "settings/LoggerDefinitions.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 using namespace LoggerDefinitions;
 using std::string;
@@ -62,9 +63,9 @@ Edit EditValueList(const char* key, unsigned int fieldCount, const Monitor& moni
     return Edit::kDone;
 }
 
-// Removes the FSNAME lines that parse, monitored or not, and returns their names in file order.
-Lines TakeVolumeLines(Lines* lines) {
-    Lines names;
+// Removes the FSNAME lines that parse, monitored or not, and returns their names.
+std::unordered_set<string> TakeVolumeLines(Lines* lines) {
+    std::unordered_set<string> names;
     for (auto line = lines->begin(); line != lines->end();) {
         const string::size_type keyPos = line->find(kFsNameKey);
         string name;
@@ -75,7 +76,7 @@ Lines TakeVolumeLines(Lines* lines) {
                                           *line, static_cast<unsigned int>(keyPos), &name,
                                           &threshold, &enable) == CLoggerFsUsageMonitorConf::kEntry;
         if (isEntry) {
-            names.push_back(name);
+            names.insert(name);
             line = lines->erase(line);
         } else {
             ++line;
@@ -93,7 +94,7 @@ string VolumeLine(const CLoggerFsThresholdConf& row) {
 } // namespace
 
 bool CLoggerConf::EditAlert(Lines& lines) const {
-    Lines oldNames = TakeVolumeLines(&lines);
+    const std::unordered_set<string> oldNames = TakeVolumeLines(&lines);
     unsigned int editedFlag = 0;
     for (auto line = lines.begin(); line != lines.end(); ++line) {
         const Edit cpu =
@@ -115,17 +116,18 @@ bool CLoggerConf::EditAlert(Lines& lines) const {
         editedFlag |= memory == Edit::kDone ? kMemoryEdited : 0;
         if (fileSystem == Edit::kDone) {
             editedFlag |= kFileSystemEdited;
-            line = InsertVolumeLines(line, &oldNames, &lines);
+            line = InsertVolumeLines(line, oldNames, &lines);
         }
     }
     return editedFlag == kAllEdited;
 }
 
-Lines::iterator CLoggerConf::InsertVolumeLines(Lines::iterator behind, Lines* oldNames,
+Lines::iterator CLoggerConf::InsertVolumeLines(Lines::iterator behind,
+                                               const std::unordered_set<string>& oldNames,
                                                Lines* lines) const {
     for (const CLoggerFsThresholdConf& row : m_FsUsageMonitorConf.m_FsThresholdConfList) {
         const bool isDefault = !row.m_bVolMonitoringEnable && row.m_iThreshold == kDefaultThreshold;
-        if (isDefault && !FindItem(oldNames, row.m_sVolumeName)) {
+        if (isDefault && oldNames.count(row.m_sVolumeName) == 0) {
             continue; // nobody ever set it
         }
         behind = lines->insert(std::next(behind), VolumeLine(row));

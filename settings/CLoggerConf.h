@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <list>
 #include <string>
+#include <unordered_set>
 
 class IWbemClassObject;
 
@@ -66,7 +67,7 @@ public:
     // edited in part.
     bool EditAlert(std::list<std::string>& lines) const;
 
-    // True when an element of the list equals the item.
+    // True when an element of the list equals the item. Walks the list.
     static bool FindItem(std::list<std::string>* list, const std::string& item);
 
     static constexpr int kCpu = 0;
@@ -87,7 +88,8 @@ private:
     bool EditFile(const std::string& path, const char* fileName, Editor editor,
                   const char* editorName) const;
     // Returns the last line inserted, or the line itself when there was nothing to insert.
-    std::list<std::string>::iterator InsertVolumeLines(std::list<std::string>::iterator behind,
-                                                       std::list<std::string>* oldNames,
-                                                       std::list<std::string>* lines) const;
+    std::list<std::string>::iterator
+    InsertVolumeLines(std::list<std::string>::iterator behind,
+                      const std::unordered_set<std::string>& oldNames,
+                      std::list<std::string>* lines) const;
 };

@@ -18,13 +18,6 @@ namespace {
 constexpr std::uint16_t kVolumesGoodBit = 0x8;
 constexpr std::uint16_t kAllBits = 0xF;
 
-// The first row of this name; the end of the list when there is none.
-template <class List>
-auto FindVolume(List& list, const string& name) {
-    return std::find_if(list.begin(), list.end(),
-                        [&name](const auto& row) { return row.m_sVolumeName == name; });
-}
-
 } // namespace
 
 CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf() {
@@ -82,10 +75,11 @@ CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf(std::ifstream* file, const 
 }
 
 void CLoggerFsUsageMonitorConf::ReadAlertConfig(std::ifstream* file, std::uint16_t* setFlag) {
+    const RowIndex rows(m_FsThresholdConfList);
     CLoggerConfCommon::Rewind(file);
     string line;
     while (std::getline(*file, line)) {
-        if (!ReadFileSystemLine(line, setFlag) || !ReadVolumeLine(line, setFlag)) {
+        if (!ReadFileSystemLine(line, setFlag) || !ReadVolumeLine(line, rows, setFlag)) {
             return;
         }
     }
@@ -110,7 +104,8 @@ bool CLoggerFsUsageMonitorConf::ReadFileSystemLine(const string& line, std::uint
     return true;
 }
 
-bool CLoggerFsUsageMonitorConf::ReadVolumeLine(const string& line, std::uint16_t* setFlag) {
+bool CLoggerFsUsageMonitorConf::ReadVolumeLine(const string& line, const RowIndex& rows,
+                                               std::uint16_t* setFlag) {
     const string::size_type keyPos = line.find(kFsNameKey);
     if (keyPos == string::npos) {
         return true;
@@ -125,8 +120,8 @@ bool CLoggerFsUsageMonitorConf::ReadVolumeLine(const string& line, std::uint16_t
         return false;
     }
     if (kind == kEntry) {
-        const auto row = FindVolume(m_FsThresholdConfList, name);
-        if (row != m_FsThresholdConfList.end()) {
+        CLoggerFsThresholdConf* row = rows.Find(name);
+        if (row != nullptr) {
             row->m_iThreshold = threshold;
             row->m_bVolMonitoringEnable = enable;
         }
@@ -176,7 +171,9 @@ int CLoggerFsUsageMonitorConf::GetVolumeThresholdFromString(const string& line, 
 
 bool CLoggerFsUsageMonitorConf::CheckMountPointName(string name,
                                                     std::list<CLoggerFsThresholdConf>& list) {
-    return FindVolume(list, name) != list.end();
+    return std::any_of(list.begin(), list.end(), [&name](const CLoggerFsThresholdConf& row) {
+        return row.m_sVolumeName == name;
+    });
 }
 
 void CLoggerFsUsageMonitorConf::InitMember() {
@@ -191,9 +188,10 @@ bool CLoggerFsUsageMonitorConf::Compare(const CLoggerFsUsageMonitorConf* other) 
     if (!SamplingFields::Compare("CLoggerFsUsageMonitorConf", *this, *other)) {
         return false;
     }
+    const CVolumeIndex<const CLoggerFsThresholdConf> otherRows(other->m_FsThresholdConfList);
     for (const CLoggerFsThresholdConf& row : m_FsThresholdConfList) {
-        const auto found = FindVolume(other->m_FsThresholdConfList, row.m_sVolumeName);
-        if (found == other->m_FsThresholdConfList.end()) {
+        const CLoggerFsThresholdConf* found = otherRows.Find(row.m_sVolumeName);
+        if (found == nullptr) {
             CTraceUtility::WriteDebug(LoggerTrace::kModule, LoggerTrace::kFailure,
                                       "CLoggerFsUsageMonitorConf::Compare VolumeName not same. "
                                       "VolumeName1(%s) not found.",

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "settings/CLoggerFsThresholdConf.h"
+#include "settings/CVolumeIndex.h"
 
 #include <cstdint>
 #include <fstream>
@@ -69,7 +70,7 @@ public:
     // prints nothing, or that fails, is not an error.
     bool GetMountPointList(std::list<CLoggerFsThresholdConf>& list);
 
-    // True when the list holds a row of exactly this name.
+    // True when the list holds a row of exactly this name. Walks the list.
     bool CheckMountPointName(std::string name, std::list<CLoggerFsThresholdConf>& list);
 
     bool m_bMonitoringEnable;
@@ -79,9 +80,11 @@ public:
     std::int32_t m_iStatus;
 
 private:
+    using RowIndex = CVolumeIndex<CLoggerFsThresholdConf>;
+
     bool ReadProperties(IWbemClassObject* object);
     void ReadAlertConfig(std::ifstream* file, std::uint16_t* setFlag);
     // Both: false when the rest of the file must not be read.
     bool ReadFileSystemLine(const std::string& line, std::uint16_t* setFlag);
-    bool ReadVolumeLine(const std::string& line, std::uint16_t* setFlag);
+    bool ReadVolumeLine(const std::string& line, const RowIndex& rows, std::uint16_t* setFlag);
 };

@@ -52,6 +52,7 @@ bool CLoggerFsUsageMonitorConf::GetMountPointList(std::list<CLoggerFsThresholdCo
     if (pipe == nullptr) {
         return false;
     }
+    RowIndex rows(list);
     std::array<char, kLineBufferSize> buffer{};
     while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), pipe.get()) != nullptr) {
         string mountPoint;
@@ -62,8 +63,9 @@ bool CLoggerFsUsageMonitorConf::GetMountPointList(std::list<CLoggerFsThresholdCo
             list.clear();
             return false;
         }
-        if (!CheckMountPointName(mountPoint, list)) {
+        if (rows.Find(mountPoint) == nullptr) {
             list.emplace_back(mountPoint, LoggerDefinitions::kDefaultThreshold, false);
+            rows.Add(&list.back());
         }
     }
     return true;
