@@ -10,7 +10,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 find_package(Threads REQUIRED)
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat-security
+                    -Werror)
 
 # A fault that the common library turns into an exception is raised by an ordinary instruction, not
 # by a call: the unwinder finds its way out only through code compiled like this.

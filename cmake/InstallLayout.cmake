@@ -13,6 +13,10 @@ if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
   set(CMAKE_INSTALL_PREFIX "${KZM_ROOT}/" CACHE PATH "" FORCE)
 endif()
 
+# Folders that the installation makes are their owner's to write, whatever the umask.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
 # The folder of the lock file is part of the installation: the provider expects it.
 install(DIRECTORY DESTINATION ${KZM_LOCKDIR}
         DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)

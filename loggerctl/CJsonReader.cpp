@@ -51,12 +51,16 @@ std::string WholeNumberWanted(const Json& json) {
            " to " + std::to_string(std::numeric_limits<Number>::max()) + ", not " + Shown(json);
 }
 
-// Notes the first name that an object of the text gives twice: the parser alone would keep the
-// last.
-class CDuplicateFinder {
+// Looks at a text while it is parsed, at what the parser alone would accept.
+class CParseWatch {
 public:
-    bool operator()(int, nlohmann::json::parse_event_t event, const Json& parsed) {
+    // False for a value that is nested too deep: the parser then leaves it out.
+    bool operator()(int depth, nlohmann::json::parse_event_t event, const Json& parsed) {
         using Event = nlohmann::json::parse_event_t;
+        if (depth > kDeepest) {
+            m_bTooDeep = true;
+            return false;
+        }
         if (event == Event::object_start) {
             m_names.emplace_back();
         } else if (event == Event::object_end) {
@@ -68,9 +72,13 @@ public:
         return true;
     }
 
-    std::string m_sFirst;
+    std::string m_sFirst; // the first name that an object gives twice
+    bool m_bTooDeep = false;
 
 private:
+    // A record needs 5. What is printed of a value is printed by recursion.
+    static constexpr int kDeepest = 32;
+
     std::vector<std::set<std::string>> m_names;
 };
 
@@ -90,14 +98,19 @@ std::unique_ptr<IWbemClassObject> CJsonReader::Read(const std::string& text,
 }
 
 bool CJsonReader::Parse(const std::string& text, Json* json) {
-    CDuplicateFinder duplicates;
+    CParseWatch watch;
     try {
-        *json = Json::parse(text, std::ref(duplicates));
+        *json = Json::parse(text, std::ref(watch));
     } catch (const Json::parse_error& failure) {
         return Fail("", "is not JSON, at byte " + std::to_string(failure.byte));
+    } catch (const Json::out_of_range&) {
+        return Fail("", "has a number that is greater than any number can be");
     }
-    if (!duplicates.m_sFirst.empty()) {
-        return Fail("", "has '" + duplicates.m_sFirst + "' twice in one object");
+    if (watch.m_bTooDeep) {
+        return Fail("", "is nested deeper than a record");
+    }
+    if (!watch.m_sFirst.empty()) {
+        return Fail("", "has '" + CSafeText::Escape(watch.m_sFirst) + "' twice in one object");
     }
     return true;
 }
@@ -136,9 +149,9 @@ bool CJsonReader::CheckNames(const Json& json, const IWbemClassObject& definitio
     }
     for (const auto& item : json.items()) {
         if (allowed.count(item.key()) == 0) {
-            return Fail(Member(path, item.key()), "is no member of " + definition.GetClassName() +
-                                                      "." +
-                                                      CSuggestion::Question(item.key(), names));
+            const std::string name = item.key().empty() ? "''" : item.key();
+            return Fail(Member(path, name), "is no member of " + definition.GetClassName() + "." +
+                                                CSuggestion::Question(item.key(), names));
         }
     }
     return true;

@@ -7,6 +7,9 @@
 
 namespace {
 
+// Nobody mistypes a longer word, and the search takes the square of its length.
+constexpr std::size_t kLongestWord = 256;
+
 std::size_t EditDistance(const std::string& from, const std::string& to) {
     std::vector<std::size_t> row(to.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
@@ -36,6 +39,9 @@ std::size_t GreatestDistance(const std::string& word) {
 std::string CSuggestion::Nearest(const std::string& word,
                                  const std::vector<std::string>& candidates) {
     std::string nearest;
+    if (word.size() > kLongestWord) {
+        return nearest;
+    }
     std::size_t least = GreatestDistance(word) + 1;
     for (const std::string& candidate : candidates) {
         const std::size_t distance = EditDistance(word, candidate);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -56,8 +57,14 @@ private:
 // ---- Where lines go ----
 
 int OpenForAppending(const std::string& path) {
-    return open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY,
-                S_IRUSR | S_IWUSR);
+    // Without O_NONBLOCK the opening of a named pipe would wait for a reader.
+    const int descriptor =
+        open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
+             S_IRUSR | S_IWUSR);
+    if (descriptor >= 0) {
+        fcntl(descriptor, F_SETFL, O_APPEND);
+    }
+    return descriptor;
 }
 
 unsigned int ParseMask(const std::string& text) {
@@ -129,16 +136,30 @@ std::string TimeStamp() {
     return std::string(seconds.data()) + milliseconds.data() + offset.data();
 }
 
+// The number of bytes of the control character at this position; 0 when there is none. Those from
+// U+0080 to U+009F, which terminals obey, too, have two bytes in UTF-8.
+std::size_t ControlLength(const std::string& text, std::size_t position) {
+    const auto byte = static_cast<unsigned char>(text[position]);
+    if (byte < 0x20 || byte == 0x7F) {
+        return 1;
+    }
+    const bool hasNext = position + 1 < text.size();
+    const auto next = static_cast<unsigned char>(hasNext ? text[position + 1] : 0);
+    return byte == 0xC2 && next >= 0x80 && next <= 0x9F ? 2 : 0;
+}
+
 std::string Escape(const std::string& text) {
     static const char kDigits[] = "0123456789ABCDEF";
     std::string escaped;
     escaped.reserve(text.size());
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte < 0x20 || byte == 0x7F) {
+    std::size_t controlEnd = 0;
+    for (std::size_t position = 0; position < text.size(); ++position) {
+        controlEnd = std::max(controlEnd, position + ControlLength(text, position));
+        const auto byte = static_cast<unsigned char>(text[position]);
+        if (position < controlEnd) {
             escaped += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
         } else {
-            escaped += character;
+            escaped += text[position];
         }
     }
     return escaped;

@@ -134,6 +134,10 @@ const ErrorRow kErrors[] = {
     {"\"SamplingCount\": 5", "\"SamplingCuont\": 5",
      "UsageMonitorConfCpu.SamplingCuont is no member of UsageMonitorConf. Did you mean "
      "'SamplingCount'?"},
+    {"\"SamplingCount\": 5", "\"SamplingCount\": 1e400",
+     "The text has a number that is greater than any number can be"},
+    {"\"SamplingCount\": 5", "\"SamplingCount\": 5, \"\": 1",
+     "UsageMonitorConfCpu.'' is no member of UsageMonitorConf."},
     {"\"SamplingCount\": 5", "\"SamplingCount\": 5, \"SamplingCount\": 6",
      "The text has 'SamplingCount' twice in one object"},
     {"\"FsThresholdConfList\": [", "\"FsThresholdConfList\": [3, ",

@@ -25,6 +25,12 @@ INSTANTIATE_TEST_SUITE_P(Words, CSuggestionRow,
                                          Row{"mem.enable", "memory.enable"}, Row{"x", "/"},
                                          Row{"zebra", ""}, Row{"threshold", ""}));
 
+TEST(CSuggestion, IsNotMadeForWordsThatAreTooLong) {
+    const std::string longest(256, 'a');
+    EXPECT_EQ(CSuggestion::Nearest(longest, {longest + "b"}), longest + "b");
+    EXPECT_EQ(CSuggestion::Nearest(longest + "a", {longest + "b"}), "");
+}
+
 TEST(CSuggestion, QuestionIsEmptyWithoutACandidate) {
     EXPECT_EQ(CSuggestion::Question("fs.count", {}), "");
     EXPECT_EQ(CSuggestion::Question("a\nb", {"a\nc"}), " Did you mean 'a\\x0Ac'?");
