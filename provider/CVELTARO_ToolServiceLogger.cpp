@@ -93,6 +93,16 @@ void Deliver(IWbemClassObject* outParams, std::uint32_t methodResult, IWbemObjec
     }
 }
 
+// Answers the exception being handled.
+void DeliverException(IWbemClassObject* outParams, IWbemObjectSink* sink) {
+    try {
+        TraceCaughtException(kModule, "CVELTARO_ToolServiceLogger::ExecMethodAsync()");
+        Deliver(outParams, MethodResult::kException, sink);
+    } catch (...) {
+        // Without memory, say, the answer cannot be delivered either: the status alone must do.
+    }
+}
+
 void ReportStatus(HRESULT status, IWbemObjectSink* sink) {
     if (sink != nullptr) {
         sink->SetStatus(0, static_cast<std::uint32_t>(status), nullptr, nullptr);
@@ -191,8 +201,7 @@ HRESULT CVELTARO_ToolServiceLogger::ExecMethodAsync(char* className, char* metho
             }
         }
     } catch (...) {
-        TraceCaughtException(kModule, "CVELTARO_ToolServiceLogger::ExecMethodAsync()");
-        Deliver(objects.m_pOutParams, MethodResult::kException, sink);
+        DeliverException(objects.m_pOutParams, sink);
         status = CallStatus::kFailed;
     }
     if (!hasClass) {

@@ -29,10 +29,10 @@ public:
     //   CallStatus::kSuccess       the method ran; the sink has the output object with its result
     //   CallStatus::kNotSupported  the class definition could not be fetched; no output object
     //   CallStatus::kFailed        an exception or fault was caught; the sink has the output object
-    //                              with MethodResult::kException
+    //                              with MethodResult::kException, unless that failed, too
     //   any other                  the base class's answer to a forwarded method
-    // An exception that the sink throws while a failure is being reported is the host's own and
-    // passes through. All arguments stay the caller's.
+    // An exception that the sink throws when it is given the status is the host's own and passes
+    // through. All arguments stay the caller's.
     HRESULT ExecMethodAsync(char* className, char* methodName, long flags, IWbemContext* context,
                             IWbemClassObject* inParams, IWbemObjectSink* sink) override;
 

@@ -44,6 +44,8 @@ int LockFile::Take() {
     if (descriptor == -1) {
         return -1;
     }
+    // A command that outlives this process, such as the mount command, shall not keep the lock.
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     // The umask may have taken bits from a new file's mode.
     const bool isReady = exists || fchmod(descriptor, kLockFileMode) == 0;
     if (!isReady || !TryToLock(descriptor)) {

@@ -2,7 +2,8 @@
 
 // The lock that everybody takes who reads or writes the agent's two files: an exclusive advisory
 // lock on one file, whose contents nobody reads or writes. It serialises processes, and callers
-// within a process, and goes with the process that holds it.
+// within a process, and goes with the process that holds it; programs that it starts have no part
+// in it.
 namespace LockFile {
 
 // Takes the lock and returns the descriptor that holds it. The file is made, for its owner alone,

@@ -25,6 +25,16 @@ namespace {
 
 const std::string kClass = "CVELTARO_ToolServiceLogger::";
 
+// The files that a process has open.
+std::vector<std::string> OpenFiles(pid_t process) {
+    std::vector<std::string> files;
+    for (const auto& entry :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
+        files.push_back(std::filesystem::read_symlink(entry.path()));
+    }
+    return files;
+}
+
 class LockBetweenProcesses : public testing::Test {
 protected:
     // A process that holds the lock for this time; it does by the time this returns.
@@ -66,11 +76,13 @@ TEST_F(LockBetweenProcesses, HeldLockIsGivenUpAfterThirtyTries) {
     CLoadedProvider provider;
     const auto holder = HoldLock(milliseconds(60000));
     const CTraceCapture trace;
+    const std::size_t openFiles = OpenFiles(getpid()).size();
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(0x80000001U, provider.SetResult(ChangedConf()));
     const Clock::duration waited = Clock::now() - start;
     EXPECT_LE(milliseconds(29900), waited);
     EXPECT_GT(milliseconds(33000), waited);
+    EXPECT_EQ(openFiles, OpenFiles(getpid()).size());
     EXPECT_EQ((TraceLines{{2, kClass + "SetParameter() GetMutex failure"}}), trace.Lines(2));
     EXPECT_EQ(std::vector<std::string>{"CheckInstall"}, m_root.VendorCalls());
     EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
@@ -88,16 +100,6 @@ TEST_F(LockBetweenProcesses, AgentThatIsNotInstalledIsAnsweredAtOnce) {
 }
 
 // ---- A service that stays ----
-
-// The files that a process has open.
-std::vector<std::string> OpenFiles(pid_t process) {
-    std::vector<std::string> files;
-    for (const auto& entry :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
-        files.push_back(std::filesystem::read_symlink(entry.path()));
-    }
-    return files;
-}
 
 TEST_F(LockBetweenProcesses, ServiceThatWasStartedHasNoPartInTheLock) {
     const std::string pidFile = CTestRoot::Path("/opt/veltaro/agent/pid");

@@ -227,6 +227,23 @@ TEST_F(Dispatch, ExceptionBecomesAResultAndAStatus) {
     }
 }
 
+TEST_F(Dispatch, ExceptionWhoseResultCannotBeDeliveredStillHasItsStatus) {
+    for (const std::string place : {"setReturnValue", "Indicate"}) {
+        SCOPED_TRACE(place);
+        CScript::Reset();
+        CScriptedCall call;
+        CScript::Get().m_onNote = [&place](const std::string& note) {
+            if (note.rfind(place, 0) == 0) {
+                throw std::runtime_error("broken");
+            }
+        };
+        EXPECT_EQ(static_cast<int>(0x80041001), call.Run("GetParameter"));
+        EXPECT_EQ((Notes{"SetStatus 0 0x80041001 no text no object"}), NotesOf("SetStatus"));
+        EXPECT_EQ(Notes(kReleases.begin(), kReleases.begin() + 3), NotesOf("Release "));
+        EXPECT_EQ(Trace(4, std::string(kExec) + " [END]"), CScript::Get().m_notes.back());
+    }
+}
+
 TEST_F(Dispatch, MethodResultOfAnExceptionIsTracedAsZero) {
     CScriptedCall call;
     CScript::Get().m_onCommand = [](const std::string&) -> int { throw 42; };

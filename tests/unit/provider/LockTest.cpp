@@ -81,6 +81,15 @@ TEST_F(Lock, IsFreedAndCanBeTakenAgain) {
     EXPECT_EQ(descriptors, OpenDescriptors());
 }
 
+TEST_F(Lock, IsNotHandedToProgramsThatAreStarted) {
+    for (const bool exists : {false, true}) {
+        EXPECT_EQ(exists, fs::exists(KzmPaths::kLockFile));
+        EXPECT_TRUE(m_provider.GetMutex());
+        EXPECT_EQ(FD_CLOEXEC, fcntl(m_provider.m_iLockFd, F_GETFD));
+        EXPECT_TRUE(m_provider.DelMutex());
+    }
+}
+
 TEST_F(Lock, FreeingWithoutHoldingDoesNothing) {
     EXPECT_TRUE(m_provider.DelMutex());
     EXPECT_EQ(-1, m_provider.m_iLockFd);

@@ -35,6 +35,8 @@ INSTANTIATE_TEST_SUITE_P(
                     LineRow{"CommentMarkInTheFirstColumn", "#SyslogOutput=True", 1, kNone},
                     LineRow{"CommentMarkRightBehindOtherText", "a#SyslogOutput=True", 2, kNone},
                     LineRow{"CommentMarkBehindTheValue", "SyslogOutput=True # was False", 0, 12},
+                    LineRow{"CommentMarksBeforeAndBehindTheKey", "# SyslogOutput=True # x", 2,
+                            kNone},
                     LineRow{"CommentMarkBetweenKeyAndEqualsSign", "SyslogOutput#=True", 0, 13},
                     LineRow{"CommentMarkAtTheKeysOwnPosition", "#=", 0, 1},
                     LineRow{"NoEqualsSign", "SyslogOutput True", 0, kNone},

@@ -65,6 +65,23 @@ TEST(CLoggerFsThresholdConf, NeedsEachPropertyOfTheObject) {
     }
 }
 
+TEST(CLoggerFsThresholdConf, PropertiesAreReadInOrderUntilOneFails) {
+    for (auto missing = kProperties.begin(); missing != kProperties.end(); ++missing) {
+        SCOPED_TRACE(missing->name);
+        IWbemClassObject object;
+        CLoggerFsThresholdConf("/home", 90, true).ConvertToIWbemClassObject(&object);
+        object.Put(missing->name.c_str(), {});
+        for (auto later = std::next(missing); later != kProperties.end(); ++later) {
+            object.Put(later->name.c_str(), CWbemObjectArray{}); // fails with another code
+        }
+        const CTraceCapture trace;
+        EXPECT_EQ(" 0 0 1", Describe(CLoggerFsThresholdConf(&object)));
+        EXPECT_EQ((TraceLines{{2, "CLoggerFsThresholdConf::CLoggerFsThresholdConf get" +
+                                      missing->kind + "FromIWbemClassObject is FAILED 80041002"}}),
+                  trace.Lines());
+    }
+}
+
 TEST(CLoggerFsThresholdConf, PropertyThatCannotBeSetFails) {
     for (const PropertyRow& refused : kProperties) {
         SCOPED_TRACE(refused.name);

@@ -242,6 +242,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "FILESYSTEM=(True,60,3) FSNAME=\"/home\" (90)\n",
                 string("1 60 3 0") + kMounted,
                 {}},
+        FileRow{"FileSystemIsReadBeforeAVolumeOfTheSameLine",
+                "FILESYSTEM=(True,60) FSNAME=\"/home\" (0) #KZM# \n", kFailed, SetFlagLine("0008")},
         FileRow{"CarriageReturns",
                 "FILESYSTEM=(True,60,3)\r\nFSNAME=\"/home\"   (90)\r\n",
                 "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",

@@ -156,6 +156,10 @@ INSTANTIATE_TEST_SUITE_P(
                 string("SyslogOutput=True WarningAlert=False\n") + kRest,
                 "1010 0",
                 {}},
+        FileRow{"OneValueForTwoKeysIsTheFirstOnes",
+                string(kRest) + "ObstacleAlert SyslogOutput=True\n",
+                "1010 0",
+                {}},
         FileRow{"FirstKeyCommentedSecondTaken",
                 string("WarningAlert=False #SyslogOutput=True\nSyslogOutput=True\n"
                        "InformationAlert=True\nObstacleAlert=True\n"),

@@ -218,6 +218,23 @@ TEST(CLoggerUsageMonitorConf, NeedsEachPropertyOfTheObject) {
     }
 }
 
+TEST(CLoggerUsageMonitorConf, PropertiesAreReadInOrderUntilOneFails) {
+    for (auto missing = kProperties.begin(); missing != kProperties.end(); ++missing) {
+        SCOPED_TRACE(missing->name);
+        IWbemClassObject object;
+        Monitor(true, 60, 5, 80).ConvertToIWbemClassObject(&object);
+        object.Put(missing->name.c_str(), {});
+        for (auto later = std::next(missing); later != kProperties.end(); ++later) {
+            object.Put(later->name.c_str(), CWbemObjectArray{}); // fails with another code
+        }
+        const CTraceCapture trace;
+        EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(&object)));
+        EXPECT_EQ((TraceLines{{2, "CLoggerUsageMonitorConf::CLoggerUsageMonitorConf get" +
+                                      missing->kind + "FromIWbemClassObject is FAILED 80041002"}}),
+                  trace.Lines());
+    }
+}
+
 TEST(CLoggerUsageMonitorConf, PropertyThatCannotBeSetFails) {
     for (const PropertyRow& refused : kProperties) {
         SCOPED_TRACE(refused.name);

@@ -4,6 +4,8 @@
 #include "tests/support/CTraceCapture.h"
 #include "tests/support/TableTest.h"
 
+#include <sys/resource.h>
+
 using std::string;
 using Names = std::vector<string>;
 
@@ -125,6 +127,34 @@ TEST(MountTable, MissingCommandIsAnEmptyTable) {
     std::list<CLoggerFsThresholdConf> list{{"/home", 70, true}};
     EXPECT_TRUE(CLoggerFsUsageMonitorConf().GetMountPointList(list));
     EXPECT_EQ(Names{"/home"}, NamesOf(list));
+}
+
+// As long as it lives, this process can open nothing.
+class CWithoutDescriptors {
+public:
+    CWithoutDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &m_before);
+        const rlimit none{0, m_before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~CWithoutDescriptors() { setrlimit(RLIMIT_NOFILE, &m_before); }
+    CWithoutDescriptors(const CWithoutDescriptors&) = delete;
+    CWithoutDescriptors& operator=(const CWithoutDescriptors&) = delete;
+
+private:
+    rlimit m_before{};
+};
+
+TEST(MountTable, CommandThatCannotBeStartedLeavesTheListAsItWas) {
+    const CTestRoot root;
+    std::list<CLoggerFsThresholdConf> list{{"/home", 70, true}};
+    const CTraceCapture trace;
+    {
+        const CWithoutDescriptors without;
+        EXPECT_FALSE(CLoggerFsUsageMonitorConf().GetMountPointList(list));
+    }
+    EXPECT_EQ(Names{"/home"}, NamesOf(list));
+    EXPECT_EQ(TraceLines{}, trace.Lines());
 }
 
 TEST(MountTable, ChecksForExactlyThisName) {

@@ -1,0 +1,76 @@
+#include "tests/fault/CTracee.h"
+
+#include <gtest/gtest.h>
+
+#include <elf.h>
+#include <sys/ptrace.h>
+#include <sys/uio.h>
+#include <sys/user.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+
+CTracee::SystemCall CTracee::Read() const {
+    struct __ptrace_syscall_info info {};
+    EXPECT_LT(0, ptrace(PTRACE_GET_SYSCALL_INFO, m_iProcess, sizeof info, &info));
+    SystemCall call;
+    call.m_bIsEntry = info.op == PTRACE_SYSCALL_INFO_ENTRY;
+    if (call.m_bIsEntry) {
+        call.m_iNumber = static_cast<long>(info.entry.nr);
+        std::copy(std::begin(info.entry.args), std::end(info.entry.args), call.m_arguments.begin());
+    }
+    return call;
+}
+
+#if defined(__x86_64__)
+
+namespace {
+
+void SetRegister(pid_t process, std::size_t offset, long value) {
+    EXPECT_EQ(0, ptrace(PTRACE_POKEUSER, process, offset, value));
+}
+
+} // namespace
+
+void CTracee::Skip() const {
+    SetRegister(m_iProcess, offsetof(user_regs_struct, orig_rax), -1);
+}
+
+void CTracee::SetSize(unsigned long size) const {
+    SetRegister(m_iProcess, offsetof(user_regs_struct, rdx), static_cast<long>(size));
+}
+
+void CTracee::SetResult(long result) const {
+    SetRegister(m_iProcess, offsetof(user_regs_struct, rax), result);
+}
+
+#elif defined(__aarch64__)
+
+namespace {
+
+void SetRegister(pid_t process, std::size_t index, unsigned long value) {
+    user_regs_struct registers{};
+    iovec part{&registers, sizeof registers};
+    EXPECT_EQ(0, ptrace(PTRACE_GETREGSET, process, NT_PRSTATUS, &part));
+    registers.regs[index] = value;
+    EXPECT_EQ(0, ptrace(PTRACE_SETREGSET, process, NT_PRSTATUS, &part));
+}
+
+} // namespace
+
+void CTracee::Skip() const {
+    int none = -1;
+    iovec part{&none, sizeof none};
+    EXPECT_EQ(0, ptrace(PTRACE_SETREGSET, m_iProcess, NT_ARM_SYSTEM_CALL, &part));
+}
+
+void CTracee::SetSize(unsigned long size) const {
+    SetRegister(m_iProcess, 2, size);
+}
+
+void CTracee::SetResult(long result) const {
+    SetRegister(m_iProcess, 0, static_cast<unsigned long>(result));
+}
+
+#endif

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+
+// A process of which this one is the tracer, stopped at a system call. What depends on the machine
+// stands here alone.
+class CTracee {
+public:
+    struct SystemCall {
+        bool m_bIsEntry = false;
+        long m_iNumber = 0;                         // known at the entry
+        std::array<unsigned long, 6> m_arguments{}; // likewise
+    };
+
+    explicit CTracee(pid_t process) : m_iProcess(process) {}
+
+    [[nodiscard]] SystemCall Read() const;
+
+    // At the entry: the call is not made.
+    void Skip() const;
+    // At the entry: exchanges the third argument, the size of a transfer.
+    void SetSize(unsigned long size) const;
+    // At the exit: exchanges what the call answers.
+    void SetResult(long result) const;
+
+private:
+    pid_t m_iProcess;
+};

@@ -1,0 +1,87 @@
+// A process that dies while a command that it started goes on running.
+
+#include "KzmPaths.h"
+#include "tests/fault/COrphans.h"
+#include "tests/fault/CTracedProcess.h"
+#include "tests/fault/SystemCallNumbers.h"
+#include "tests/support/CLoadedProvider.h"
+#include "tests/support/CTestRoot.h"
+#include "tests/support/ProviderLockFile.h"
+#include "tests/support/TableTest.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+using Kind = CSystemCallFault::Kind;
+using namespace SystemCallNumbers;
+using std::string;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+struct Row {
+    const char* name;
+    int point;        // which start of a command is the last thing that the process does
+    const char* path; // the command that goes on running
+};
+std::ostream& operator<<(std::ostream& out, const Row& row) {
+    return out << row.name;
+}
+
+class LingeringCommand : public testing::TestWithParam<Row> {};
+
+int SetAndDie() {
+    CLoadedProvider provider;
+    IWbemClassObject inParams;
+    ChangedConf().ConvertToIWbemClassObject(&inParams);
+    CTracedProcess::OpenWindow();
+    provider.Call("SetParameter", &inParams);
+    return 0;
+}
+
+bool BecomesFree(std::chrono::milliseconds time) {
+    const Clock::time_point deadline = Clock::now() + time;
+    while (!IsLockFree()) {
+        if (Clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+TEST_P(LingeringCommand, HasNoPartInTheLock) {
+    if (!CTracedProcess::IsPermitted()) {
+        GTEST_SKIP() << "nobody may trace here";
+    }
+    const CTestRoot root;
+    const COrphans orphans;
+    const string running = CTestRoot::Path("/running");
+    const string script = CTestRoot::Path(GetParam().path);
+    const string beginning = "#!/bin/sh\n[ \"$1\" = CheckInstall ] || ";
+    WriteFile(script, beginning + "{ : > " + running + "; exec sleep 60; }\n");
+    const CSystemCallFault fault{kStarting, Kind::kKillAfterwards, 0, GetParam().point};
+
+    EXPECT_EQ(CTracedProcess::kKilled, CTracedProcess::Run(SetAndDie, fault).m_iStatus);
+
+    while (!std::filesystem::exists(running)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_TRUE(BecomesFree(std::chrono::seconds(2)));
+    EXPECT_FALSE(orphans.HaveEnded(std::chrono::milliseconds(0))) << "the command does not run";
+}
+
+const Row kRows[] = {
+    {"ServiceStop", 2, "/opt/veltaro/agent/vendor-command"},
+    {"MountCommand", 3, "/bin/mount"},
+};
+
+INSTANTIATE_TEST_SUITE_P(ThatIs, LingeringCommand, testing::ValuesIn(kRows), RowName<Row>);
+
+} // namespace
