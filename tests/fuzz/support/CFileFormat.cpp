@@ -1,0 +1,34 @@
+#include "tests/fuzz/support/CFileFormat.h"
+
+#include "tests/fuzz/support/CProperty.h"
+
+using std::string;
+
+std::optional<string::size_type> CFileFormat::ValueBegin(const string& line, const string& key) {
+    const string::size_type position = line.find(key);
+    if (position == string::npos) {
+        return std::nullopt;
+    }
+    const string head = line.substr(0, position);
+    const string::size_type equals = line.find('=', position);
+    if (head.find_first_of("#=") != string::npos || equals == string::npos) {
+        return std::nullopt;
+    }
+    return equals + 1;
+}
+
+void CEditedLine::Require(const EditedLines& wanted, const std::list<string>& found) {
+    CProperty::Require(wanted.size() == found.size(),
+                       "an edit leaves the lines that it must leave");
+    for (const bool owned : {false, true}) {
+        auto line = found.begin();
+        for (const CEditedLine& edited : wanted) {
+            if (edited.m_bOwned == owned) {
+                CProperty::RequireEqual(edited.m_sText, *line,
+                                        owned ? "an owned line is written as documented"
+                                              : "a line that is not owned stays byte for byte");
+            }
+            ++line;
+        }
+    }
+}
