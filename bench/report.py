@@ -1,0 +1,83 @@
+"""Prints the measured figures as tables (Markdown) and holds them against what is promised."""
+
+from measure import SIZES
+
+
+def milliseconds(microseconds):
+    return f"{microseconds / 1000:.2f}"
+
+
+def table(head, rows):
+    print("| " + " | ".join(head) + " |")
+    print("|---" * len(head) + "|")
+    for row in rows:
+        print("| " + " | ".join(str(cell) for cell in row) + " |")
+    print()
+
+
+def floors(medians, title, sizes=SIZES):
+    print(f"## {title} (ms, medians)\n")
+    rows = []
+    for method in ("GetParameter", "SetParameter"):
+        for size in sizes:
+            time = medians[method, size]
+            floor = medians["Floor of " + method, size]
+            rows.append((method, size, milliseconds(time), milliseconds(floor),
+                         f"{time / floor:.2f}"))
+    table(("method", "file systems", "time", "floor", "ratio"), rows)
+
+
+def operations(runs):
+    print("## Every operation\n")
+    names = dict.fromkeys(name for name, _ in runs)
+    rows = []
+    for name in names:
+        for size in SIZES:
+            run = runs[name, size]
+            rows.append((name, size, milliseconds(run["real_time"]),
+                         f"{run['real_time'] / size:.3f}", f"{run['allocations/fs']:.2f}",
+                         f"{run['bytes/fs']:.0f}"))
+    table(("operation", "file systems", "ms", "µs/fs", "allocations/fs", "bytes/fs"), rows)
+
+
+def alternatives(times):
+    print("## Load, change and save, as whole processes (ms, medians)\n")
+    names = list(times[SIZES[0]])
+    rows = []
+    for size, found in times.items():
+        ours = found["this project"]
+        cells = [f"{milliseconds(found[name])} ({found[name] / ours:.1f}x)" if name in found
+                 else "over 120 s" for name in names]
+        rows.append((size, *cells))
+    table(("file systems", *names), rows)
+
+
+def own_part(medians, method, size):
+    """Without the mount command."""
+    return medians[method, size] - medians["Mount command", size]
+
+
+def promises(figures):
+    """Prints each promise with its figure; true when all are kept."""
+    methods, real = figures["methods"], figures["real"]
+    checks = []
+    for method, most in (("GetParameter", 1.10), ("SetParameter", 1.3)):
+        checks.append((f"{method} at 20 file systems, times its floor",
+                       methods[method, 20] / methods["Floor of " + method, 20], most))
+    for method, most in (("GetParameter", 1.5), ("SetParameter", 2.0)):
+        if real:
+            checks.append((f"{method} at 10,000 real mounts, times its floor",
+                           real[method, 10000] / real["Floor of " + method, 10000], most))
+    for method in ("GetParameter", "SetParameter"):
+        checks.append((f"{method} without the mount command, 100,000 over 10,000",
+                       own_part(methods, method, 100000) / own_part(methods, method, 10000), 12))
+    checks.append(("GetParameter at 100,000, peak memory in MB", figures["memory"], 200))
+    checks.append(("loggerctl get at 20, ms above the floor",
+                   (figures["tool"] - methods["Floor of GetParameter", 20]) / 1000, 10))
+    print("## What is promised\n")
+    table(("promise", "measured", "at most", ""),
+          [(what, f"{found:.2f}", most, "kept" if found <= most else "NOT KEPT")
+           for what, found, most in checks])
+    if not real:
+        print("Real mounts were not measured: this process may not mount.\n")
+    return all(found <= most for _, found, most in checks)
