@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <unordered_set>
+#include <utility>
 
 using namespace LoggerDefinitions;
 using std::string;
@@ -76,7 +77,7 @@ std::unordered_set<string> TakeVolumeLines(Lines* lines) {
                                           *line, static_cast<unsigned int>(keyPos), &name,
                                           &threshold, &enable) == CLoggerFsUsageMonitorConf::kEntry;
         if (isEntry) {
-            names.insert(name);
+            names.insert(std::move(name));
             line = lines->erase(line);
         } else {
             ++line;
@@ -86,9 +87,9 @@ std::unordered_set<string> TakeVolumeLines(Lines* lines) {
 }
 
 string VolumeLine(const CLoggerFsThresholdConf& row) {
-    const string entry =
-        kFsNameKey + ("\"" + row.m_sVolumeName) + "\"   (" + std::to_string(row.m_iThreshold) + ")";
-    return row.m_bVolMonitoringEnable ? entry : kDisabledMarker + ("\t" + entry);
+    const string marker = row.m_bVolMonitoringEnable ? "" : kDisabledMarker + string("\t");
+    return marker + kFsNameKey + "\"" + row.m_sVolumeName + "\"   (" +
+           std::to_string(row.m_iThreshold) + ")";
 }
 
 } // namespace

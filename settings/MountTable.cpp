@@ -5,16 +5,17 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
 #include <memory>
+#include <string_view>
 
 using std::string;
+using std::string_view;
 
 namespace {
 
 constexpr std::size_t kLineBufferSize = 4096;
-constexpr char kBeforeMountPoint[] = " on ";
-constexpr char kBehindMountPoint[] = " type ";
+constexpr string_view kBeforeMountPoint = " on ";
+constexpr string_view kBehindMountPoint = " type ";
 
 struct ClosePipe {
     void operator()(FILE* pipe) const { pclose(pipe); }
@@ -23,14 +24,14 @@ using Pipe = std::unique_ptr<FILE, ClosePipe>;
 
 // Finds the mount point in a line such as "/dev/sda1 on /home type ext4 (rw)"; it may be empty.
 // False when the line is not of that form.
-bool FindMountPoint(const string& line, string* mountPoint) {
-    const string::size_type before = line.find(kBeforeMountPoint);
-    if (before == string::npos) {
+bool FindMountPoint(string_view line, string_view* mountPoint) {
+    const string_view::size_type before = line.find(kBeforeMountPoint);
+    if (before == string_view::npos) {
         return false;
     }
-    const string::size_type begin = before + std::strlen(kBeforeMountPoint);
-    const string::size_type end = line.find(kBehindMountPoint, begin);
-    if (end == string::npos) {
+    const string_view::size_type begin = before + kBeforeMountPoint.size();
+    const string_view::size_type end = line.find(kBehindMountPoint, begin);
+    if (end == string_view::npos) {
         return false;
     }
     *mountPoint = line.substr(begin, end - begin);
@@ -39,9 +40,9 @@ bool FindMountPoint(const string& line, string* mountPoint) {
 
 // What fgets read, without its last character. That is the newline, except in a line too long for
 // the buffer: it loses a character there, and its rest comes as a line of its own.
-string WithoutLastCharacter(const char* read) {
-    const std::size_t length = std::strlen(read);
-    return length == 0 ? string() : string(read, length - 1);
+string_view WithoutLastCharacter(string_view read) {
+    read.remove_suffix(read.empty() ? 0 : 1);
+    return read;
 }
 
 } // namespace
@@ -55,7 +56,7 @@ bool CLoggerFsUsageMonitorConf::GetMountPointList(std::list<CLoggerFsThresholdCo
     RowIndex rows(list);
     std::array<char, kLineBufferSize> buffer{};
     while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), pipe.get()) != nullptr) {
-        string mountPoint;
+        string_view mountPoint;
         if (!FindMountPoint(WithoutLastCharacter(buffer.data()), &mountPoint)) {
             continue;
         }
@@ -63,9 +64,9 @@ bool CLoggerFsUsageMonitorConf::GetMountPointList(std::list<CLoggerFsThresholdCo
             list.clear();
             return false;
         }
-        if (rows.Find(mountPoint) == nullptr) {
-            list.emplace_back(mountPoint, LoggerDefinitions::kDefaultThreshold, false);
-            rows.Add(&list.back());
+        list.emplace_back(string(mountPoint), LoggerDefinitions::kDefaultThreshold, false);
+        if (!rows.Add(&list.back())) {
+            list.pop_back();
         }
     }
     return true;
