@@ -5,7 +5,6 @@
 #include "settings/SamplingFields.h"
 
 #include <algorithm>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -157,7 +156,7 @@ int CLoggerFsUsageMonitorConf::GetVolumeThresholdFromString(const string& line, 
     if (nameEnd == string::npos) {
         return kMalformedEntry;
     }
-    *name = line.substr(nameBegin + 1, nameEnd - nameBegin - 1);
+    name->assign(line, nameBegin + 1, nameEnd - nameBegin - 1);
 
     const string::size_type open = line.find('(', nameEnd);
     const string::size_type close = open == string::npos ? string::npos : line.find(')', open);
@@ -219,15 +218,15 @@ bool CLoggerFsUsageMonitorConf::ConvertToIWbemClassObject(IWbemClassObject* obje
     if (!SamplingFields::WriteProperties(writer, *this)) {
         return false;
     }
-    std::vector<std::unique_ptr<IWbemClassObject>> owned;
+    std::vector<IWbemClassObject> elements(m_FsThresholdConfList.size());
     std::vector<IWbemClassObject*> rows;
+    rows.reserve(elements.size());
+    auto element = elements.begin();
     for (const CLoggerFsThresholdConf& row : m_FsThresholdConfList) {
-        auto element = std::make_unique<IWbemClassObject>();
-        if (!row.ConvertToIWbemClassObject(element.get())) {
+        if (!row.ConvertToIWbemClassObject(&*element)) {
             return false;
         }
-        rows.push_back(element.get());
-        owned.push_back(std::move(element));
+        rows.push_back(&*element++);
     }
     return writer.SetObjectArray(kFsThresholdConfList, &rows);
 }

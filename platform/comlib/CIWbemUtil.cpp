@@ -90,6 +90,7 @@ CIWbemUtil::getParameterClassArrayFromIWbemClassObject(IWbemClassObject* object,
     const HRESULT result = FindValue(object, name, &held);
     if (result == WbemResult::kSuccess) {
         std::vector<IWbemClassObject*> found;
+        found.reserve(held->size());
         for (const CWbemObjectPtr& element : *held) {
             found.push_back(element.get());
         }
@@ -133,6 +134,7 @@ CIWbemUtil::setParameterClassArrayToIWbemClassObject(IWbemClassObject* object, c
         return WbemResult::kInvalidParameter;
     }
     CWbemObjectArray copies;
+    copies.reserve(values->size());
     for (const IWbemClassObject* value : *values) {
         copies.push_back(value->Clone());
     }

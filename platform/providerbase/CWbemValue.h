@@ -15,4 +15,4 @@ using CWbemValue = std::variant<std::monostate, bool, std::uint32_t, std::int32_
                                 CWbemObjectPtr, CWbemObjectArray>;
 
 // The types that a definition can give a property; each is the index of its values in CWbemValue.
-enum class WbemType : std::size_t { Null, Boolean, UInt32, SInt32, String, Object, ObjectArray };
+enum class WbemType : std::uint8_t { Null, Boolean, UInt32, SInt32, String, Object, ObjectArray };

@@ -8,6 +8,9 @@ namespace {
 const char kParametersClass[] = "__PARAMETERS";
 const char kReturnValue[] = "ReturnValue";
 
+// Room for as many is made when the first one comes.
+constexpr std::size_t kUsualProperties = 4;
+
 // The iterator of the item (property or method) of this name, or the end of the list.
 template <typename List>
 auto FindByName(List& list, const std::string& name) {
@@ -23,6 +26,7 @@ struct ValueCopier {
     CWbemValue operator()(const CWbemObjectPtr& object) const { return object->Clone(); }
     CWbemValue operator()(const CWbemObjectArray& array) const {
         CWbemObjectArray copies;
+        copies.reserve(array.size());
         for (const CWbemObjectPtr& object : array) {
             copies.push_back(object->Clone());
         }
@@ -30,16 +34,28 @@ struct ValueCopier {
     }
 };
 
-using Properties = std::vector<IWbemClassObject::Property>;
+using Properties = IWbemClassObject::Properties;
 
 Properties CopyOf(const Properties& properties) {
     Properties copies;
+    copies.reserve(properties.size());
     for (const IWbemClassObject::Property& property : properties) {
-        copies.push_back({property.m_sName, property.m_type, property.m_bDefined,
-                          std::visit(ValueCopier(), property.m_value), property.m_sEmbeddedClass});
+        IWbemClassObject::Property& copy = copies.emplace_back();
+        copy.m_sName = property.m_sName;
+        copy.m_type = property.m_type;
+        copy.m_bDefined = property.m_bDefined;
+        copy.m_value = std::visit(ValueCopier(), property.m_value);
+        copy.m_sEmbeddedClass = property.m_sEmbeddedClass;
     }
     return copies;
 } // The copies own the objects. NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
+
+bool HoldsObjects(const Properties& properties) {
+    return std::any_of(properties.begin(), properties.end(), [](const auto& property) {
+        return std::holds_alternative<CWbemObjectPtr>(property.m_value) ||
+               std::holds_alternative<CWbemObjectArray>(property.m_value);
+    });
+}
 
 bool HoldsNullObject(const CWbemValue& value) {
     if (const auto* object = std::get_if<CWbemObjectPtr>(&value)) {
@@ -72,15 +88,25 @@ IWbemClassObject::IWbemClassObject() = default;
 IWbemClassObject::IWbemClassObject(std::string className) : m_sClassName(std::move(className)) {}
 
 IWbemClassObject::IWbemClassObject(const IWbemClassObject& other)
-    : m_sClassName(other.m_sClassName),
-      m_properties(CopyOf(other.m_properties)) {
+    : m_sClassName(other.m_sClassName) {
+    if (HoldsObjects(other.GetProperties())) {
+        m_pProperties = std::make_shared<Properties>(CopyOf(other.GetProperties()));
+    } else {
+        m_pProperties = other.m_pProperties;
+        m_bShared = true;
+        other.m_bShared = true;
+    }
     for (const Method& method : other.m_methods) {
         m_methods.push_back({method.m_sName, method.m_returnType, CopyOf(method.m_inParameters),
                              CopyOf(method.m_outParameters)});
     }
 }
 
-IWbemClassObject::IWbemClassObject(IWbemClassObject&&) noexcept = default;
+IWbemClassObject::IWbemClassObject(IWbemClassObject&& other) noexcept
+    : m_sClassName(std::move(other.m_sClassName)),
+      m_pProperties(std::move(other.m_pProperties)),
+      m_bShared(other.m_bShared.load()),
+      m_methods(std::move(other.m_methods)) {}
 
 IWbemClassObject& IWbemClassObject::operator=(const IWbemClassObject& other) {
     return *this = IWbemClassObject(other);
@@ -91,7 +117,8 @@ IWbemClassObject& IWbemClassObject::operator=(IWbemClassObject&& other) noexcept
     // properties of this one go.
     IWbemClassObject taken(std::move(other));
     m_sClassName.swap(taken.m_sClassName);
-    m_properties.swap(taken.m_properties);
+    m_pProperties.swap(taken.m_pProperties);
+    m_bShared = taken.m_bShared.exchange(m_bShared);
     m_methods.swap(taken.m_methods);
     return *this;
 }
@@ -102,8 +129,8 @@ const CWbemValue* IWbemClassObject::Get(const char* name) const {
     if (name == nullptr) {
         return nullptr;
     }
-    const auto property = FindByName(m_properties, name);
-    return property == m_properties.end() ? nullptr : &property->m_value;
+    const auto property = FindByName(GetProperties(), name);
+    return property == GetProperties().end() ? nullptr : &property->m_value;
 }
 
 HRESULT IWbemClassObject::Put(const char* name, CWbemValue value) {
@@ -111,9 +138,10 @@ HRESULT IWbemClassObject::Put(const char* name, CWbemValue value) {
         return WbemResult::kInvalidParameter;
     }
     const WbemType type = TypeOf(value);
-    const auto property = FindByName(m_properties, name);
-    if (property == m_properties.end()) {
-        m_properties.push_back({name, type, false, std::move(value), {}});
+    Properties& properties = OwnProperties();
+    const auto property = FindByName(properties, name);
+    if (property == properties.end()) {
+        properties.push_back({name, type, false, std::move(value), {}});
         return WbemResult::kSuccess;
     }
     if (type != WbemType::Null && type != property->m_type) {
@@ -151,9 +179,9 @@ HRESULT IWbemClassObject::SpawnInstance(long /*flags*/, IWbemClassObject** insta
         return WbemResult::kInvalidParameter;
     }
     auto spawned = std::make_unique<IWbemClassObject>(m_sClassName);
-    spawned->m_properties = CopyOf(m_properties);
-    for (Property& property : spawned->m_properties) {
-        property.m_value = std::monostate();
+    for (const Property& property : GetProperties()) {
+        spawned->OwnProperties().push_back({property.m_sName, property.m_type, property.m_bDefined,
+                                            std::monostate(), property.m_sEmbeddedClass});
     }
     *instance = spawned.release();
     return WbemResult::kSuccess;
@@ -170,12 +198,30 @@ std::unique_ptr<IWbemClassObject> IWbemClassObject::Clone() const {
 void IWbemClassObject::DefineProperty(const std::string& name, WbemType type,
                                       std::string embeddedClass) {
     Property definition{name, type, true, {}, std::move(embeddedClass)};
-    const auto property = FindByName(m_properties, name);
-    if (property == m_properties.end()) {
-        m_properties.push_back(std::move(definition));
+    Properties& properties = OwnProperties();
+    const auto property = FindByName(properties, name);
+    if (property == properties.end()) {
+        properties.push_back(std::move(definition));
     } else {
         *property = std::move(definition);
     }
+}
+
+const Properties& IWbemClassObject::GetProperties() const {
+    static const Properties kNone;
+    return m_pProperties == nullptr ? kNone : *m_pProperties;
+}
+
+// The properties, to be changed.
+Properties& IWbemClassObject::OwnProperties() {
+    if (m_pProperties == nullptr) {
+        m_pProperties = std::make_shared<Properties>();
+        m_pProperties->reserve(kUsualProperties);
+    } else if (m_bShared) {
+        m_pProperties = std::make_shared<Properties>(CopyOf(*m_pProperties));
+    }
+    m_bShared = false;
+    return *m_pProperties;
 }
 
 void IWbemClassObject::DefineMethod(Method method) {

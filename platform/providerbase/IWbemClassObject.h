@@ -4,6 +4,7 @@
 #include "comlib/KzmApi.h"
 #include "providerbase/CWbemValue.h"
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,7 +13,8 @@
 // class (which has methods, too) and as the definition of a method's parameters.
 //
 // A default-constructed object is empty, has no definition, and takes properties of any name and
-// type. Copies are deep. Names are compared exactly. An object is not locked: one thread at a time.
+// type. Copies are deep. Names are compared exactly. An object is not locked: one thread at a time,
+// or several that do not change it.
 class KZM_API IWbemClassObject {
 public:
     // One property. m_type is Null until a definition or a value gives it a type; m_bDefined tells
@@ -24,6 +26,7 @@ public:
         CWbemValue m_value;
         std::string m_sEmbeddedClass; // of Object and ObjectArray properties of a definition
     };
+    using Properties = std::vector<Property>;
 
     IWbemClassObject();
     explicit IWbemClassObject(std::string className);
@@ -33,9 +36,9 @@ public:
     IWbemClassObject& operator=(IWbemClassObject&&) noexcept;
     virtual ~IWbemClassObject();
 
-    // The property's value, owned by this object until the property is set or the object goes; null
+    // The property's value, owned by this object until a property is set or the object goes; null
     // when there is no such property. A property without a value has the std::monostate
-    // alternative.
+    // alternative. An embedded object in it stays where it is until this property is set.
     [[nodiscard]] virtual const CWbemValue* Get(const char* name) const;
 
     // Sets the property, adding it at the end when it is new. A std::monostate clears the value.
@@ -63,7 +66,7 @@ public:
     // ---- For hosts, tools and tests ----
 
     [[nodiscard]] const std::string& GetClassName() const { return m_sClassName; }
-    [[nodiscard]] const std::vector<Property>& GetProperties() const { return m_properties; }
+    [[nodiscard]] const Properties& GetProperties() const;
 
     // Defines a property: from now on only values of this type, or null, are taken. Defining it
     // again replaces the definition and clears the value.
@@ -73,13 +76,19 @@ public:
     struct Method {
         std::string m_sName;
         WbemType m_returnType = WbemType::UInt32;
-        std::vector<Property> m_inParameters;
-        std::vector<Property> m_outParameters;
+        Properties m_inParameters;
+        Properties m_outParameters;
     };
     void DefineMethod(Method method);
 
 private:
+    Properties& OwnProperties();
+
     std::string m_sClassName;
-    std::vector<Property> m_properties;
+    // Null: there are none. Copies share them unless one is an object, which others could change
+    // from outside: so the many rows of a table cost little when they are passed on. What was ever
+    // shared does not change any more; OwnProperties makes a copy to be changed.
+    std::shared_ptr<Properties> m_pProperties;
+    mutable std::atomic<bool> m_bShared{false}; // set by threads that make copies at the same time
     std::vector<Method> m_methods;
 };

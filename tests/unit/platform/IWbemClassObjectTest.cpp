@@ -109,6 +109,46 @@ TEST(IWbemClassObjectTest, ADefinedPropertyTakesItsTypeAndNullOnly) {
     EXPECT_EQ(WbemResult::kTypeMismatch, object.Put("Number", true));
 }
 
+TEST(IWbemClassObjectTest, WhatIsSetInACopyOrItsOriginalStaysThere) {
+    IWbemClassObject original;
+    original.Put("Number", 1U);
+    IWbemClassObject copy = original;
+    const IWbemClassObject copyOfCopy = copy;
+    original.Put("Number", 2U);
+    copy.Put("Other", true);
+    copy.DefineProperty("Number", WbemType::String);
+    EXPECT_EQ(2U, NumberOf(original));
+    EXPECT_EQ(std::vector<std::string>{"Number"}, NamesOf(original));
+    EXPECT_EQ((std::vector<std::string>{"Number", "Other"}), NamesOf(copy));
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(*copy.Get("Number")));
+    EXPECT_EQ(1U, NumberOf(copyOfCopy));
+    EXPECT_EQ(std::vector<std::string>{"Number"}, NamesOf(copyOfCopy));
+}
+
+TEST(IWbemClassObjectTest, WhatIsChangedThroughAPointerIsNotChangedInCopies) {
+    IWbemClassObject original;
+    original.Put("Nested", MakeObject("Nested", 1));
+    IWbemClassObject* nested = std::get<CWbemObjectPtr>(*original.Get("Nested")).get();
+    const IWbemClassObject copy = original;
+    nested->Put("Number", 2U);
+    EXPECT_EQ(2U, NumberOf(*std::get<CWbemObjectPtr>(*original.Get("Nested"))));
+    EXPECT_EQ(1U, NumberOf(*std::get<CWbemObjectPtr>(*copy.Get("Nested"))));
+}
+
+TEST(IWbemClassObjectTest, AValueOutlivesTheOtherCopies) {
+    const IWbemClassObject copy = [] {
+        IWbemClassObject original;
+        original.Put("Number", 1U);
+        return IWbemClassObject(static_cast<const IWbemClassObject&>(original));
+    }();
+    const CWbemValue* value = copy.Get("Number");
+    {
+        IWbemClassObject other = copy;
+        other.Put("Number", 2U);
+    }
+    EXPECT_EQ(1U, std::get<std::uint32_t>(*value));
+}
+
 TEST(IWbemClassObjectTest, DefiningAPropertyAgainReplacesItInItsPlace) {
     IWbemClassObject object;
     object.DefineProperty("First", WbemType::UInt32);
