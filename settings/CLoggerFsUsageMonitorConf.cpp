@@ -55,7 +55,8 @@ CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf(std::ifstream* file, const 
         m_iStatus = kRecordFailed;
         return;
     }
-    if (!GetMountPointList(m_FsThresholdConfList)) {
+    RowIndex rows;
+    if (!GetMountPointList(m_FsThresholdConfList, &rows)) {
         CTraceUtility::WriteDebug(
             LoggerTrace::kModule, LoggerTrace::kFailure,
             "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf GetMountPointList() failure");
@@ -63,7 +64,7 @@ CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf(std::ifstream* file, const 
         return;
     }
     std::uint16_t setFlag = kVolumesGoodBit;
-    ReadAlertConfig(file, &setFlag);
+    ReadAlertConfig(file, &rows, &setFlag);
     if (setFlag != kAllBits) {
         CTraceUtility::WriteDebug(
             LoggerTrace::kModule, LoggerTrace::kFailure,
@@ -73,8 +74,8 @@ CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf(std::ifstream* file, const 
     }
 }
 
-void CLoggerFsUsageMonitorConf::ReadAlertConfig(std::ifstream* file, std::uint16_t* setFlag) {
-    const RowIndex rows(m_FsThresholdConfList);
+void CLoggerFsUsageMonitorConf::ReadAlertConfig(std::ifstream* file, RowIndex* rows,
+                                                std::uint16_t* setFlag) {
     CLoggerConfCommon::Rewind(file);
     string line;
     while (std::getline(*file, line)) {
@@ -103,7 +104,7 @@ bool CLoggerFsUsageMonitorConf::ReadFileSystemLine(const string& line, std::uint
     return true;
 }
 
-bool CLoggerFsUsageMonitorConf::ReadVolumeLine(const string& line, const RowIndex& rows,
+bool CLoggerFsUsageMonitorConf::ReadVolumeLine(const string& line, RowIndex* rows,
                                                std::uint16_t* setFlag) {
     const string::size_type keyPos = line.find(kFsNameKey);
     if (keyPos == string::npos) {
@@ -119,7 +120,7 @@ bool CLoggerFsUsageMonitorConf::ReadVolumeLine(const string& line, const RowInde
         return false;
     }
     if (kind == kEntry) {
-        CLoggerFsThresholdConf* row = rows.Find(name);
+        CLoggerFsThresholdConf* row = rows->Find(name);
         if (row != nullptr) {
             row->m_iThreshold = threshold;
             row->m_bVolMonitoringEnable = enable;
@@ -187,7 +188,7 @@ bool CLoggerFsUsageMonitorConf::Compare(const CLoggerFsUsageMonitorConf* other) 
     if (!SamplingFields::Compare("CLoggerFsUsageMonitorConf", *this, *other)) {
         return false;
     }
-    const CVolumeIndex<const CLoggerFsThresholdConf> otherRows(other->m_FsThresholdConfList);
+    CVolumeIndex<const CLoggerFsThresholdConf> otherRows(other->m_FsThresholdConfList);
     for (const CLoggerFsThresholdConf& row : m_FsThresholdConfList) {
         const CLoggerFsThresholdConf* found = otherRows.Find(row.m_sVolumeName);
         if (found == nullptr) {

@@ -83,8 +83,10 @@ private:
     using RowIndex = CVolumeIndex<CLoggerFsThresholdConf>;
 
     bool ReadProperties(IWbemClassObject* object);
-    void ReadAlertConfig(std::ifstream* file, std::uint16_t* setFlag);
+    // The same with an index of the list, which it keeps up.
+    static bool GetMountPointList(std::list<CLoggerFsThresholdConf>& list, RowIndex* rows);
+    void ReadAlertConfig(std::ifstream* file, RowIndex* rows, std::uint16_t* setFlag);
     // Both: false when the rest of the file must not be read.
     bool ReadFileSystemLine(const std::string& line, std::uint16_t* setFlag);
-    bool ReadVolumeLine(const std::string& line, const RowIndex& rows, std::uint16_t* setFlag);
+    bool ReadVolumeLine(const std::string& line, RowIndex* rows, std::uint16_t* setFlag);
 };

@@ -48,12 +48,17 @@ string_view WithoutLastCharacter(string_view read) {
 } // namespace
 
 bool CLoggerFsUsageMonitorConf::GetMountPointList(std::list<CLoggerFsThresholdConf>& list) {
+    RowIndex rows(list);
+    return GetMountPointList(list, &rows);
+}
+
+bool CLoggerFsUsageMonitorConf::GetMountPointList(std::list<CLoggerFsThresholdConf>& list,
+                                                  RowIndex* rows) {
     // The command is a constant of the build.
     const Pipe pipe(popen(KzmPaths::kMountCommand, "r")); // NOLINT(cert-env33-c)
     if (pipe == nullptr) {
         return false;
     }
-    RowIndex rows(list);
     std::array<char, kLineBufferSize> buffer{};
     while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), pipe.get()) != nullptr) {
         string_view mountPoint;
@@ -65,7 +70,7 @@ bool CLoggerFsUsageMonitorConf::GetMountPointList(std::list<CLoggerFsThresholdCo
             return false;
         }
         list.emplace_back(string(mountPoint), LoggerDefinitions::kDefaultThreshold, false);
-        if (!rows.Add(&list.back())) {
+        if (!rows->Add(&list.back())) {
             list.pop_back();
         }
     }

@@ -8,8 +8,8 @@ namespace {
 const char kParametersClass[] = "__PARAMETERS";
 const char kReturnValue[] = "ReturnValue";
 
-// Room for as many is made when the first one comes.
-constexpr std::size_t kUsualProperties = 4;
+// Room for as many is made when the first one comes. The objects of which there are many are small.
+constexpr std::size_t kUsualProperties = 3;
 
 // The iterator of the item (property or method) of this name, or the end of the list.
 template <typename List>

@@ -19,14 +19,14 @@ Rows RowsOf(std::initializer_list<const char*> names) {
 }
 
 TEST(CVolumeIndex, FindsNothingWhenItIsEmpty) {
-    const Index index;
+    Index index;
     EXPECT_EQ(nullptr, index.Find("/"));
     EXPECT_EQ(nullptr, index.Find(""));
 }
 
 TEST(CVolumeIndex, FindsExactlyThisName) {
     Rows rows = RowsOf({"/", "/home", ""});
-    const Index index(rows);
+    Index index(rows);
     EXPECT_EQ(&rows.front(), index.Find("/"));
     EXPECT_EQ(&*std::next(rows.begin()), index.Find("/home"));
     EXPECT_EQ(&rows.back(), index.Find(""));
@@ -36,9 +36,18 @@ TEST(CVolumeIndex, FindsExactlyThisName) {
 
 TEST(CVolumeIndex, FindsTheFirstOfSeveralRowsOfOneName) {
     Rows rows = RowsOf({"/", "/home", "/home", "/"});
-    const Index index(rows);
+    Index index(rows);
     EXPECT_EQ(&rows.front(), index.Find("/"));
     EXPECT_EQ(&*std::next(rows.begin()), index.Find("/home"));
+}
+
+TEST(CVolumeIndex, FindsThemInAnyOrder) {
+    Rows rows = RowsOf({"/", "/home", "/", "/var"});
+    Index index(rows);
+    for (const char* name : {"/", "/", "/home", "/", "/home", "/var", "/var", "/", "/var"}) {
+        EXPECT_EQ(name, index.Find(name)->m_sVolumeName);
+        EXPECT_NE(&*std::next(rows.begin(), 2), index.Find(name));
+    }
 }
 
 TEST(CVolumeIndex, TellsWhetherARowIsTheFirstOfItsName) {
@@ -56,9 +65,12 @@ TEST(CVolumeIndex, FindsEachOfManyRows) {
     for (int number = 0; number < kMany; ++number) {
         rows.emplace_back("/mnt/" + std::to_string(number), number, true);
     }
-    const Index index(rows);
+    Index index(rows);
     for (CLoggerFsThresholdConf& row : rows) {
         ASSERT_EQ(&row, index.Find(row.m_sVolumeName));
+    }
+    for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
+        ASSERT_EQ(&*row, index.Find(row->m_sVolumeName));
     }
     EXPECT_EQ(nullptr, index.Find("/mnt/" + std::to_string(kMany)));
 }
