@@ -4,7 +4,7 @@
     bench.py BUILD-FOLDER
 
 Prints tables and says whether the promises are kept (exit status 1 when not). The figures go to
-operations.json, methods.json, real_mounts.json and the plots to *.svg in the build folder.
+operations.json, methods-*.json, real_mounts.json and the plots to *.svg in the build folder.
 """
 
 import sys

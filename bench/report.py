@@ -22,7 +22,7 @@ def floors(medians, title, sizes=SIZES):
         for size in sizes:
             time = medians[method, size]
             floor = medians["Floor of " + method, size]
-            rows.append((method, size, milliseconds(time), milliseconds(floor),
+            rows.append((method, f"{size:,}", milliseconds(time), milliseconds(floor),
                          f"{time / floor:.2f}"))
     table(("method", "file systems", "time", "floor", "ratio"), rows)
 
@@ -34,10 +34,10 @@ def operations(runs):
     for name in names:
         for size in SIZES:
             run = runs[name, size]
-            rows.append((name, size, milliseconds(run["real_time"]),
+            rows.append((name, f"{size:,}", f"{run['real_time']:,.1f}",
                          f"{run['real_time'] / size:.3f}", f"{run['allocations/fs']:.2f}",
                          f"{run['bytes/fs']:.0f}"))
-    table(("operation", "file systems", "ms", "µs/fs", "allocations/fs", "bytes/fs"), rows)
+    table(("operation", "file systems", "µs", "µs/fs", "allocations/fs", "bytes/fs"), rows)
 
 
 def alternatives(times):
@@ -48,7 +48,7 @@ def alternatives(times):
         ours = found["this project"]
         cells = [f"{milliseconds(found[name])} ({found[name] / ours:.1f}x)" if name in found
                  else "over 120 s" for name in names]
-        rows.append((size, *cells))
+        rows.append((f"{size:,}", *cells))
     table(("file systems", *names), rows)
 
 
