@@ -2,8 +2,8 @@
 
 import math
 
-WIDTH, HEIGHT = 760, 480
-LEFT, RIGHT, TOP, BOTTOM = 70, 230, 40, 50
+WIDTH, HEIGHT = 810, 480
+LEFT, RIGHT, TOP, BOTTOM = 70, 280, 40, 50
 COLOURS = ("#1b6ca8", "#c0392b", "#1e8449", "#8e44ad", "#b9770e", "#117a65", "#566573", "#d35400",
            "#2e4053", "#7d6608", "#a04000", "#4a235a")
 
