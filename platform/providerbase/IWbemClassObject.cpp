@@ -138,18 +138,19 @@ HRESULT IWbemClassObject::Put(const char* name, CWbemValue value) {
         return WbemResult::kInvalidParameter;
     }
     const WbemType type = TypeOf(value);
+    const auto known = FindByName(GetProperties(), name);
+    const bool isNew = known == GetProperties().end();
+    if (!isNew && known->m_bDefined && type != WbemType::Null && type != known->m_type) {
+        return WbemResult::kTypeMismatch;
+    }
+    const std::shared_ptr<const Properties> kept = m_pProperties; // the name may stand in them
     Properties& properties = OwnProperties();
-    const auto property = FindByName(properties, name);
-    if (property == properties.end()) {
+    if (isNew) {
         properties.push_back({name, type, false, std::move(value), {}});
         return WbemResult::kSuccess;
     }
-    if (type != WbemType::Null && type != property->m_type) {
-        if (property->m_bDefined) {
-            return WbemResult::kTypeMismatch;
-        }
-        property->m_type = type;
-    }
+    const auto property = FindByName(properties, name);
+    property->m_type = type == WbemType::Null ? property->m_type : type;
     property->m_value = std::move(value);
     return WbemResult::kSuccess;
 }
@@ -199,7 +200,7 @@ void IWbemClassObject::DefineProperty(const std::string& name, WbemType type,
                                       std::string embeddedClass) {
     Property definition{name, type, true, {}, std::move(embeddedClass)};
     Properties& properties = OwnProperties();
-    const auto property = FindByName(properties, name);
+    const auto property = FindByName(properties, definition.m_sName); // the name may stand in them
     if (property == properties.end()) {
         properties.push_back(std::move(definition));
     } else {

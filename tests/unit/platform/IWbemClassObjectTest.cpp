@@ -135,6 +135,33 @@ TEST(IWbemClassObjectTest, WhatIsChangedThroughAPointerIsNotChangedInCopies) {
     EXPECT_EQ(1U, NumberOf(*std::get<CWbemObjectPtr>(*copy.Get("Nested"))));
 }
 
+// An object whose properties it once shared with another, which is gone.
+IWbemClassObject MakeLastOfTwoCopies() {
+    IWbemClassObject original;
+    original.DefineProperty("Number", WbemType::UInt32);
+    original.Put("Number", 1U);
+    const IWbemClassObject& constant = original;
+    return IWbemClassObject(constant);
+}
+
+TEST(IWbemClassObjectTest, APropertyOfACopyIsSetByItsOwnName) {
+    IWbemClassObject copy = MakeLastOfTwoCopies();
+    EXPECT_EQ(WbemResult::kSuccess, copy.Put(copy.GetProperties()[0].m_sName.c_str(), 2U));
+    EXPECT_EQ(2U, NumberOf(copy));
+    IWbemClassObject another = MakeLastOfTwoCopies();
+    another.DefineProperty(another.GetProperties()[0].m_sName, WbemType::Boolean);
+    EXPECT_EQ(std::vector<std::string>{"Number"}, NamesOf(another));
+    EXPECT_EQ(WbemType::Boolean, another.GetProperties()[0].m_type);
+}
+
+TEST(IWbemClassObjectTest, ARefusedValueLeavesTheValuesOfACopyWhereTheyAre) {
+    IWbemClassObject copy = MakeLastOfTwoCopies();
+    const CWbemValue* value = copy.Get("Number");
+    EXPECT_EQ(WbemResult::kTypeMismatch, copy.Put("Number", true));
+    EXPECT_EQ(value, copy.Get("Number"));
+    EXPECT_EQ(1U, std::get<std::uint32_t>(*value));
+}
+
 TEST(IWbemClassObjectTest, AValueOutlivesTheOtherCopies) {
     const IWbemClassObject copy = [] {
         IWbemClassObject original;
