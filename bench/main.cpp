@@ -15,6 +15,7 @@
 namespace {
 
 constexpr char kRealMounts[] = "--real-mounts=";
+constexpr int kCannotMount = 77; // exit status
 
 // Takes the option off the arguments; empty when it is not there.
 std::string TakeOption(const std::string& name, int* count, char** arguments) {
@@ -35,7 +36,7 @@ int main(int count, char** arguments) {
     const std::string realMounts = TakeOption(kRealMounts, &count, arguments);
     if (!realMounts.empty() && !CBenchHost::PrepareRealMounts(std::stoul(realMounts))) {
         std::perror("real mounts");
-        return EXIT_FAILURE;
+        return kCannotMount;
     }
     RegisterRecords();
     RegisterMethods();

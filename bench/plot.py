@@ -5,7 +5,7 @@ import math
 WIDTH, HEIGHT = 810, 480
 LEFT, RIGHT, TOP, BOTTOM = 70, 280, 40, 50
 COLOURS = ("#1b6ca8", "#c0392b", "#1e8449", "#8e44ad", "#b9770e", "#117a65", "#566573", "#d35400",
-           "#2e4053", "#7d6608", "#a04000", "#4a235a")
+           "#2e4053", "#7d6608", "#a04000", "#4a235a", "#ff1493", "#00aa00", "#00bcd4", "#000000")
 
 
 def draw(title, series, path):
