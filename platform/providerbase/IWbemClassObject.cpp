@@ -94,7 +94,7 @@ IWbemClassObject::IWbemClassObject(const IWbemClassObject& other)
     } else {
         m_pProperties = other.m_pProperties;
         m_bShared = true;
-        other.m_bShared = true;
+        other.m_bShared = true; // no part of its value. NOLINT(cert-oop58-cpp)
     }
     for (const Method& method : other.m_methods) {
         m_methods.push_back({method.m_sName, method.m_returnType, CopyOf(method.m_inParameters),
