@@ -65,7 +65,10 @@ TEST(CVolumeIndex, FindsEachOfManyRows) {
     for (int number = 0; number < kMany; ++number) {
         rows.emplace_back("/mnt/" + std::to_string(number), number, true);
     }
-    Index index(rows);
+    Index index;
+    for (CLoggerFsThresholdConf& row : rows) {
+        ASSERT_TRUE(index.Add(&row));
+    }
     for (CLoggerFsThresholdConf& row : rows) {
         ASSERT_EQ(&row, index.Find(row.m_sVolumeName));
     }
