@@ -1,6 +1,6 @@
-#include "loggerctl/CCommandLine.h"
-#include "loggerctl/COutput.h"
-#include "loggerctl/CSafeText.h"
+#include "loggerctl/commands/CCommandLine.h"
+#include "loggerctl/output/COutput.h"
+#include "loggerctl/output/CSafeText.h"
 
 #include <clocale>
 #include <exception>

@@ -32,6 +32,7 @@ check settings "settings/|$platform|KzmPaths\.h\"" ''
 check configfile "settings/|$platform" ''
 check provider "provider/|settings/|$platform|KzmPaths\.h\"" ''
 check host "host/|$platform" "$expat"
-check loggerctl "loggerctl/|host/|settings/|$platform|KzmPaths\.h\"" "$tool"
+check history "history/|loggerctl/|KzmPaths\.h\"" ''
+check loggerctl "loggerctl/|history/|host/|settings/|$platform|KzmPaths\.h\"" "$tool"
 
 exit $status

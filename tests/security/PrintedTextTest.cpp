@@ -1,6 +1,6 @@
 // Whatever a file, a name or an argument holds, loggerctl prints nothing that a terminal obeys.
 
-#include "loggerctl/CUtf8.h"
+#include "loggerctl/output/CUtf8.h"
 #include "tests/security/HostileNames.h"
 #include "tests/support/CProgram.h"
 #include "tests/support/CTempFile.h"

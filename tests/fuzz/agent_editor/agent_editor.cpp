@@ -1,6 +1,6 @@
 // The editor of agent.cfg. The input is a record, of which the switches count, then the file.
 
-#include "loggerctl/CMemoryFile.h"
+#include "loggerctl/record/CMemoryFile.h"
 #include "tests/fuzz/support/CAgentFormat.h"
 #include "tests/fuzz/support/CProperty.h"
 #include "tests/fuzz/support/FuzzTarget.h"

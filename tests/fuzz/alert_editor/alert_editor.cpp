@@ -1,6 +1,6 @@
 // The editor of alert.cfg. The input is what the mount command prints, a record, then the file.
 
-#include "loggerctl/CMemoryFile.h"
+#include "loggerctl/record/CMemoryFile.h"
 #include "tests/fuzz/support/CAlertFormat.h"
 #include "tests/fuzz/support/CMountFormat.h"
 #include "tests/fuzz/support/CMountOutput.h"

@@ -1,7 +1,7 @@
 // The readers of alert.cfg and of the mount table. The input is what the mount command prints, then
 // the file.
 
-#include "loggerctl/CMemoryFile.h"
+#include "loggerctl/record/CMemoryFile.h"
 #include "tests/fuzz/support/CAlertFormat.h"
 #include "tests/fuzz/support/CMountFormat.h"
 #include "tests/fuzz/support/CMountOutput.h"

@@ -1,6 +1,6 @@
 // Reading a record from JSON text, and printing it. The input is the text.
 
-#include "loggerctl/CJsonRecord.h"
+#include "loggerctl/record/CJsonRecord.h"
 #include "tests/fuzz/support/CInput.h"
 #include "tests/fuzz/support/CJsonFormat.h"
 #include "tests/fuzz/support/CPrintable.h"

@@ -1,8 +1,8 @@
 // The keys and assignments of the command line. The input is the names of the file systems, a line
 // each, then assignments, a line each.
 
-#include "loggerctl/CSafeText.h"
-#include "loggerctl/CSetRequest.h"
+#include "loggerctl/output/CSafeText.h"
+#include "loggerctl/record/CSetRequest.h"
 #include "tests/fuzz/support/CInput.h"
 #include "tests/fuzz/support/CPrintable.h"
 #include "tests/fuzz/support/CProperty.h"

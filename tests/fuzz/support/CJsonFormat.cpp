@@ -1,6 +1,6 @@
 #include "tests/fuzz/support/CJsonFormat.h"
 
-#include "loggerctl/CHexText.h"
+#include "loggerctl/output/CHexText.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -2,7 +2,7 @@
 // is what the mount command prints, a record, agent.cfg, then alert.cfg.
 
 #include "comlib/CTraceUtility.h"
-#include "loggerctl/CMemoryFile.h"
+#include "loggerctl/record/CMemoryFile.h"
 #include "providerbase/IWbemClassObject.h"
 #include "tests/fuzz/support/CAgentFormat.h"
 #include "tests/fuzz/support/CAlertFormat.h"

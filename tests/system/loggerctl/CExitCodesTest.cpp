@@ -1,4 +1,4 @@
-#include "loggerctl/CExitCodes.h"
+#include "loggerctl/output/CExitCodes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "loggerctl/CFailureReport.h"
+#include "loggerctl/agent/CFailureReport.h"
 
 #include "KzmPaths.h"
 

@@ -1,4 +1,4 @@
-#include "loggerctl/CFileReplacement.h"
+#include "history/CFileReplacement.h"
 
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CGolden.h"

@@ -1,4 +1,4 @@
-#include "loggerctl/CHistoryId.h"
+#include "history/CHistoryId.h"
 
 #include "tests/support/TableTest.h"
 

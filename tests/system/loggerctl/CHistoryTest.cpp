@@ -1,9 +1,9 @@
 // The history by itself: what is kept, what is listed, and what is left alone.
 
-#include "loggerctl/CHistory.h"
+#include "history/CHistory.h"
 
 #include "KzmPaths.h"
-#include "loggerctl/CHistoryId.h"
+#include "history/CHistoryId.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/TableTest.h"
 #include "tests/system/loggerctl/CGolden.h"

@@ -1,6 +1,6 @@
-#include "loggerctl/CHostState.h"
+#include "loggerctl/agent/CHostState.h"
 
-#include "loggerctl/CProviderCall.h"
+#include "loggerctl/agent/CProviderCall.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "loggerctl/CJsonRecord.h"
+#include "loggerctl/record/CJsonRecord.h"
 
 #include "tests/system/loggerctl/CLocale.h"
 #include "tests/system/loggerctl/SampleSettings.h"

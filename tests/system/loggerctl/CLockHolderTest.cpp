@@ -1,4 +1,4 @@
-#include "loggerctl/CLockHolder.h"
+#include "loggerctl/agent/CLockHolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/file.h>

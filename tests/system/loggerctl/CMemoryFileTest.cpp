@@ -1,4 +1,4 @@
-#include "loggerctl/CMemoryFile.h"
+#include "loggerctl/record/CMemoryFile.h"
 
 #include "tests/support/CTestRoot.h"
 

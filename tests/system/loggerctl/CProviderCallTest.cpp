@@ -1,4 +1,4 @@
-#include "loggerctl/CProviderCall.h"
+#include "loggerctl/agent/CProviderCall.h"
 
 #include <gtest/gtest.h>
 

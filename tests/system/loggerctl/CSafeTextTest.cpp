@@ -1,4 +1,4 @@
-#include "loggerctl/CSafeText.h"
+#include "loggerctl/output/CSafeText.h"
 
 #include "tests/system/loggerctl/CLocale.h"
 

@@ -1,7 +1,7 @@
-#include "loggerctl/CSetRequest.h"
+#include "loggerctl/record/CSetRequest.h"
 
-#include "loggerctl/CSetWarnings.h"
-#include "loggerctl/CSettingsChange.h"
+#include "loggerctl/record/CSetWarnings.h"
+#include "loggerctl/record/CSettingsChange.h"
 #include "tests/system/loggerctl/SampleSettings.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "loggerctl/CSettingsAssignment.h"
+#include "loggerctl/record/CSettingsAssignment.h"
 
 #include <gtest/gtest.h>
 

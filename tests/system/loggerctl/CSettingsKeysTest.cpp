@@ -1,4 +1,4 @@
-#include "loggerctl/CSettingsKeys.h"
+#include "loggerctl/record/CSettingsKeys.h"
 
 #include "tests/system/loggerctl/SampleSettings.h"
 

@@ -1,4 +1,4 @@
-#include "loggerctl/CSettingsView.h"
+#include "loggerctl/commands/CSettingsView.h"
 
 #include "comlib/CIWbemUtil.h"
 #include "settings/CLoggerConf.h"

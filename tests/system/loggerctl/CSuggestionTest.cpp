@@ -1,4 +1,4 @@
-#include "loggerctl/CSuggestion.h"
+#include "loggerctl/output/CSuggestion.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "loggerctl/CTable.h"
+#include "loggerctl/output/CTable.h"
 
 #include "tests/system/loggerctl/CLocale.h"
 

@@ -1,6 +1,6 @@
-#include "loggerctl/CUnifiedDiff.h"
+#include "loggerctl/output/CUnifiedDiff.h"
 
-#include "loggerctl/CLineDifference.h"
+#include "loggerctl/output/CLineDifference.h"
 #include "tests/support/CTempFile.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CLocale.h"

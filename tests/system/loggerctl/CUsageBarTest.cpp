@@ -1,4 +1,4 @@
-#include "loggerctl/CUsageBar.h"
+#include "loggerctl/output/CUsageBar.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "loggerctl/CUsageProbe.h"
+#include "loggerctl/agent/CUsageProbe.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "loggerctl/CAgentConfigCheck.h"
-#include "loggerctl/CAlertConfigCheck.h"
+#include "loggerctl/agent/CAgentConfigCheck.h"
+#include "loggerctl/agent/CAlertConfigCheck.h"
 
 #include "tests/support/CTestRoot.h"
 

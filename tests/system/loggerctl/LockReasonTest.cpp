@@ -1,7 +1,7 @@
 // What the tool says when the settings lock was not obtained.
 
 #include "KzmPaths.h"
-#include "loggerctl/CFailureReport.h"
+#include "loggerctl/agent/CFailureReport.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CHeldLock.h"
 

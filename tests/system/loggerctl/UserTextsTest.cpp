@@ -1,8 +1,8 @@
 // The help, the manual page and the completion say the same.
 
 #include "KzmPaths.h"
-#include "loggerctl/CExitCodes.h"
-#include "loggerctl/CSettingsKeys.h"
+#include "loggerctl/output/CExitCodes.h"
+#include "loggerctl/record/CSettingsKeys.h"
 #include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CGolden.h"
