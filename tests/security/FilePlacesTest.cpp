@@ -23,6 +23,7 @@
 #include <fstream>
 #include <memory>
 #include <thread>
+#include <utility>
 
 namespace fs = std::filesystem;
 using std::string;
@@ -280,34 +281,77 @@ TEST_F(DescriptionPlace, TakesATrustedFileByALink) {
     EXPECT_EQ(std::vector<string>{"CheckInstall"}, m_root.VendorCalls());
 }
 
-// Another exchanges a link to a trusted file for one to his own and back, as fast as he can.
+// Exchanges the link in the place of a file for one to another file and back, again and again. It
+// rests in between: a thread that wakes up gets its turn at once and anywhere in what another does,
+// also where both share a processor.
+class CExchanger {
+public:
+    CExchanger(string place, string first, string second)
+        : m_sPlace(std::move(place)),
+          m_thread([this, first, second] {
+              for (bool isFirst = false; !m_bIsOver; isFirst = !isFirst) {
+                  Put(isFirst ? first : second);
+                  std::this_thread::sleep_for(std::chrono::microseconds(10));
+              }
+          }) {}
+    ~CExchanger() {
+        m_bIsOver = true;
+        m_thread.join();
+    }
+    CExchanger(const CExchanger&) = delete;
+    CExchanger& operator=(const CExchanger&) = delete;
+
+    // How many exchanges there were so far.
+    [[nodiscard]] int Count() const { return m_iCount; }
+
+private:
+    void Put(const string& target) {
+        const string next = m_sPlace + ".next";
+        fs::create_symlink(target, next);
+        fs::rename(next, m_sPlace);
+        ++m_iCount;
+    }
+
+    string m_sPlace;
+    std::atomic<bool> m_bIsOver = false;
+    std::atomic<int> m_iCount = 0;
+    std::thread m_thread; // last: it uses the others
+};
+
+// Another exchanges a link to a trusted file for one to his own and back. Reading goes on until he
+// had his turn during enough of the reads, however the two threads are scheduled.
 TEST_F(DescriptionPlace, ThatIsExchangedMeanwhileIsTrustedOnlyForWhatWasRead) {
-    constexpr int kReads = 3000;
+    using Clock = std::chrono::steady_clock;
+    constexpr int kReads = 20000;
+    constexpr int kExchangedReads = 500;
     ASSERT_NO_FATAL_FAILURE(WriteForeign(Elsewhere()));
     if (IsSkipped()) {
         return;
     }
     const string trusted = CTestRoot::Path("/trusted");
     fs::rename(DeviceDescription(), trusted);
-    std::atomic<bool> isOver = false;
-    std::thread other([&] {
-        const string next = CTestRoot::Path("/next");
-        for (bool own = false; !isOver; own = !own) {
-            fs::create_symlink(own ? Elsewhere() : trusted, next);
-            fs::rename(next, DeviceDescription());
-        }
-    });
+    fs::create_symlink(trusted, DeviceDescription());
+    const CExchanger other(DeviceDescription(), trusted, Elsewhere());
+    int reads = 0;
+    int exchanged = 0; // while they were read
     int taken = 0;
     int foreign = 0;
-    for (int i = 0; i < kReads; ++i) {
+    const auto isEnough = [&] {
+        return reads >= kReads && exchanged >= kExchangedReads && 0 < taken && taken < reads;
+    };
+    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(20);
+    while (!isEnough() && Clock::now() < deadline) {
+        const int exchanges = other.Count();
         const auto description = CDeviceDescription::Read(DeviceDescription());
+        exchanged += other.Count() != exchanges ? 1 : 0;
+        ++reads;
         taken += description ? 1 : 0;
         foreign += description && description->m_commands.at("ServiceStop").at(1) == Mark() ? 1 : 0;
     }
-    isOver = true;
-    other.join();
+    EXPECT_LE(kReads, reads);
+    EXPECT_LE(kExchangedReads, exchanged) << "too little was exchanged meanwhile";
     EXPECT_LT(0, taken);
-    EXPECT_GT(kReads, taken) << "nothing was exchanged meanwhile";
+    EXPECT_GT(reads, taken) << "the stranger's file was never refused";
     EXPECT_EQ(0, foreign);
 }
 
