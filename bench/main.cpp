@@ -1,10 +1,12 @@
-// The benchmarks of the provider. Takes the options of Google Benchmark, and before them
+// The benchmarks of the provider and, with real mounts, of the tool. Takes the options of Google
+// Benchmark, and before them
 //   --real-mounts=N  instead of a prepared mount table, N real tmpfs mounts in a mount namespace of
 //                    its own (needs root); to be used with a filter for N file systems
 
 #include "bench/CBenchHost.h"
 #include "bench/MethodsBench.h"
 #include "bench/RecordsBench.h"
+#include "bench/ToolBench.h"
 
 #include <benchmark/benchmark.h>
 
@@ -40,6 +42,9 @@ int main(int count, char** arguments) {
     }
     RegisterRecords();
     RegisterMethods();
+    if (!realMounts.empty()) {
+        RegisterTool();
+    }
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) {
         return EXIT_FAILURE;
