@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Measures the provider, what cannot be avoided beside it, and what a user would take instead.
 
-    bench.py BUILD-FOLDER
+    bench.py BUILD-FOLDER [--only-tool]
 
 Prints tables and says whether the promises are kept (exit status 1 when not). The figures go to
-operations.json, methods-*.json, real_mounts.json and the plots to *.svg in the build folder.
+operations.json, methods-*.json, real_mounts.json, tool-*.json and the plots to *.svg in the build
+folder. With --only-tool nothing is measured but the tool with real mounts.
 """
 
 import sys
@@ -18,8 +19,18 @@ def series(figures, names):
     return {name: {size: figures[name, size] for size in SIZES} for name in names}
 
 
-def main(build):
+def main(build, only_tool):
     measurement = Measurement(build)
+    tool = measurement.tool_with_real_mounts()
+    if tool:
+        report.tool(tool)
+    checks = report.tool_checks(tool)
+    if not only_tool:
+        checks = measure_provider(measurement) + checks
+    return 0 if report.promises(checks, bool(tool)) else 1
+
+
+def measure_provider(measurement):
     figures = {
         "methods": measurement.methods(),
         "real": measurement.real_mounts(),
@@ -41,10 +52,10 @@ def main(build):
               {name: {size: found[name] for size, found in alternatives.items() if name in found}
                for name in alternatives[SIZES[0]]},
               measurement.build / "alternatives.svg")
-    return 0 if report.promises(figures) else 1
+    return report.provider_checks(figures)
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 2:
+    if sys.argv[2:] not in ([], ["--only-tool"]) or len(sys.argv) < 2:
         sys.exit(__doc__)
-    sys.exit(main(sys.argv[1]))
+    sys.exit(main(sys.argv[1], len(sys.argv) > 2))

@@ -16,6 +16,7 @@ import threading
 import time
 
 SIZES = (20, 1000, 10000, 100000)
+REAL_SIZES = SIZES[:3]
 ROUNDS = 10
 SOURCES = pathlib.Path(__file__).parent
 SETTINGS = "etc/opt/veltaro/ardenvale"
@@ -43,17 +44,17 @@ class Measurement:
                                                  [f"--benchmark_filter={METHODS}{size}/"], rounds))
         return medians
 
-    def real_mounts(self, count=10000):
+    def real_mounts(self):
         """The same with real mounts; empty where this process may not mount."""
-        pattern = f"{METHODS}{count}/"
-        try:
-            runs = self._benchmarks("real_mounts", [f"--real-mounts={count}"],
-                                    ["--benchmark_filter=" + pattern])
-        except subprocess.CalledProcessError as error:
-            if error.returncode != CANNOT_MOUNT:
-                raise
-            return {}
-        return _medians(runs)
+        return self._with_real_mounts("real_mounts", METHODS, 10000)
+
+    def tool_with_real_mounts(self):
+        """Whole runs of the tool and the mount command alone, in turns, at each size of real mounts:
+        {(name, size): median}; empty where this process may not mount."""
+        medians = {}
+        for size in REAL_SIZES:
+            medians |= self._with_real_mounts(f"tool-{size}", TOOL, size)
+        return medians
 
     def peak_memory(self, method, size):
         """The peak of the resident memory, in MB, of a process that lays out the host and calls
@@ -115,6 +116,15 @@ class Measurement:
             "Augeas": [self.programs / "change_augeas", *files, sources],
         }
 
+    def _with_real_mounts(self, name, pattern, count):
+        try:
+            return _medians(self._benchmarks(name, [f"--real-mounts={count}"],
+                                             [f"--benchmark_filter={pattern}{count}/"]))
+        except subprocess.CalledProcessError as error:
+            if error.returncode != CANNOT_MOUNT:
+                raise
+            return {}
+
     def _benchmarks(self, name, first, options, rounds=ROUNDS):
         result = self.build / f"{name}.json"
         turns = [f"--benchmark_repetitions={rounds}",
@@ -128,6 +138,7 @@ class Measurement:
 
 
 METHODS = "^(GetParameter|SetParameter|Floor of GetParameter|Floor of SetParameter|Mount command)/"
+TOOL = "^(Mount command|loggerctl .*)/"
 CANNOT_MOUNT = 77  # the exit status of provider_bench
 TIME_LIMIT = 120  # seconds for one process
 
