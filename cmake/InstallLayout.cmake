@@ -6,8 +6,11 @@ set(KZM_PROVIDER_LIBDIR opt/veltaro/kzm/provider/lib)
 set(KZM_SCHEMADIR opt/veltaro/kzm/provider/schema)
 set(KZM_DEVICEDIR opt/veltaro/kzm/provider/device)
 set(KZM_LOCKDIR opt/veltaro/kzm/provider/tmp/Logger)
-set(KZM_MANDIR usr/share/man/man1)
-set(KZM_COMPLETIONDIR usr/share/bash-completion/completions)
+set(KZM_STATEDIR var/opt/veltaro/kzm/logger)
+set(KZM_MANDIR usr/share/man/man8)
+set(KZM_BASH_COMPLETIONDIR usr/share/bash-completion/completions)
+set(KZM_ZSH_COMPLETIONDIR usr/share/zsh/vendor-completions)
+set(KZM_FISH_COMPLETIONDIR usr/share/fish/vendor_completions.d)
 
 if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
   set(CMAKE_INSTALL_PREFIX "${KZM_ROOT}/" CACHE PATH "" FORCE)
@@ -20,3 +23,6 @@ set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 # The folder of the lock file is part of the installation: the provider expects it.
 install(DIRECTORY DESTINATION ${KZM_LOCKDIR}
         DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+
+# The folder of the history and of the callers' lock.
+install(DIRECTORY DESTINATION ${KZM_STATEDIR})

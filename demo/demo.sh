@@ -10,10 +10,11 @@ agent=$root/opt/veltaro/agent
 pidfile=$agent/agent.pid
 PATH=$root/opt/veltaro/kzm/bin:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
 
+# On a terminal the agent takes its time, so that the tool has something to show meanwhile.
 if [ -t 1 ]; then
-    bold=$(printf '\033[1m') plain=$(printf '\033[0m')
+    bold=$(printf '\033[1m') plain=$(printf '\033[0m') seconds_to_stop=2
 else
-    bold='' plain=''
+    bold='' plain='' seconds_to_stop=0
 fi
 
 say() {
@@ -44,6 +45,7 @@ lay_out_host() {
     ln -s /bin/mount "$root/bin/mount"
     cp "$demo/agent.cfg" "$demo/alert.cfg" "$root/etc/opt/veltaro/ardenvale/"
     cp "$demo/agent.sh" "$agent/"
+    echo "$seconds_to_stop" >"$agent/seconds-to-stop"
     sed "s|@AGENT@|$agent|g" "$demo/Logger.conf.in" >"$root/opt/veltaro/kzm/provider/device/Logger.conf"
     chmod 644 "$root/opt/veltaro/kzm/provider/device/Logger.conf"
     service start
@@ -59,15 +61,15 @@ say "Single values, for scripts:"
 show loggerctl get cpu.threshold syslog.output fs.enable
 
 # A container's mount table need not list the root.
-second='fs[/].threshold=90'
-loggerctl get 'fs[/].threshold' >/dev/null 2>&1 || second='memory.threshold=80'
+second=fs:/.threshold=90
+loggerctl get fs:/.threshold >/dev/null 2>&1 || second=memory.threshold=80
 
-say "What a change would do to the files; nothing is touched yet:"
+say "What a change would do to the files, and what would be lost; nothing is touched yet:"
 show loggerctl set --dry-run cpu.threshold=75 "$second"
 
 say "The change itself. The service is stopped before it and started after it:"
 before=$(cat "$pidfile")
-show loggerctl set cpu.threshold=75 "$second"
+show loggerctl set --force cpu.threshold=75 "$second"
 after=$(cat "$pidfile")
 if [ "$before" = "$after" ]; then
     echo "The service was not restarted." >&2
@@ -75,11 +77,26 @@ if [ "$before" = "$after" ]; then
 fi
 printf 'The sample service was process %s and is now process %s.\n' "$before" "$after"
 
-say "The files before the change were kept, and can be put back:"
+say "A part of a record, from a program:"
+record='{"UsageMonitorConfMemory": {"SamplingCount": 3}}'
+printf "\n%s\$ echo '%s' | loggerctl set --json -%s\n" "$bold" "$record" "$plain"
+echo "$record" | loggerctl set --json -
+
+say "The files before each change were kept, and can be put back:"
 show loggerctl history
-show loggerctl diff
-show loggerctl restore
+show loggerctl diff 2
+show loggerctl restore 2
 
 cmp "$demo/agent.cfg" "$root/etc/opt/veltaro/ardenvale/agent.cfg"
 cmp "$demo/alert.cfg" "$root/etc/opt/veltaro/ardenvale/alert.cfg"
 say "Both files are as they were, byte for byte."
+
+cat >"$build/env.sh" <<TEXT
+# Lets a shell work on the sample host of the demonstration.
+PATH=$root/opt/veltaro/kzm/bin:\$PATH
+export MANPATH=$root/usr/share/man:\${MANPATH-}
+[ -z "\${BASH_VERSION-}" ] || . $root/usr/share/bash-completion/completions/loggerctl
+loggerctl service start
+echo "loggerctl works on the sample host now. When you are done:  loggerctl service stop"
+TEXT
+echo "To go on by hand:  . ${build#"$PWD/"}/env.sh"

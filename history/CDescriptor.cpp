@@ -5,15 +5,18 @@
 #include <cerrno>
 #include <utility>
 
+namespace history {
+
 CDescriptor::~CDescriptor() {
     Close();
 }
 
 CDescriptor::CDescriptor(CDescriptor&& other) noexcept
-    : m_iDescriptor(std::exchange(other.m_iDescriptor, -1)) {}
+    : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
 
 CDescriptor& CDescriptor::operator=(CDescriptor&& other) noexcept {
-    std::swap(m_iDescriptor, other.m_iDescriptor);
+    CDescriptor before(std::move(*this));
+    std::swap(m_descriptor, other.m_descriptor);
     return *this;
 }
 
@@ -21,7 +24,7 @@ int CDescriptor::Close() {
     if (!IsOpen()) {
         return 0;
     }
-    return close(std::exchange(m_iDescriptor, -1)) == 0 ? 0 : errno;
+    return close(std::exchange(m_descriptor, -1)) == 0 ? 0 : errno;
 }
 
 int CDescriptor::WriteAll(int descriptor, const std::string& text) {
@@ -34,3 +37,5 @@ int CDescriptor::WriteAll(int descriptor, const std::string& text) {
     }
     return 0;
 }
+
+} // namespace history

@@ -2,18 +2,21 @@
 
 #include <string>
 
+namespace history {
+
 // Owns a file descriptor and closes it.
 class CDescriptor {
 public:
-    explicit CDescriptor(int descriptor = -1) : m_iDescriptor(descriptor) {}
+    explicit CDescriptor(int descriptor = -1) : m_descriptor(descriptor) {}
     ~CDescriptor();
     CDescriptor(CDescriptor&& other) noexcept;
+    // Closes the one that was owned before.
     CDescriptor& operator=(CDescriptor&& other) noexcept;
     CDescriptor(const CDescriptor&) = delete;
     CDescriptor& operator=(const CDescriptor&) = delete;
 
-    [[nodiscard]] bool IsOpen() const { return m_iDescriptor >= 0; }
-    [[nodiscard]] int Get() const { return m_iDescriptor; }
+    [[nodiscard]] bool IsOpen() const { return m_descriptor >= 0; }
+    [[nodiscard]] int Get() const { return m_descriptor; }
 
     // Closes it now. Returns 0, or the error that the file system reports only on closing.
     int Close();
@@ -23,5 +26,7 @@ public:
     static int WriteAll(int descriptor, const std::string& text);
 
 private:
-    int m_iDescriptor;
+    int m_descriptor;
 };
+
+} // namespace history

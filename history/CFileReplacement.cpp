@@ -1,7 +1,5 @@
 #include "history/CFileReplacement.h"
 
-#include "loggerctl/agent/CFileProblem.h"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +8,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <utility>
+
+namespace history {
 
 namespace fs = std::filesystem;
 
@@ -28,45 +28,81 @@ int FindFile(const std::string& path, fs::path* file) {
     return error.value();
 }
 
+int FindObstacle(const struct statx& status) {
+    constexpr auto kUnchangeable = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND;
+    return (status.stx_attributes & kUnchangeable) != 0 ? EPERM : 0;
+}
+
+int CheckFolder(const fs::path& folder) {
+    struct statx status {};
+    if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0 ||
+        statx(AT_FDCWD, folder.c_str(), 0, STATX_TYPE, &status) != 0) {
+        return errno;
+    }
+    return FindObstacle(status);
+}
+
+int CheckFile(const fs::path& file) {
+    struct statx status {};
+    if (statx(AT_FDCWD, file.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status) != 0) {
+        return errno == ENOENT ? 0 : errno;
+    }
+    if (S_ISDIR(status.stx_mode)) {
+        return EISDIR;
+    }
+    const int number = FindObstacle(status);
+    const bool mounted = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    return number == 0 && mounted ? EBUSY : number;
+}
+
+Expected<void> Answer(const std::string& path, const std::string& action, int number) {
+    if (number != 0) {
+        return tl::make_unexpected(Refused(path, action, number));
+    }
+    return {};
+}
+
 } // namespace
 
-CFileReplacement::CFileReplacement(std::string path) : m_sPath(std::move(path)) {}
+CFileReplacement::CFileReplacement(std::string path) : m_path(std::move(path)) {}
 
 CFileReplacement::~CFileReplacement() {
-    if (!m_sWaiting.empty()) {
-        unlinkat(m_folder.Get(), m_sWaiting.c_str(), 0);
+    if (!m_waiting.empty()) {
+        unlinkat(m_folder.Get(), m_waiting.c_str(), 0);
     }
 }
 
-bool CFileReplacement::Prepare(const CFileImage& image, std::string* error) {
+Expected<void> CFileReplacement::Check(const std::string& path) {
     fs::path file;
-    int number = FindFile(m_sPath, &file);
+    int number = FindFile(path, &file);
+    number = number == 0 ? CheckFolder(file.parent_path()) : number;
+    number = number == 0 ? CheckFile(file) : number;
+    return Answer(path, "replaced", number);
+}
+
+Expected<void> CFileReplacement::Prepare(const CFileImage& image) {
+    fs::path file;
+    int number = FindFile(m_path, &file);
     if (number == 0) {
         m_folder =
             CDescriptor(open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         number = m_folder.IsOpen() ? 0 : errno;
     }
     if (number == 0) {
-        m_sName = file.filename().string();
-        const std::string waiting = "." + m_sName + ".loggerctl-new";
-        number = CDurableFile::Create(m_folder.Get(), waiting, image);
-        m_sWaiting = number == 0 ? waiting : "";
+        m_name = file.filename().string();
+        const std::string waiting = "." + m_name + ".loggerctl-new";
+        number = WriteImage(m_folder.Get(), waiting, image);
+        m_waiting = number == 0 ? waiting : "";
     }
-    if (number != 0) {
-        *error = CFileProblem::Refused(m_sPath, "replaced", number);
-    }
-    return number == 0;
+    return Answer(m_path, "replaced", number);
 }
 
-bool CFileReplacement::Commit(std::string* error) {
-    if (renameat(m_folder.Get(), m_sWaiting.c_str(), m_folder.Get(), m_sName.c_str()) != 0) {
-        *error = CFileProblem::Refused(m_sPath, "replaced", errno);
-        return false;
+Expected<void> CFileReplacement::Commit() {
+    if (renameat(m_folder.Get(), m_waiting.c_str(), m_folder.Get(), m_name.c_str()) != 0) {
+        return Answer(m_path, "replaced", errno);
     }
-    m_sWaiting.clear();
-    const int number = CDurableFile::SyncFolder(m_folder.Get());
-    if (number != 0) {
-        *error = CFileProblem::Refused(m_sPath, "written to disk", number);
-    }
-    return number == 0;
+    m_waiting.clear();
+    return Answer(m_path, "written to disk", SyncFolder(m_folder.Get()));
 }
+
+} // namespace history

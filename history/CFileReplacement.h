@@ -1,9 +1,12 @@
 #pragma once
 
 #include "history/CDescriptor.h"
-#include "history/CDurableFile.h"
+#include "history/DurableFile.h"
+#include "history/Expected.h"
 
 #include <string>
+
+namespace history {
 
 // Puts a new file in the place of another, in two steps: all that takes time or can fail for want
 // of room or rights comes first, the exchange itself is one step that is done or not done.
@@ -11,8 +14,6 @@
 // Where the path is a symbolic link, the file that it points to is replaced and the link stays. The
 // new file waits beside the old one under the fixed name ".<name>.loggerctl-new"; what an
 // interrupted replacement left there is overwritten by the next one.
-//
-// Errors are sentences that are safe to print.
 class CFileReplacement {
 public:
     explicit CFileReplacement(std::string path);
@@ -21,17 +22,25 @@ public:
     CFileReplacement(const CFileReplacement&) = delete;
     CFileReplacement& operator=(const CFileReplacement&) = delete;
 
-    // Writes the new file to disk. False, with *error, when it cannot be; nothing is left behind
-    // then. The file at the path stays as it is.
-    bool Prepare(const CFileImage& image, std::string* error);
+    // Whether the file at the path, which may be missing, could be replaced; touches nothing. A
+    // problem comes back when its folder is missing or cannot be written, its file system is
+    // read-only (EROFS), the file or its folder is immutable or append-only (EPERM), the file is
+    // mounted by itself (EBUSY) or a directory (EISDIR), or a link leads nowhere (ENOENT).
+    static Expected<void> Check(const std::string& path);
 
-    // Exchanges the files. False, with *error, when that fails: before the exchange the old file is
-    // still in place; after it, the exchange may not survive a power failure.
-    bool Commit(std::string* error);
+    // Writes the new file to disk. When it cannot be, nothing is left behind. The file at the path
+    // stays as it is in any case.
+    Expected<void> Prepare(const CFileImage& image);
+
+    // Exchanges the files. When that fails before the exchange, the old file is still in place;
+    // after it, the exchange may not survive a power failure.
+    Expected<void> Commit();
 
 private:
-    std::string m_sPath;
-    CDescriptor m_folder;   // of the file that is replaced
-    std::string m_sName;    // that file
-    std::string m_sWaiting; // the new file while it exists
+    std::string m_path;
+    CDescriptor m_folder;  // of the file that is replaced
+    std::string m_name;    // that file
+    std::string m_waiting; // the new file while it exists
 };
+
+} // namespace history

@@ -1,36 +1,22 @@
 #include "history/CSettingsCopy.h"
 
-#include "loggerctl/agent/CFileProblem.h"
-
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
 
+namespace history {
+
 namespace {
 
-CFileImage NoFile() {
-    CFileImage image;
-    image.m_owner = geteuid();
-    image.m_group = getegid();
-    image.m_modified.tv_sec = std::time(nullptr);
-    image.m_bMissing = true;
-    return image;
-}
-
-bool ReadNow(const std::string& path, CSettingsCopy::Missing missing, CFileImage* image,
-             std::string* error) {
-    const int number = CDurableFile::Read(AT_FDCWD, path, CDurableFile::Links::Follow, image);
-    if (number == ENOENT && missing == CSettingsCopy::Missing::Allow) {
-        *image = NoFile();
-        return true;
+CProblem ReadingProblem(const std::string& path, int number) {
+    if (number == ENOENT) {
+        return {path + ": does not exist. Install the agent, or put the file back.", number};
     }
-    if (number != 0) {
-        const std::string known = CFileProblem::Reading(path);
-        *error = known.empty() ? CFileProblem::Refused(path, "read", number) : known;
+    if (number == EISDIR) {
+        return {path + ": is a directory. Put the agent's file in its place.", number};
     }
-    return number == 0;
+    return Refused(path, "read", number);
 }
 
 } // namespace
@@ -39,11 +25,14 @@ std::string CSettingsCopy::Name(std::size_t index) {
     return std::filesystem::path(kPaths[index]).filename().string();
 }
 
-std::optional<CSettingsCopy> CSettingsCopy::OfNow(Missing missing, std::string* error) {
+Expected<CSettingsCopy> CSettingsCopy::OfNow(Missing missing) {
     CSettingsCopy copy;
     for (std::size_t i = 0; i < kPaths.size(); ++i) {
-        if (!ReadNow(kPaths[i], missing, &copy.m_files[i], error)) {
-            return std::nullopt;
+        const int number = ReadImage(AT_FDCWD, kPaths[i], Links::Follow, &copy.m_files[i]);
+        if (number == ENOENT && missing == Missing::Allow) {
+            copy.m_files[i].m_missing = true;
+        } else if (number != 0) {
+            return tl::make_unexpected(ReadingProblem(kPaths[i], number));
         }
     }
     return copy;
@@ -62,9 +51,21 @@ std::vector<std::string> CSettingsCopy::DifferentNames(const CSettingsCopy& othe
 std::vector<std::string> CSettingsCopy::MissingNames() const {
     std::vector<std::string> names;
     for (std::size_t i = 0; i < kPaths.size(); ++i) {
-        if (m_files[i].m_bMissing) {
+        if (m_files[i].m_missing) {
             names.push_back(Name(i));
         }
     }
     return names;
 }
+
+bool CSettingsCopy::HasSameTexts(const CSettingsCopy& other) const {
+    for (std::size_t i = 0; i < kPaths.size(); ++i) {
+        if (m_files[i].m_missing != other.m_files[i].m_missing ||
+            m_files[i].m_text != other.m_files[i].m_text) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace history

@@ -7,24 +7,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 namespace {
-
-class CDescriptor {
-public:
-    explicit CDescriptor(int descriptor) : m_iDescriptor(descriptor) {}
-    CDescriptor(const CDescriptor&) = delete;
-    CDescriptor& operator=(const CDescriptor&) = delete;
-    ~CDescriptor() {
-        if (m_iDescriptor >= 0) {
-            close(m_iDescriptor);
-        }
-    }
-    [[nodiscard]] int Get() const { return m_iDescriptor; }
-
-private:
-    int m_iDescriptor;
-};
 
 std::nullopt_t FailForErrno(std::string* reason) {
     *reason = std::strerror(errno);
@@ -36,9 +21,14 @@ std::nullopt_t FailForErrno(std::string* reason) {
 std::optional<std::string> CTextFile::Read(const std::string& path, std::size_t maximumSize,
                                            std::string* reason) {
     // O_NONBLOCK: a pipe in the file's place must be refused, not waited for.
-    const CDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) {
+        return FailForErrno(reason);
+    }
+    const std::unique_ptr<const int, void (*)(const int*)> closing(
+        &file, [](const int* descriptor) { close(*descriptor); });
     struct stat status = {};
-    if (file.Get() < 0 || fstat(file.Get(), &status) != 0) {
+    if (fstat(file, &status) != 0) {
         return FailForErrno(reason);
     }
     if (!S_ISREG(status.st_mode)) {
@@ -49,7 +39,7 @@ std::optional<std::string> CTextFile::Read(const std::string& path, std::size_t 
     std::string text;
     std::array<char, 65536> buffer;
     for (;;) {
-        const ssize_t count = read(file.Get(), buffer.data(), buffer.size());
+        const ssize_t count = read(file, buffer.data(), buffer.size());
         if (count == 0) {
             return text;
         }

@@ -1,18 +1,32 @@
-#include "loggerctl/commands/CCommandLine.h"
-#include "loggerctl/output/COutput.h"
-#include "loggerctl/output/CSafeText.h"
+#include "loggerctl/commands/CommandLine.h"
+#include "loggerctl/output/Console.h"
+#include "loggerctl/output/SafeText.h"
+
+#include <malloc.h>
 
 #include <clocale>
+#include <csignal>
 #include <exception>
 
+namespace {
+
+constexpr int kKeptMemory = 512 * 1024 * 1024;
+
+} // namespace
+
 int main(int argumentCount, char** arguments) {
-    COutput::SecureStandardStreams();
+    // A run is short: memory that went back to the system would only be asked for again.
+    mallopt(M_TRIM_THRESHOLD, kKeptMemory);
+    mallopt(M_MMAP_THRESHOLD, kKeptMemory);
+    output::SecureStandardStreams();
+    // Where it is ignored, which a parent hands down, no command's exit status can be had.
+    std::signal(SIGCHLD, SIG_DFL);
     std::setlocale(LC_CTYPE, "");
     try {
-        return static_cast<int>(CCommandLine::Run(argumentCount, arguments));
+        return static_cast<int>(commands::Run(argumentCount, arguments));
     } catch (const std::exception& exception) {
-        COutput::WriteError(std::string("The command was given up: ") +
-                            CSafeText::Escape(exception.what()) + ".");
+        output::WriteError(std::string("The command was given up: ") +
+                           output::Escape(exception.what()) + ".");
     }
-    return static_cast<int>(ExitCode::Failure);
+    return static_cast<int>(output::ExitCode::Failure);
 }

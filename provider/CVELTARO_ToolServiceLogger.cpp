@@ -11,11 +11,13 @@
 #include "providerbase/IWbemClassObject.h"
 #include "providerbase/IWbemObjectSink.h"
 #include "providerbase/IWbemServices.h"
+#include "settings/LoggerDefinitions.h"
 #include "settings/LoggerTrace.h"
 
 #include <string>
 #include <utility>
 
+using LoggerDefinitions::kDevice;
 using LoggerTrace::kModule;
 using std::string;
 
@@ -25,7 +27,6 @@ constexpr char kClassName[] = "VELTARO_ToolServiceLogger";
 constexpr char kVendorName[] = "veltaro";
 constexpr char kVersion[] = "34.1";
 constexpr char kLibraryFile[] = "VELTARO_ToolServiceLogger.dll";
-constexpr char kDevice[] = "Logger";
 constexpr char kCaption[] = "CVELTARO_ToolServiceLogger - Debug";
 
 // Traces the exception being handled; to be called in a catch block.

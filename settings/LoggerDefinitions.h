@@ -37,6 +37,9 @@ inline constexpr char kVolMonitoringEnable[] = "VolMonitoringEnable";
 // Percent; the threshold of a file system that nobody has given one.
 inline constexpr int kDefaultThreshold = 80;
 
+// The device whose description tells how the agent is controlled.
+inline constexpr char kDevice[] = "Logger";
+
 // The status member of every record.
 inline constexpr int kRecordValid = 0;
 inline constexpr int kRecordFailed = 1;

@@ -24,7 +24,9 @@ check() {
 
 platform='comlib/|providerbase/'
 expat='expat\.h>|'
-tool='nlohmann/[a-z_]+\.hpp>|CLI/CLI\.hpp>|'
+expected='tl/expected\.hpp>|'
+json='nlohmann/[a-z_]+\.hpp>|'
+output="${json}${expected}dtl/dtl\.hpp>|utf8\.h>|"
 
 check platform/comlib 'comlib/|providerbase/(IWbemClassObject|CWbemValue)\.h"' ''
 check platform/providerbase "$platform|KzmPaths\.h\"" ''
@@ -32,7 +34,12 @@ check settings "settings/|$platform|KzmPaths\.h\"" ''
 check configfile "settings/|$platform" ''
 check provider "provider/|settings/|$platform|KzmPaths\.h\"" ''
 check host "host/|$platform" "$expat"
-check history "history/|loggerctl/|KzmPaths\.h\"" ''
-check loggerctl "loggerctl/|history/|host/|settings/|$platform|KzmPaths\.h\"" "$tool"
+check history "history/|KzmPaths\.h\"" "$expected"
+below="history/|settings/|$platform|KzmPaths\.h\"|loggerctl/output/"
+check loggerctl/output 'loggerctl/output/' "$output"
+check loggerctl/agent "loggerctl/agent/|host/CProviderHost\.h\"|provider/MethodResult\.h\"|$below" "$expected"
+check loggerctl/record "loggerctl/record/|loggerctl/agent/|$below" "$json$expected"
+check loggerctl/commands "loggerctl/|$below" "$json${expected}CLI/CLI\.hpp>|"
+check loggerctl/main.cpp 'loggerctl/(commands|output)/' ''
 
 exit $status

@@ -1,9 +1,13 @@
 #include "loggerctl/output/CTable.h"
 
-#include "loggerctl/output/CSafeText.h"
+#include "loggerctl/output/SafeText.h"
 
 #include <algorithm>
+#include <array>
+#include <numeric>
 #include <utility>
+
+namespace output {
 
 namespace {
 
@@ -11,99 +15,95 @@ constexpr char kIndent[] = "  ";
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kLeastFirstColumn = 12;
 
-const char* SequenceOf(TextStyle style) {
-    switch (style) {
-    case TextStyle::Title:
-        return "\033[1m";
-    case TextStyle::Heading:
-    case TextStyle::Dim:
-        return "\033[2m";
-    case TextStyle::Good:
-        return "\033[32m";
-    case TextStyle::Warning:
-        return "\033[33m";
-    case TextStyle::Bad:
-        return "\033[31m";
-    case TextStyle::Plain:
-        break;
-    }
-    return "";
-}
+// By style.
+constexpr std::array kSequences{"",         "\033[1m",  "\033[2m", "\033[2m",
+                                "\033[32m", "\033[33m", "\033[31m"};
 
-std::string Styled(const CTable::Cell& cell, bool colour) {
-    if (!colour || cell.m_sText.empty() || cell.m_style == TextStyle::Plain) {
-        return cell.m_sText;
-    }
-    return SequenceOf(cell.m_style) + cell.m_sText + "\033[0m";
+void AppendCell(const CTable::Cell& cell, bool colour, std::string* text) {
+    const bool styled = colour && cell.m_style != TextStyle::Plain;
+    *text += styled ? kSequences.at(static_cast<std::size_t>(cell.m_style)) : "";
+    *text += cell.m_text;
+    *text += styled ? "\033[0m" : "";
 }
 
 } // namespace
 
-CTable::CTable(std::vector<Column> columns) : m_columns(std::move(columns)) {}
+CTable::CTable(std::vector<Column> columns) {
+    Row headings;
+    for (Column& column : columns) {
+        const TextStyle style = headings.empty() ? TextStyle::Title : TextStyle::Heading;
+        headings.push_back({std::move(column.m_heading), style});
+        m_aligns.push_back(column.m_align);
+    }
+    AddLine(std::move(headings));
+}
 
 void CTable::AddRow(Row row) {
-    row.resize(m_columns.size());
-    row.front().m_sText.insert(0, kIndent);
-    m_rows.push_back(std::move(row));
+    row.resize(m_aligns.size());
+    row.front().m_text.insert(0, kIndent);
+    AddLine(std::move(row));
 }
 
 std::string CTable::Text(const CTerminal& terminal) const {
-    const std::vector<std::size_t> widths = Widths(terminal.m_columns);
-    std::string text = RowText(HeadingRow(), widths, terminal.m_bColour);
-    for (const Row& row : m_rows) {
-        text += RowText(row, widths, terminal.m_bColour);
+    const std::vector<std::size_t> widths = ColumnWidths(terminal.m_columns);
+    std::string text;
+    text.reserve(m_lines.size() *
+                 std::accumulate(widths.begin(), widths.end(), kGap * widths.size()));
+    for (std::size_t line = 0; line < m_lines.size(); ++line) {
+        AppendLine(line, widths, terminal.m_colour, &text);
     }
     return text;
 }
 
-std::vector<std::size_t> CTable::Widths(std::size_t terminalColumns) const {
-    std::vector<std::size_t> widths;
+void CTable::AddLine(Row row) {
+    for (const Cell& cell : row) {
+        m_cellWidths.push_back(Width(cell.m_text));
+    }
+    m_lines.push_back(std::move(row));
+}
+
+std::vector<std::size_t> CTable::ColumnWidths(std::size_t terminalColumns) const {
+    const std::size_t count = m_aligns.size();
+    std::vector<std::size_t> widths(count, 0);
     std::size_t others = 0;
-    for (std::size_t i = 1; i < m_columns.size(); ++i) {
-        std::size_t width = CSafeText::Width(m_columns[i].m_sHeading);
-        for (const Row& row : m_rows) {
-            width = std::max(width, CSafeText::Width(row[i].m_sText));
+    for (std::size_t column = 1; column < count; ++column) {
+        for (std::size_t cell = column; cell < m_cellWidths.size(); cell += count) {
+            widths[column] = std::max(widths[column], m_cellWidths[cell]);
         }
-        widths.push_back(width);
-        others += kGap + width;
+        others += kGap + widths[column];
     }
     const std::size_t room = terminalColumns > others ? terminalColumns - others : 0;
     const std::size_t greatest = std::max(room, kLeastFirstColumn);
-    std::size_t first = CSafeText::Width(m_columns.front().m_sHeading);
-    for (const Row& row : m_rows) {
-        const std::size_t width = CSafeText::Width(row.front().m_sText);
-        first = width <= greatest ? std::max(first, width) : first;
+    widths.front() = m_cellWidths.front();
+    for (std::size_t cell = count; cell < m_cellWidths.size(); cell += count) {
+        if (m_cellWidths[cell] <= greatest) {
+            widths.front() = std::max(widths.front(), m_cellWidths[cell]);
+        }
     }
-    widths.insert(widths.begin(), first);
     return widths;
 }
 
-CTable::Row CTable::HeadingRow() const {
-    Row row;
-    for (const Column& column : m_columns) {
-        row.push_back({column.m_sHeading, row.empty() ? TextStyle::Title : TextStyle::Heading});
-    }
-    return row;
-}
-
-std::string CTable::RowText(const Row& row, const std::vector<std::size_t>& widths,
-                            bool colour) const {
-    std::string text;
+void CTable::AppendLine(std::size_t line, const std::vector<std::size_t>& widths, bool colour,
+                        std::string* text) const {
     std::size_t pending = 0; // blanks that are written only when something follows them
-    for (std::size_t i = 0; i < row.size(); ++i) {
-        const std::size_t width = CSafeText::Width(row[i].m_sText);
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        const Cell& cell = m_lines[line][i];
+        const std::size_t width = m_cellWidths[line * widths.size() + i];
         const std::size_t padding = widths[i] > width ? widths[i] - width : 0;
-        const bool right = m_columns[i].m_align == Align::Right;
-        if (!row[i].m_sText.empty()) {
-            text += std::string(pending + (right ? padding : 0), ' ') + Styled(row[i], colour);
+        const bool right = m_aligns[i] == Align::Right;
+        if (!cell.m_text.empty()) {
+            text->append(pending + (right ? padding : 0), ' ');
+            AppendCell(cell, colour, text);
             pending = (right ? 0 : padding) + kGap;
         } else {
             pending += padding + kGap;
         }
         if (width > widths[i]) {
-            text += '\n';
+            *text += '\n';
             pending = widths[i] + kGap;
         }
     }
-    return text + '\n';
+    *text += '\n';
 }
+
+} // namespace output

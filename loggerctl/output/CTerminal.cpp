@@ -1,12 +1,14 @@
 #include "loggerctl/output/CTerminal.h"
 
-#include "loggerctl/output/CSafeText.h"
+#include "loggerctl/output/SafeText.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
-#include <cstring>
+
+namespace output {
 
 namespace {
 
@@ -16,26 +18,31 @@ std::string Variable(const char* name) {
     return value == nullptr ? "" : value;
 }
 
-bool UnderstandsSequences() {
-    const std::string type = Variable("TERM");
-    return !type.empty() && type != "dumb";
-}
-
-std::size_t ColumnsOf(int descriptor) {
-    struct winsize size {};
-    if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-        return CTerminal::kDefaultColumns;
-    }
-    return size.ws_col;
-}
-
 } // namespace
 
 CTerminal CTerminal::Of(int descriptor) {
+    const std::string type = Variable("TERM");
     CTerminal terminal;
-    terminal.m_bTerminal = isatty(descriptor) == 1 && UnderstandsSequences();
-    terminal.m_bColour = terminal.m_bTerminal && Variable("NO_COLOR").empty();
-    terminal.m_bUtf8 = CSafeText::IsUtf8Locale();
-    terminal.m_columns = ColumnsOf(descriptor);
+    terminal.m_terminal = isatty(descriptor) == 1;
+    terminal.m_sequences = terminal.m_terminal && !type.empty() && type != "dumb";
+    terminal.m_colour = terminal.m_sequences && Variable("NO_COLOR").empty();
+    terminal.m_utf8 = IsUtf8Locale();
+    struct winsize size {};
+    if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0) {
+        terminal.m_columns = size.ws_col;
+    }
     return terminal;
 }
+
+int WriteAll(int descriptor, const std::string& text) {
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+        done += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return 0;
+}
+
+} // namespace output

@@ -20,5 +20,5 @@ public:
     [[nodiscard]] std::string Text() const;
 
 private:
-    int m_iDescriptor;
+    int m_descriptor;
 };

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -26,9 +27,13 @@ using Words = std::vector<std::string>;
 
 const char kSearchPath[] = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 const char kLanguage[] = "LANG=C";
+const char kNotOnPath[] = "is not on the fixed PATH; give its full path";
 
 constexpr std::chrono::seconds kGrace{2};
 constexpr std::chrono::milliseconds kNap{20};
+constexpr std::chrono::milliseconds kLook{100}; // how often EndAll is looked for
+
+std::atomic<unsigned int> endings{0}; // how often EndAll was called
 
 void TraceFailure(const std::string& program, const std::string& problem) {
     CTraceUtility::WriteDebug(kTraceModule, CTraceUtility::TRACE_DBG_FAILURE,
@@ -141,22 +146,23 @@ public:
     CChild(const CChild&) = delete;
     CChild& operator=(const CChild&) = delete;
 
-    // Waits until it has ended or the time is over; false in the second case.
-    [[nodiscard]] bool WaitFor(Clock::duration time) const {
+    // Waits until it has ended, the time is over or EndAll is called once more than it had been at
+    // `begun`; true in the first case.
+    [[nodiscard]] bool WaitFor(Clock::duration time, unsigned int begun) const {
         const Clock::time_point deadline = Clock::now() + time;
         while (!HasEnded()) {
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-            if (left.count() <= 0) {
+            if (left.count() <= 0 || endings != begun) {
                 return false;
             }
-            Sleep(left);
+            Sleep(std::min(left, kLook));
         }
         return true;
     }
 
     void EndGroup() const {
         kill(-m_iProcess, SIGTERM);
-        static_cast<void>(WaitFor(kGrace));
+        static_cast<void>(WaitFor(kGrace, endings));
         kill(-m_iProcess, SIGKILL);
     }
 
@@ -198,9 +204,10 @@ private:
 int CCommandRunner::Run(const Words& words, std::chrono::seconds timeout) {
     const std::string path = LookUp(words.front());
     if (path.empty()) {
-        TraceFailure(words.front(), "is not on the fixed PATH; give its full path");
+        TraceFailure(words.front(), kNotOnPath);
         return kNotRun;
     }
+    const unsigned int begun = endings; // before the start, so that none is missed
     pid_t process = -1;
     const int error = Start(path, words, &process);
     if (error != 0) {
@@ -209,8 +216,9 @@ int CCommandRunner::Run(const Words& words, std::chrono::seconds timeout) {
         return kNotRun;
     }
     const CChild child(process);
-    const bool isInTime = child.WaitFor(timeout);
-    if (!isInTime) {
+    const bool isEnded = child.WaitFor(timeout, begun);
+    const bool isInTime = isEnded || endings != begun;
+    if (!isEnded) {
         child.EndGroup();
     }
     const std::optional<int> status = child.Collect();
@@ -224,4 +232,16 @@ int CCommandRunner::Run(const Words& words, std::chrono::seconds timeout) {
         return kNotRun;
     }
     return WIFSIGNALED(*status) ? kSignalBase + WTERMSIG(*status) : WEXITSTATUS(*status);
+}
+
+std::string CCommandRunner::FindProblem(const Words& words) {
+    const std::string path = LookUp(words.front());
+    if (path.empty()) {
+        return kNotOnPath;
+    }
+    return IsProgram(path) ? "" : "is no program that can be started";
+}
+
+void CCommandRunner::EndAll() {
+    ++endings;
 }

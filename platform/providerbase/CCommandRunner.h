@@ -25,4 +25,12 @@ public:
     // Can be called from any thread. Processes that the program leaves behind in time are not
     // ended.
     static int Run(const std::vector<std::string>& words, std::chrono::seconds timeout);
+
+    // Why the program words[0] could not be started, as the end of a sentence that begins with it;
+    // empty when it can be. Starts nothing.
+    static std::string FindProblem(const std::vector<std::string>& words);
+
+    // Ends the process groups of the commands that run now, as a time-out does, but at once: Run
+    // then returns the status that they end with. Can be called from any thread.
+    static void EndAll();
 };

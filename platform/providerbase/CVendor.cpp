@@ -69,3 +69,19 @@ int CVendor::Reserved20() { return kNotSupported; }
 void CVendor::SetOwnerProvider(std::string providerName, std::string providerVersion) {
     m_sOwner = providerName + ' ' + providerVersion;
 }
+
+std::string CVendor::FindProblem(const std::string& command) const {
+    const auto known = m_description.m_commands.find(command);
+    if (known == m_description.m_commands.end()) {
+        return "The description of device \"" + m_sDeviceName + "\" has no command \"" + command +
+               "\"; add the line \"" + command + "=<command line>\"";
+    }
+    const std::string problem = CCommandRunner::FindProblem(known->second);
+    return problem.empty() ? ""
+                           : "The command " + command + " cannot be run: \"" +
+                                 known->second.front() + "\" " + problem;
+}
+
+void CVendor::EndCommands() {
+    CCommandRunner::EndAll();
+}

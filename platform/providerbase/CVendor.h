@@ -49,6 +49,18 @@ public:
     // Tells the vendor object for which provider it works; the trace names it.
     virtual void SetOwnerProvider(std::string providerName, std::string providerVersion); // 21
 
+    // ---- For host programs and tools ----
+
+    // Why ExecuteCommand could not start the command of this name: a sentence without a full stop,
+    // whose texts come from the description as they are. Empty when it can be started. Starts
+    // nothing.
+    std::string FindProblem(const std::string& command) const;
+
+    // Ends the commands that this process's vendor objects run now, as a time-out does, but at
+    // once: ExecuteCommand then answers what they end with (143 as a rule). Can be called from any
+    // thread.
+    static void EndCommands();
+
 private:
     std::string m_sDeviceName;
     std::string m_sVendorKind;

@@ -1,6 +1,6 @@
 // Whatever a file, a name or an argument holds, loggerctl prints nothing that a terminal obeys.
 
-#include "loggerctl/output/CUtf8.h"
+#include "loggerctl/output/SafeText.h"
 #include "tests/security/HostileNames.h"
 #include "tests/support/CProgram.h"
 #include "tests/support/CTempFile.h"
@@ -34,8 +34,10 @@ const std::regex kUnsafeUtf8("[\\x01-\\x08\\x0B-\\x1F\\x7F]|\xC2[\x80-\x9F]|"
 
 enum class Output { Pipes, Terminal };
 
-string WithoutCarriageReturns(const string& text) {
-    return std::regex_replace(text, std::regex("\r\n"), "\n");
+// Without the line ends of a terminal and the tool's own colours.
+string WithoutTerminal(const string& text) {
+    return std::regex_replace(std::regex_replace(text, std::regex("\r\n"), "\n"),
+                              std::regex("\x1B\\[(0|1|3[126])m"), "");
 }
 
 void ExpectSafe(const CProgram& prepared, Output output = Output::Pipes) {
@@ -44,12 +46,12 @@ void ExpectSafe(const CProgram& prepared, Output output = Output::Pipes) {
         program.SetEnvironment(isUtf8 ? "LC_ALL=C.UTF-8" : "LC_ALL=C");
         const CProgram::Result result =
             output == Output::Pipes ? program.Run() : program.RunOnTerminal();
-        const string printed = WithoutCarriageReturns(result.m_sOutput) + result.m_sError;
+        const string printed = WithoutTerminal(result.m_sOutput) + result.m_sError;
         EXPECT_GE(6, result.m_iExitCode) << "a signal ended it";
         EXPECT_NE("", printed);
         EXPECT_FALSE(std::regex_search(printed, isUtf8 ? kUnsafeUtf8 : kUnsafePlain))
             << testing::PrintToString(printed);
-        EXPECT_TRUE(CUtf8::IsValid(printed)) << testing::PrintToString(printed);
+        EXPECT_TRUE(output::IsValidUtf8(printed)) << testing::PrintToString(printed);
     }
 }
 

@@ -57,7 +57,8 @@ CTestRoot::CTestRoot() {
     fs::remove_all(Path(""));
     for (const char* folder :
          {"/bin", "/etc/opt/veltaro/ardenvale", "/opt/veltaro/agent",
-          "/opt/veltaro/kzm/provider/device", "/opt/veltaro/kzm/provider/tmp/Logger"}) {
+          "/opt/veltaro/kzm/provider/device", "/opt/veltaro/kzm/provider/tmp/Logger",
+          "/var/opt/veltaro/kzm/logger"}) {
         fs::create_directories(Path(folder));
     }
     SetAgentConfig(kAgentConfig);

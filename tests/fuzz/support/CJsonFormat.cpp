@@ -1,41 +1,58 @@
 #include "tests/fuzz/support/CJsonFormat.h"
 
-#include "loggerctl/output/CHexText.h"
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdint>
-#include <map>
+#include <optional>
 #include <set>
-#include <vector>
 
 using Json = nlohmann::json;
+using std::string;
 
 namespace {
 
-enum class Type { kSwitch, kUnsigned, kSigned, kName, kMonitor, kSyslog, kFileSystems, kVolumes };
-using Members = std::map<std::string, Type>;
+enum class Type { kSwitch, kUnsigned, kSigned, kVolumes };
+struct Member {
+    string m_name;
+    Type m_type;
+    string m_key; // of the setting, behind its group
+};
+struct Part {
+    string m_name;
+    string m_group;
+    std::vector<Member> m_members;
+};
 
-const Members kRecord{{"SyslogOutputConf", Type::kSyslog},
-                      {"UsageMonitorConfCpu", Type::kMonitor},
-                      {"UsageMonitorConfMemory", Type::kMonitor},
-                      {"FsUsageMonitorConf", Type::kFileSystems}};
-const Members kSyslog{{"SyslogOutput", Type::kSwitch},
-                      {"InformationAlert", Type::kSwitch},
-                      {"WarningAlert", Type::kSwitch},
-                      {"ObstacleAlert", Type::kSwitch}};
-const Members kMonitor{{"MonitoringEnable", Type::kSwitch},
-                       {"SamplingInterval", Type::kUnsigned},
-                       {"SamplingCount", Type::kUnsigned},
-                       {"Threshold", Type::kSigned}};
-const Members kFileSystems{{"MonitoringEnable", Type::kSwitch},
-                           {"SamplingInterval", Type::kUnsigned},
-                           {"SamplingCount", Type::kUnsigned},
-                           {"FsThresholdConfList", Type::kVolumes}};
-const Members kVolume{{"VolumeName", Type::kName},
-                      {"Threshold", Type::kSigned},
-                      {"VolMonitoringEnable", Type::kSwitch}};
+const Member kEnable{"MonitoringEnable", Type::kSwitch, "enable"};
+const Member kInterval{"SamplingInterval", Type::kUnsigned, "interval"};
+const Member kCount{"SamplingCount", Type::kUnsigned, "count"};
+const Member kThreshold{"Threshold", Type::kSigned, "threshold"};
 
-bool IsRecord(const Json& json, const Members& members);
+const std::vector<Part> kParts{
+    {"SyslogOutputConf",
+     "syslog",
+     {{"SyslogOutput", Type::kSwitch, "output"},
+      {"InformationAlert", Type::kSwitch, "information"},
+      {"WarningAlert", Type::kSwitch, "warning"},
+      {"ObstacleAlert", Type::kSwitch, "obstacle"}}},
+    {"UsageMonitorConfCpu", "cpu", {kEnable, kInterval, kCount, kThreshold}},
+    {"UsageMonitorConfMemory", "memory", {kEnable, kInterval, kCount, kThreshold}},
+    {"FsUsageMonitorConf",
+     "fs",
+     {kEnable, kInterval, kCount, {"FsThresholdConfList", Type::kVolumes, ""}}}};
+const std::vector<Member> kVolume{kThreshold, {"VolMonitoringEnable", Type::kSwitch, "enable"}};
+
+constexpr char kName[] = "VolumeName";
+constexpr char kBytes[] = "VolumeNameBytes";
+constexpr char kInUse[] = "InUse";
+
+template <class Entry>
+const Entry* Find(const std::vector<Entry>& entries, const string& name) {
+    const auto found = std::find_if(entries.begin(), entries.end(),
+                                    [&name](const Entry& entry) { return entry.m_name == name; });
+    return found == entries.end() ? nullptr : &*found;
+}
 
 bool IsBetween(const Json& json, std::int64_t least, std::int64_t most) {
     if (json.is_number_unsigned()) {
@@ -45,6 +62,8 @@ bool IsBetween(const Json& json, std::int64_t least, std::int64_t most) {
            json.get<std::int64_t>() <= most;
 }
 
+bool IsVolumes(const Json& json);
+
 bool IsOf(const Json& json, Type type) {
     switch (type) {
     case Type::kSwitch:
@@ -53,45 +72,77 @@ bool IsOf(const Json& json, Type type) {
         return IsBetween(json, 0, UINT32_MAX);
     case Type::kSigned:
         return IsBetween(json, INT32_MIN, INT32_MAX);
-    case Type::kName:
-        return json.is_string();
-    case Type::kMonitor:
-        return IsRecord(json, kMonitor);
-    case Type::kSyslog:
-        return IsRecord(json, kSyslog);
-    case Type::kFileSystems:
-        return IsRecord(json, kFileSystems);
     case Type::kVolumes:
-        return json.is_array() && std::all_of(json.begin(), json.end(), [](const Json& volume) {
-                   return IsRecord(volume, kVolume);
-               });
+        return IsVolumes(json);
     }
     return false;
 }
 
-constexpr char kName[] = "VolumeName";
-constexpr char kBytes[] = "VolumeNameBytes";
-
-// A name that is no UTF-8 comes as null and its bytes in hexadecimal.
-bool HasBytes(const Json& json) {
-    return json.contains(kBytes) && json[kBytes].is_string() && json[kName].is_null() &&
-           CHexText::ToBytes(json[kBytes].get<std::string>());
+// The bytes of pairs of hexadecimal digits.
+std::optional<string> FromHex(const string& digits) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    string bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        unsigned int byte = 0;
+        for (const char c : (digits + "?").substr(i, 2)) {
+            const char lower = c >= 'A' && c <= 'F' ? static_cast<char>(c + ('a' - 'A')) : c;
+            const auto value = string(kDigits).find(lower);
+            if (value == string::npos) {
+                return std::nullopt;
+            }
+            byte = byte * 16 + static_cast<unsigned int>(value);
+        }
+        bytes += static_cast<char>(byte);
+    }
+    return bytes;
 }
 
-bool IsRecord(const Json& json, const Members& members) {
-    const bool isVolume = members.count(kName) != 0;
-    const bool hasBytes = isVolume && json.is_object() && json.contains(kName) && HasBytes(json);
-    if (!json.is_object() || json.size() != members.size() + (hasBytes ? 1 : 0)) {
+// A name is a string, or is null or left out and comes as bytes. Empty where it is neither.
+string NameOf(const Json& volume) {
+    const bool hasText = volume.contains(kName) && !volume[kName].is_null();
+    if (hasText != volume.contains(kBytes)) {
+        const Json& name = volume[hasText ? kName : kBytes];
+        if (name.is_string()) {
+            const auto text = name.get<string>();
+            return hasText ? text : FromHex(text).value_or("");
+        }
+    }
+    return "";
+}
+
+bool IsVolume(const Json& json) {
+    if (!json.is_object() || NameOf(json).empty()) {
         return false;
     }
-    return std::all_of(members.begin(), members.end(), [&](const auto& member) {
-        return json.contains(member.first) &&
-               ((hasBytes && member.first == kName) || IsOf(json[member.first], member.second));
+    const auto& items = json.items();
+    return std::all_of(items.begin(), items.end(), [](const auto& item) {
+        const Member* member = Find(kVolume, item.key());
+        return member != nullptr ? IsOf(item.value(), member->m_type)
+                                 : item.key() == kName || item.key() == kBytes ||
+                                       (item.key() == kInUse && item.value().is_primitive());
     });
 }
 
-bool HasNameTwice(const std::string& text) {
-    std::vector<std::set<std::string>> names;
+bool IsVolumes(const Json& json) {
+    std::set<string> names;
+    return json.is_array() && std::all_of(json.begin(), json.end(), [&names](const Json& volume) {
+               return IsVolume(volume) && names.insert(NameOf(volume)).second;
+           });
+}
+
+bool IsPartOf(const Json& json, const Part& part) {
+    if (!json.is_object()) {
+        return false;
+    }
+    const auto& items = json.items();
+    return std::all_of(items.begin(), items.end(), [&part](const auto& item) {
+        const Member* member = Find(part.m_members, item.key());
+        return member != nullptr && IsOf(item.value(), member->m_type);
+    });
+}
+
+bool HasNameTwice(const string& text) {
+    std::vector<std::set<string>> names;
     bool isTwice = false;
     const auto note = [&](int, Json::parse_event_t event, Json& parsed) {
         if (event == Json::parse_event_t::object_start) {
@@ -99,31 +150,64 @@ bool HasNameTwice(const std::string& text) {
         } else if (event == Json::parse_event_t::object_end) {
             names.pop_back();
         } else if (event == Json::parse_event_t::key) {
-            isTwice = !names.back().insert(parsed.get<std::string>()).second || isTwice;
+            isTwice = !names.back().insert(parsed.get<string>()).second || isTwice;
         }
         return true;
     };
     return Json::parse(text, note, false).is_discarded() || isTwice;
 }
 
-} // namespace
-
-bool CJsonFormat::IsRecord(const std::string& text) {
-    const Json json = Json::parse(text, nullptr, false);
-    return !json.is_discarded() && ::IsRecord(json, kRecord) && !HasNameTwice(text);
-}
-
-bool CJsonFormat::IsPart(const std::string& name) {
-    return kRecord.count(name) != 0;
-}
-
-Json CJsonFormat::Values(const std::string& text) {
-    Json json = Json::parse(text);
-    for (Json& volume : json["FsUsageMonitorConf"]["FsThresholdConfList"]) {
-        if (HasBytes(volume)) {
-            volume[kName] = *CHexText::ToBytes(volume[kBytes].get<std::string>());
-            volume.erase(kBytes);
+void AddValues(const Json& json, const std::vector<Member>& members, const string& group,
+               std::map<string, string>* values) {
+    for (const Member& member : members) {
+        if (member.m_type != Type::kVolumes && json.contains(member.m_name)) {
+            const Json& value = json[member.m_name];
+            const string text = value.is_boolean() ? (value.get<bool>() ? "true" : "false")
+                                                   : std::to_string(value.get<std::int64_t>());
+            (*values)[group + "." + member.m_key] = text;
         }
     }
-    return json;
+}
+
+Json Volumes(const Json& record) {
+    return record.value("FsUsageMonitorConf", Json::object())
+        .value("FsThresholdConfList", Json::array());
+}
+
+} // namespace
+
+bool CJsonFormat::IsRecord(const string& text) {
+    const Json json = Json::parse(text, nullptr, false);
+    if (json.is_discarded() || !json.is_object() || HasNameTwice(text)) {
+        return false;
+    }
+    const auto& items = json.items();
+    return std::all_of(items.begin(), items.end(), [](const auto& item) {
+        const Part* part = Find(kParts, item.key());
+        return part != nullptr && IsPartOf(item.value(), *part);
+    });
+}
+
+bool CJsonFormat::IsPart(const string& name) {
+    return Find(kParts, name) != nullptr;
+}
+
+std::map<string, string> CJsonFormat::Values(const string& text) {
+    const Json json = Json::parse(text);
+    std::map<string, string> values;
+    for (const Part& part : kParts) {
+        AddValues(json.value(part.m_name, Json::object()), part.m_members, part.m_group, &values);
+    }
+    for (const Json& volume : Volumes(json)) {
+        AddValues(volume, kVolume, "fs:" + NameOf(volume), &values);
+    }
+    return values;
+}
+
+std::vector<string> CJsonFormat::Names(const string& text) {
+    std::vector<string> names;
+    for (const Json& volume : Volumes(Json::parse(text))) {
+        names.push_back(NameOf(volume));
+    }
+    return names;
 }

@@ -24,6 +24,18 @@ Type TypeOfMember(const string& group, const string& member) {
     return member == "threshold" && group != "fs" ? Type::kSigned : Type::kNone;
 }
 
+// What stands behind "fs:" or "fs[", where the text in the middle ends a name.
+Type TypeOfVolumeKey(const string& rest, const string& middle) {
+    for (const auto& [member, type] :
+         {std::pair("enable", Type::kSwitch), std::pair("threshold", Type::kSigned)}) {
+        const string end = middle + member;
+        if (EndsWith(rest, end) && rest.size() > end.size()) {
+            return type;
+        }
+    }
+    return Type::kNone;
+}
+
 string Switch(const string& value) {
     string lower;
     for (const char c : value) {
@@ -62,14 +74,10 @@ CSettingFormat::CSettingFormat(const string& text)
       m_sValue(m_type == Type::kNone ? "" : Value(text.substr(text.rfind('=') + 1), m_type)) {}
 
 CSettingFormat::Type CSettingFormat::TypeOf(const string& key) {
-    if (key.rfind("fs[", 0) == 0) {
-        for (const auto& [end, type] :
-             {std::pair("].enable", Type::kSwitch), std::pair("].threshold", Type::kSigned)}) {
-            if (EndsWith(key, end) && key.size() > 3 + string(end).size()) {
-                return type;
-            }
+    for (const auto& [begin, middle] : {std::pair("fs[", "]."), std::pair("fs:", ".")}) {
+        if (key.rfind(begin, 0) == 0) {
+            return TypeOfVolumeKey(key.substr(string(begin).size()), middle);
         }
-        return Type::kNone;
     }
     const string::size_type dot = std::min(key.find('.'), key.size());
     const string group = key.substr(0, dot);

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -36,11 +37,18 @@ void ExpectGolden(const std::string& name, CProgram::Result result) {
     CGolden::Expect("restore-" + name, result);
 }
 
+// What a copy says of the user who runs the tests.
+std::string Origin() {
+    const passwd* user = getpwuid(getuid());
+    return std::string("user=") + (user == nullptr ? std::to_string(getuid()) : user->pw_name) +
+           "\n";
+}
+
 class RestoreCommand : public testing::Test {
 protected:
     RestoreCommand() {
         Add(kOlder, "x", SampleHistory::kAgentConfig, SampleHistory::kAlertConfig);
-        Add(kNewer, "y", "newer agent\n", "newer alert\n");
+        Add(kNewer, "y", kNewerAgentConfig, kNewerAlertConfig);
     }
 
     ~RestoreCommand() override {
@@ -76,7 +84,7 @@ TEST_F(RestoreCommand, PutsBothFilesBack) {
 
 TEST_F(RestoreCommand, TakesTheNewestAndCanBeTakenBack) {
     EXPECT_EQ(Restore().m_iExitCode, 0);
-    ExpectFiles("newer agent\n", "newer alert\n");
+    ExpectFiles(kNewerAgentConfig, kNewerAlertConfig);
     EXPECT_EQ(Restore().m_iExitCode, 0); // the newest is now the state before
     ExpectFiles(CTestRoot::kAgentConfig, CTestRoot::kAlertConfig);
 }
@@ -87,7 +95,8 @@ TEST_F(RestoreCommand, KeepsThePresentStateFirst) {
     const std::string kept = Names().back();
     EXPECT_EQ(ReadFile(Path(kept + "/agent.cfg")), CTestRoot::kAgentConfig);
     EXPECT_EQ(ReadFile(Path(kept + "/alert.cfg")), CTestRoot::kAlertConfig);
-    EXPECT_EQ(ReadFile(Path(kept + "/reason")), std::string("before restore of ") + kOlder + "\n");
+    EXPECT_EQ(ReadFile(Path(kept + "/reason")),
+              std::string("before restore of ") + kOlder + "\n" + Origin());
 }
 
 TEST_F(RestoreCommand, GivesTheFilesTheirModeAndOwner) {
@@ -136,8 +145,9 @@ TEST_F(RestoreCommand, BringsBackAMissingFile) {
     fs::remove(KzmPaths::kAgentConfig);
     EXPECT_EQ(Restore({kOlder}).m_iExitCode, 0);
     ExpectOlder();
-    EXPECT_EQ(ReadFile(Path(Names().back() + "/reason")),
-              std::string("before restore of ") + kOlder + ", agent.cfg was missing\n");
+    EXPECT_EQ(ReadFile(Path(Names().back() + "/reason")), std::string("before restore of ") +
+                                                              kOlder + ", agent.cfg was missing\n" +
+                                                              Origin() + "missing=agent.cfg\n");
 }
 
 TEST_F(RestoreCommand, WaitsForTheLock) {
@@ -165,6 +175,7 @@ TEST_F(RestoreCommand, HoldsTheLockFromBeforeTheStopUntilAfterTheStart) {
 }
 
 TEST_F(RestoreCommand, ReplacesNothingWhenTheStopFails) {
+    m_bInterrupted = true;
     m_root.SetVendorAnswers(0, 5, 0);
     ExpectGolden("error-stop", Restore({kOlder}));
     ExpectNothingDone({"CheckInstall", "ServiceStop"});
@@ -257,7 +268,7 @@ TEST_F(RestoreCommand, SendsAnotherUserToRoot) {
     if (result.m_iExitCode == 1 || result.m_iExitCode >= 126) {
         GTEST_SKIP() << "another user cannot be, or cannot run the program: " << result.m_sError;
     }
-    EXPECT_EQ(result.m_iExitCode, 4);
+    EXPECT_EQ(result.m_iExitCode, 8);
     EXPECT_NE(result.m_sError.find("Permission denied). Run the command as root.\n"),
               std::string::npos)
         << result.m_sError;

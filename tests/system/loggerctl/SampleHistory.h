@@ -9,8 +9,15 @@ namespace SampleHistory {
 inline constexpr char kOlder[] = "20260102-030405-001";
 inline constexpr char kNewer[] = "20260203-040506-007";
 
-inline constexpr char kAgentConfig[] = "SyslogOutput=False\n";
-inline constexpr char kAlertConfig[] = "CPU=(False, 1, 2, 3)\n";
+// Good settings files, two of each.
+inline constexpr char kAgentConfig[] = "SyslogOutput=False\nInformationAlert=False\n"
+                                       "WarningAlert=False\nObstacleAlert=False\n";
+inline constexpr char kAlertConfig[] =
+    "CPU=(False, 1, 2, 3)\nMEMORY=(False, 1, 2, 3)\nFILESYSTEM=(False, 1, 2)\n";
+inline constexpr char kNewerAgentConfig[] = "SyslogOutput=True\nInformationAlert=True\n"
+                                            "WarningAlert=True\nObstacleAlert=True\n";
+inline constexpr char kNewerAlertConfig[] =
+    "CPU=(True, 4, 5, 6)\nMEMORY=(True, 4, 5, 6)\nFILESYSTEM=(True, 4, 5)\n";
 
 // The path of something in the history folder.
 std::string Path(const std::string& name);

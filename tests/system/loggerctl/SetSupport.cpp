@@ -37,6 +37,8 @@ std::map<std::string, std::string> Tree() {
         const std::string path = entry.path().string();
         const fs::path folder = fs::path(KzmPaths::kLockFile).parent_path();
         const bool changesAlways = entry.path() == folder || path == KzmPaths::kLockFile ||
+                                   path == KzmPaths::kCallerLock ||
+                                   entry.path() == fs::path(KzmPaths::kCallerLock).parent_path() ||
                                    entry.path().filename() == "vendor-calls" ||
                                    entry.path().filename() == "agent";
         if (!changesAlways) {

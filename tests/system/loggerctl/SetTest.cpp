@@ -19,6 +19,12 @@ const Words kChanged = {"CheckInstall", "CheckInstall", "ServiceStop", "ServiceS
 // What ChangedAgent and ChangedAlert hold.
 const Words kSampleChange = {"syslog.information=yes", "cpu.threshold=95"};
 
+// The settings without an entry for any file system.
+std::string WithoutVolumes() {
+    return Replace(Replace(CTestRoot::kAlertConfig, "FSNAME=\"/home\"   (90)\n", ""),
+                   "#KZM# \tFSNAME=\"/data\"   (75)\n", "");
+}
+
 std::string Json() {
     return CProgram({"get", "--json"}).Run().m_sOutput;
 }
@@ -52,17 +58,25 @@ TEST_F(Set, NamesTheEntriesThatAreNotKept) {
                           "FSNAME=\"/srv/backup\" (95)\n#KZM# \tFSNAME=\"/old\x1B\" (70)\n"
                           "# FSNAME=\"/retired\" (60)\n");
     ExpectGolden("lost_entries_dry_run", RunSet({"cpu.threshold=95", "--dry-run"}));
+    const auto before = Tree();
     ExpectGolden("lost_entries", RunSet({"cpu.threshold=95"}));
+    EXPECT_EQ(Tree(), before);
+    ExpectGolden("lost_entries_forced", RunSet({"cpu.threshold=95", "--force"}));
     ExpectFiles(CTestRoot::kAgentConfig, ChangedAlert() + "# FSNAME=\"/retired\" (60)\n");
     EXPECT_EQ("", RunSet({"cpu.threshold=90"}).m_sError); // they are gone now
 }
 
-TEST_F(Set, ShowsWhatSwitchingTheMonitorOffSwitchesOff) {
+TEST_F(Set, SwitchesTheMonitorOffOnlyWhenTheLossOfTheSwitchesIsForced) {
+    const auto before = Tree();
     ExpectGolden("monitor_off", RunSet({"fs.enable=off"}));
+    EXPECT_EQ(Tree(), before);
+    ExpectGolden("monitor_off_forced", RunSet({"fs.enable=off", "--force"}));
+    EXPECT_EQ("", RunSet({"fs.enable=on"}).m_sError); // there is nothing more to lose
 }
 
 TEST_F(Set, PrintsNamesSafely) {
     m_root.SetMountOutput("a on /\x1B[2J\xC3\xBC type ext4 (rw)\n");
+    m_root.SetAlertConfig(WithoutVolumes());
     const Words words = {"fs[/\x1B[2J\xC3\xBC].threshold=70"};
     ExpectGolden("odd_name", RunSet(words));
     ExpectGolden("odd_name_back", RunSet({"fs[/\\x1B[2J\\xC3\\xBC].threshold=80"}));
@@ -177,6 +191,7 @@ TEST_F(Set, TakesARecordFromStandardInput) {
 TEST_F(Set, TakesBackWhatGetPrinted) {
     m_root.SetMountOutput("a on /bad\xFF\x1B[2J\\name type ext4 (rw)\n"
                           "b on /B\xC3\xBCro type ext4 (rw)\n");
+    m_root.SetAlertConfig(WithoutVolumes());
     const CTempFile record(Json());
     const CProgram::Result result = RunSet({"--json", record.Path()});
     EXPECT_EQ(result.m_sOutput, "No changes.\n") << result.m_sError;

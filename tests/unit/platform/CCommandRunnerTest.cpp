@@ -19,10 +19,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -246,6 +248,75 @@ TEST(CommandRunnerTest, AHostThatIgnoresItsChildrenLosesTheAnswer) {
                               "host program must not ignore SIGCHLD or wait for processes that "
                               "are not its own"}}),
               trace.Lines(2));
+}
+
+// ---- Commands that are ended from outside ----
+
+// Ends the commands that run once the file has a text.
+std::thread EndCommandsLater(const std::string& path) {
+    return std::thread([path] {
+        for (int i = 0; i < 500 && ReadFile(path).empty(); ++i) {
+            usleep(10'000);
+        }
+        CVendor::EndCommands();
+    });
+}
+
+TEST(CommandRunnerTest, EndingCommandsEndsTheirGroupsAtOnce) {
+    const CTempFile file("");
+    const CTraceCapture trace("KzmProviderBase");
+    std::thread ender = EndCommandsLater(file.Path());
+    const Clock::time_point begin = Clock::now();
+    EXPECT_EQ(128 + SIGTERM,
+              RunShell("sleep 300 & echo $! $$ > " + file.Path() + "; wait; exit 3"));
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
+    ender.join();
+    EXPECT_EQ(TraceLines{}, trace.Lines(2));
+    std::istringstream processes(ReadFile(file.Path()));
+    std::string child;
+    std::string self;
+    ASSERT_TRUE(processes >> child >> self);
+    usleep(100'000);
+    EXPECT_FALSE(IsRunning(child));
+    EXPECT_FALSE(IsRunning(self));
+}
+
+TEST(CommandRunnerTest, EndingCommandsGivesThemTwoSeconds) {
+    const CTempFile file("");
+    std::thread ender = EndCommandsLater(file.Path());
+    EXPECT_EQ(9, RunShell("trap 'sleep 0.5; exit 9' TERM; echo x > " + file.Path() +
+                          "; sleep 300 & wait"));
+    ender.join();
+    const CTempFile other("");
+    ender = EndCommandsLater(other.Path());
+    const Clock::time_point begin = Clock::now();
+    EXPECT_EQ(128 + SIGKILL,
+              RunShell("trap '' TERM; echo x > " + other.Path() + "; while :; do sleep 1; done"));
+    EXPECT_GE(Clock::now() - begin, std::chrono::seconds(2));
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
+    ender.join();
+}
+
+TEST(CommandRunnerTest, EndingCommandsEndsAllThatRunAndNoneThatFollows) {
+    const CTempFile files[] = {CTempFile(""), CTempFile("")};
+    std::atomic<int> answers[2] = {{-1}, {-1}};
+    std::thread runners[2];
+    for (int i = 0; i < 2; ++i) {
+        runners[i] = std::thread([&files, &answers, i] {
+            answers[i] = RunShell("echo x > " + files[i].Path() + "; exec sleep 300");
+        });
+    }
+    for (const CTempFile& file : files) {
+        for (int i = 0; i < 500 && ReadFile(file.Path()).empty(); ++i) {
+            usleep(10'000);
+        }
+    }
+    CVendor::EndCommands();
+    for (int i = 0; i < 2; ++i) {
+        runners[i].join();
+        EXPECT_EQ(128 + SIGTERM, answers[i]);
+    }
+    EXPECT_EQ(3, RunShell("sleep 0.3; exit 3"));
 }
 
 // ---- Kernels that cannot wait by descriptor ----

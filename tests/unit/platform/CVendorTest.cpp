@@ -1,5 +1,7 @@
 #include "providerbase/CVendor.h"
 
+#include "tests/support/CTempFile.h"
+#include "tests/support/CTestRoot.h"
 #include "tests/support/CTraceCapture.h"
 
 #include <gtest/gtest.h>
@@ -40,6 +42,37 @@ TEST(CVendorTest, ACommandThatIsNotDescribedIsNotRun) {
                         "command \"ServiceStop\"; add the line \"ServiceStop=<command line>\""},
                     {1, "CVendor::ExecuteCommand() [] Logger ServiceStop=127"}}),
         trace.Lines());
+}
+
+TEST(CVendorTest, FindsProblemsWithoutRunningAnything) {
+    const CTempFile file("not a program\n");
+    CDeviceDescription description;
+    description.m_commands["Good"] = {"/bin/sh", "-c", "rm " + file.Path()};
+    description.m_commands["OnThePath"] = {"true"};
+    description.m_commands["Missing"] = {"/no/such\x1B", "x"};
+    description.m_commands["NotOnThePath"] = {"no-such-program"};
+    description.m_commands["NoProgram"] = {file.Path()};
+    description.m_commands["Folder"] = {"/bin"};
+    const CVendor vendor("Logger", "Kind", description);
+    const CTraceCapture trace("KzmProviderBase");
+    EXPECT_EQ("", vendor.FindProblem("Good"));
+    EXPECT_EQ("", vendor.FindProblem("OnThePath"));
+    EXPECT_EQ("The command Missing cannot be run: \"/no/such\x1B\" is no program that can be "
+              "started",
+              vendor.FindProblem("Missing"));
+    EXPECT_EQ("The command NotOnThePath cannot be run: \"no-such-program\" is not on the fixed "
+              "PATH; give its full path",
+              vendor.FindProblem("NotOnThePath"));
+    EXPECT_EQ("The command NoProgram cannot be run: \"" + file.Path() +
+                  "\" is no program that can be started",
+              vendor.FindProblem("NoProgram"));
+    EXPECT_EQ("The command Folder cannot be run: \"/bin\" is no program that can be started",
+              vendor.FindProblem("Folder"));
+    EXPECT_EQ("The description of device \"Logger\" has no command \"good\"; add the line "
+              "\"good=<command line>\"",
+              vendor.FindProblem("good"));
+    EXPECT_EQ("not a program\n", ReadFile(file.Path()));
+    EXPECT_EQ(TraceLines{}, trace.Lines());
 }
 
 TEST(CVendorTest, TheReservedOperationsDoNothing) {

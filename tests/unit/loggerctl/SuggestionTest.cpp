@@ -1,0 +1,44 @@
+#include "loggerctl/record/Suggestion.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Row {
+    const char* m_word;
+    const char* m_nearest;
+};
+
+class NearestTest : public testing::TestWithParam<Row> {};
+
+TEST_P(NearestTest, FindsTheNearestOrNothing) {
+    const std::vector<std::string> candidates = {"cpu.count", "cpu.enable", "memory.enable", "/"};
+    EXPECT_EQ(record::Nearest(GetParam().m_word, candidates), GetParam().m_nearest)
+        << GetParam().m_word;
+}
+
+INSTANTIATE_TEST_SUITE_P(Words, NearestTest,
+                         testing::Values(Row{"cpu.enable", "cpu.enable"},
+                                         Row{"cpu.enabel", "cpu.enable"},
+                                         Row{"cpu.cout", "cpu.count"},
+                                         Row{"memory.enabled", "memory.enable"},
+                                         Row{"mem.enable", "memory.enable"}, Row{"x", "/"},
+                                         Row{"zebra", ""}, Row{"threshold", ""}));
+
+TEST(Suggestion, OfEqualsIsTheOneThatBeginsMostAlikeAndThenTheFirst) {
+    EXPECT_EQ(record::Nearest("fs.count", {"cs.count", "fs.counts"}), "fs.counts");
+    EXPECT_EQ(record::Nearest("abc", {"abd", "abe"}), "abd");
+}
+
+TEST(Suggestion, IsNotMadeForWordsThatAreTooLong) {
+    const std::string longest(256, 'a');
+    EXPECT_EQ(record::Nearest(longest, {longest + "b"}), longest + "b");
+    EXPECT_EQ(record::Nearest(longest + "a", {longest + "b"}), "");
+}
+
+TEST(Suggestion, QuestionIsEmptyWithoutACandidate) {
+    EXPECT_EQ(record::Question("fs.count", {}), "");
+    EXPECT_EQ(record::Question("a\nb", {"a\nc"}), " Did you mean 'a\\x0Ac'?");
+}
+
+} // namespace

@@ -1,0 +1,60 @@
+#include "loggerctl/output/CTerminal.h"
+
+#include "tests/system/loggerctl/CLocale.h"
+#include "tests/unit/output/CStreamCapture.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+using namespace output;
+
+namespace {
+
+using Kind = CStreamCapture::Kind;
+
+// The variable's value in the test; nullptr: it is not set.
+struct Row {
+    const char* m_term;
+    const char* m_noColour;
+    bool m_sequences;
+    bool m_colour;
+};
+
+void Set(const char* name, const char* value) {
+    ASSERT_EQ(value == nullptr ? unsetenv(name) : setenv(name, value, 1), 0);
+}
+
+TEST(CTerminal, LooksAtTheEnvironment) {
+    for (const Row& row : {Row{"xterm", nullptr, true, true}, Row{"xterm", "", true, true},
+                           Row{"xterm", "1", true, false}, Row{"dumb", nullptr, false, false},
+                           Row{"", nullptr, false, false}, Row{nullptr, nullptr, false, false}}) {
+        Set("TERM", row.m_term);
+        Set("NO_COLOR", row.m_noColour);
+        const CStreamCapture capture(STDERR_FILENO, Kind::Terminal);
+        const CTerminal terminal = CTerminal::Of(STDERR_FILENO);
+        EXPECT_TRUE(terminal.m_terminal);
+        EXPECT_EQ(terminal.m_sequences, row.m_sequences);
+        EXPECT_EQ(terminal.m_colour, row.m_colour);
+    }
+}
+
+TEST(CTerminal, IsNoFile) {
+    Set("TERM", "xterm");
+    Set("NO_COLOR", nullptr);
+    const CStreamCapture capture(STDERR_FILENO, Kind::File);
+    const CTerminal terminal = CTerminal::Of(STDERR_FILENO);
+    EXPECT_FALSE(terminal.m_terminal);
+    EXPECT_FALSE(terminal.m_colour);
+    EXPECT_EQ(terminal.m_columns, 80U);
+}
+
+TEST(CTerminal, KnowsTheLocale) {
+    const CLocale utf8(kUtf8Locale);
+    EXPECT_TRUE(CTerminal::Of(STDERR_FILENO).m_utf8);
+    const CLocale plain(kPlainLocale);
+    EXPECT_FALSE(CTerminal::Of(STDERR_FILENO).m_utf8);
+}
+
+} // namespace
