@@ -11,6 +11,7 @@
 #include "providerbase/IWbemClassObject.h"
 #include "providerbase/IWbemObjectSink.h"
 #include "providerbase/IWbemServices.h"
+#include "settings/LockFile.h"
 #include "settings/LoggerDefinitions.h"
 #include "settings/LoggerTrace.h"
 
@@ -244,4 +245,25 @@ std::uint32_t CVELTARO_ToolServiceLogger::BeginMethod(const char* methodName) {
         return MethodResult::kFailure;
     }
     return MethodResult::kSuccess;
+}
+
+bool CVELTARO_ToolServiceLogger::GetMutex() {
+    m_iLockFd = LockFile::Take();
+    return m_iLockFd != -1;
+}
+
+bool CVELTARO_ToolServiceLogger::DelMutex() {
+    if (m_iLockFd != -1) {
+        LockFile::Give(m_iLockFd);
+        m_iLockFd = -1;
+    }
+    return true;
+}
+
+// Makes the provider object. The host owns it and destroys it through its virtual destructor.
+// Throws what the allocation or the base class throws.
+extern "C" __attribute__((visibility("default"))) void* create();
+
+void* create() {
+    return new CVELTARO_ToolServiceLogger;
 }

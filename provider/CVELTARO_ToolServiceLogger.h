@@ -48,8 +48,6 @@ private:
     // True when the vendor object's command answered 0; another answer is traced.
     bool ControlService(const char* command);
 
-    // NormaliseRequest.cpp
-
     // When the file-system monitor is off as a whole, no file system is monitored on its own.
     static void CheckFsMonitoringEnable(CLoggerConf* conf);
     // A file system that arrives without a threshold (0) gets the default.
@@ -61,20 +59,18 @@ private:
     // for; otherwise the reason is traced and the files stay as they are then.
     static bool EditConfigFile(CLoggerConf* conf);
 
-    // ProviderLock.cpp
-
-    // Takes the provider lock. False, with nothing held, when the lock file cannot be opened or
-    // made, or when another holder did not give the lock up within 30 tries, one second apart.
-    bool GetMutex();
-    // Gives the lock back; harmless without one. Always true.
-    bool DelMutex();
-
     // CVELTARO_ToolServiceLogger.cpp
 
     // What both methods begin with: a vendor object, an installed agent, the lock. Returns
     // MethodResult::kSuccess with the lock held, or the method's result with nothing held; the
     // reason is traced under the method's name.
     std::uint32_t BeginMethod(const char* methodName);
+
+    // Takes the provider lock. False, with nothing held, when the lock file cannot be opened or
+    // made, or when another holder did not give the lock up within 30 tries, one second apart.
+    bool GetMutex();
+    // Gives the lock back; harmless without one. Always true.
+    bool DelMutex();
 
     void ObtainVendor();
     void ReleaseVendors();

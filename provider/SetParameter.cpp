@@ -3,6 +3,7 @@
 #include "provider/MethodResult.h"
 #include "providerbase/CVendor.h"
 #include "settings/CLoggerConf.h"
+#include "settings/CRequestRules.h"
 #include "settings/LoggerTrace.h"
 
 #include <memory>
@@ -65,4 +66,12 @@ bool CVELTARO_ToolServiceLogger::ControlService(const char* command) {
                               "CVELTARO_ToolServiceLogger::SetParameter() %s failure %d", command,
                               answer);
     return false;
+}
+
+void CVELTARO_ToolServiceLogger::CheckFsMonitoringEnable(CLoggerConf* conf) {
+    CRequestRules::DisableVolumesOfDisabledMonitor(conf);
+}
+
+void CVELTARO_ToolServiceLogger::CheckMountPointThreshold(CLoggerConf* conf) {
+    CRequestRules::GiveDefaultThresholds(conf);
 }

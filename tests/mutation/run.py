@@ -46,7 +46,7 @@ ROUND_TRIP = Stage("settings_tests", "unit/settings", f"{SOME_SEEDS}:{HUGE_FILES
 LONG_WAIT = Stage("provider_system_test", "system/provider", SLOW_LOCK)
 ALL_STAGES = [RECORDS, PROVIDER, LIBRARY, ROUND_TRIP, LONG_WAIT]
 
-UNCHANGED = mutations.Mutation("provider/create.cpp", "nothing is changed", "void* create() {",
+UNCHANGED = mutations.Mutation("provider/CVELTARO_ToolServiceLogger.cpp", "nothing is changed", "void* create() {",
                                "void* create() {")
 
 
