@@ -51,7 +51,7 @@ Expected<std::vector<record::CAssignment>> ReadAssignments(const CSetOptions& op
 
 // What the history keeps as the reason for the change.
 std::string ReasonFor(const CSetOptions& options) {
-    std::string reason = "set";
+    std::string reason = options.m_force ? "set --force" : "set";
     for (const std::string& assignment : options.m_assignments) {
         reason += " " + assignment;
     }

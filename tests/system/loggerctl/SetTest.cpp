@@ -103,6 +103,12 @@ TEST_F(Set, DoesNothingWhenNothingWouldChange) {
     EXPECT_EQ(Tree(), before);
 }
 
+TEST_F(Set, KeepsThatItWasForced) {
+    RunSet({"cpu.threshold=900", "--force"});
+    EXPECT_NE(CProgram({"history"}).Run().m_sOutput.find("set --force cpu.threshold=900"),
+              std::string::npos);
+}
+
 TEST_F(Set, WritesAgainWhenForced) {
     m_root.SetAlertConfig(Replace(CTestRoot::kAlertConfig, "(True, 60, 5, 90)", "(True,60,5,90)"));
     ExpectGolden("forced", RunSet({"cpu.threshold=90", "--force"}));
