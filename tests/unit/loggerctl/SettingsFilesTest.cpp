@@ -30,8 +30,10 @@ const std::string kAlert = KzmPaths::kAlertConfig;
 
 constexpr uid_t kOrdinaryUser = 65534;
 
+constexpr int kOutOfReach = 77; // of the child process
+
 // As an ordinary user in a process of its own, what a function finds out. Nothing when this test
-// does not run as root.
+// does not run as root, or that user may not enter a folder above the test root.
 std::optional<agent::CReason> AsOrdinaryUser(agent::CReason (*function)(const std::string&),
                                              const std::string& path) {
     if (geteuid() != 0) {
@@ -42,6 +44,9 @@ std::optional<agent::CReason> AsOrdinaryUser(agent::CReason (*function)(const st
     CChildProcess child([&] {
         if (seteuid(kOrdinaryUser) != 0) {
             return -1;
+        }
+        if (faccessat(AT_FDCWD, CTestRoot::Path("/").c_str(), X_OK, AT_EACCESS) != 0) {
+            return kOutOfReach;
         }
         const agent::CReason reason = function(path);
         const auto size = static_cast<ssize_t>(reason.m_text.size());
@@ -55,6 +60,9 @@ std::optional<agent::CReason> AsOrdinaryUser(agent::CReason (*function)(const st
     char text[1000];
     const ssize_t size = read(ends[0], text, sizeof text);
     close(ends[0]);
+    if (static_cast<int>(reason.m_code) == kOutOfReach) {
+        return std::nullopt;
+    }
     reason.m_text.assign(text, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     return reason;
 }
