@@ -113,9 +113,9 @@ TEST(InterruptOnce, FinishesHoweverOftenItIsHungUp) {
 
 TEST(InterruptOnce, FinishesWhenATimeOutEndsItAndItsGroup) {
     const CTestRoot root;
-    RunAt("ServiceStop", "sleep 1.5");
+    RunAt("ServiceStop", "sleep 3");
     CProgram program({"set", "cpu.threshold=95"});
-    program.SetWrapper({"/usr/bin/timeout", "1"});
+    program.SetWrapper({"/usr/bin/timeout", "2"});
     EXPECT_EQ(program.Run().m_iExitCode, 124);
     EXPECT_EQ(root.VendorCalls().back(), "ServiceStart");
 }
