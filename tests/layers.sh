@@ -36,7 +36,7 @@ check provider "provider/|settings/|$platform|KzmPaths\.h\"" ''
 check host "host/|$platform" "$expat"
 check history "history/|KzmPaths\.h\"" "$expected"
 below="history/|settings/|$platform|KzmPaths\.h\"|loggerctl/output/"
-check loggerctl/output 'loggerctl/output/' "$output"
+check loggerctl/output 'loggerctl/output/|history/CDescriptor\.h"' "$output"
 check loggerctl/agent "loggerctl/agent/|host/CProviderHost\.h\"|provider/MethodResult\.h\"|$below" "$expected"
 check loggerctl/record "loggerctl/record/|loggerctl/agent/|$below" "$json$expected"
 check loggerctl/commands "loggerctl/|$below" "$json${expected}CLI/CLI\.hpp>|"

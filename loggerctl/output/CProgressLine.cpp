@@ -1,5 +1,6 @@
 #include "loggerctl/output/CProgressLine.h"
 
+#include "history/CDescriptor.h"
 #include "loggerctl/output/SafeText.h"
 
 #include <poll.h>
@@ -41,7 +42,7 @@ void Draw(const std::string& line) {
     const std::unique_lock<std::mutex> lock(screen.m_mutex, std::try_to_lock);
     const bool isNeeded = lock && (!line.empty() || !screen.m_line.empty());
     if (isNeeded && TakesText(STDERR_FILENO)) {
-        WriteAll(STDERR_FILENO, kEraseLine + line);
+        history::CDescriptor::WriteAll(STDERR_FILENO, kEraseLine + line);
         screen.m_line = line;
     }
 }
@@ -84,7 +85,7 @@ CProgressLine::~CProgressLine() {
 void CProgressLine::WriteAbove(const std::string& text) {
     const std::lock_guard<std::mutex> lock(screen.m_mutex);
     const std::string& line = screen.m_line;
-    WriteAll(STDERR_FILENO, line.empty() ? text : kEraseLine + text + line);
+    history::CDescriptor::WriteAll(STDERR_FILENO, line.empty() ? text : kEraseLine + text + line);
 }
 
 void CProgressLine::Start() {

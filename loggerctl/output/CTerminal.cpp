@@ -5,7 +5,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 
 namespace output {
@@ -32,17 +31,6 @@ CTerminal CTerminal::Of(int descriptor) {
         terminal.m_columns = size.ws_col;
     }
     return terminal;
-}
-
-int WriteAll(int descriptor, const std::string& text) {
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
-        if (count < 0 && errno != EINTR) {
-            return errno;
-        }
-        done += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return 0;
 }
 
 } // namespace output

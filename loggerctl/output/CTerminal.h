@@ -19,8 +19,4 @@ struct CTerminal {
     static CTerminal Of(int descriptor);
 };
 
-// Writes the whole text to any descriptor, however often that takes. Returns 0 or an error number;
-// a part of the text may be written then.
-int WriteAll(int descriptor, const std::string& text);
-
 } // namespace output

@@ -1,5 +1,6 @@
 #include "loggerctl/output/Console.h"
 
+#include "history/CDescriptor.h"
 #include "loggerctl/output/CProgressLine.h"
 #include "loggerctl/output/SafeText.h"
 #include "loggerctl/output/UnifiedDiff.h"
@@ -189,7 +190,7 @@ void SecureStandardStreams() {
 }
 
 bool WriteOut(const std::string& text) {
-    int error = WriteAll(STDOUT_FILENO, text);
+    int error = history::CDescriptor::WriteAll(STDOUT_FILENO, text);
     if (error == 0) {
         error = CloseCopy(STDOUT_FILENO);
     }
