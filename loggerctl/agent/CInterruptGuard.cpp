@@ -52,6 +52,9 @@ CInterruptGuard::CInterruptGuard(std::function<void()> end) : m_end(std::move(en
     struct sigaction ignore {};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &ignore, &m_pipeAction);
+    if (m_signalDescriptor < 0 || m_endedDescriptor < 0) {
+        return; // like without a thread, below
+    }
     try {
         m_thread = std::thread(&CInterruptGuard::Watch, this);
     } catch (const std::system_error&) {
