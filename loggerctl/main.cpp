@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int kKeptMemory = 512 * 1024 * 1024;
+constexpr int kKeptMemory = 32 * 1024 * 1024; // the most that malloc takes for both
 
 } // namespace
 

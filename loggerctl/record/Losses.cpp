@@ -93,6 +93,14 @@ CEntryLine ReadEntry(const std::string& line) {
     return entry;
 }
 
+std::unordered_set<std::string> VolumeNames(const CLoggerConf& conf) {
+    std::unordered_set<std::string> names;
+    for (const CLoggerFsThresholdConf& row : conf.m_FsUsageMonitorConf.m_FsThresholdConfList) {
+        names.insert(row.m_sVolumeName);
+    }
+    return names;
+}
+
 // What stands before and behind an entry on its line.
 Texts TextBesides(const std::string& line, const CEntryLine& entry) {
     std::string before = line.substr(0, entry.m_keyPos);
@@ -197,10 +205,7 @@ Texts FindLostSwitches(const CLoggerConf& request) {
 }
 
 Texts FindLostEntries(const std::string& alertText, const CLoggerConf& wanted) {
-    std::unordered_set<std::string> kept;
-    for (const CLoggerFsThresholdConf& row : wanted.m_FsUsageMonitorConf.m_FsThresholdConfList) {
-        kept.insert(row.m_sVolumeName);
-    }
+    std::unordered_set<std::string> kept = VolumeNames(wanted);
     Texts sentences;
     ForEachLine(alertText, [&](const Line& line) {
         const CEntryLine entry = ReadEntry(line.second);
@@ -229,10 +234,7 @@ Texts FindLostNumbers(const std::string& alertText, const CLoggerConf& wanted) {
 }
 
 Texts FindLostText(const std::string& alertText, const CLoggerConf& wanted) {
-    std::unordered_set<std::string> kept;
-    for (const CLoggerFsThresholdConf& row : wanted.m_FsUsageMonitorConf.m_FsThresholdConfList) {
-        kept.insert(row.m_sVolumeName);
-    }
+    const std::unordered_set<std::string> kept = VolumeNames(wanted);
     Texts sentences;
     ForEachLine(alertText, [&](const Line& line) {
         const CEntryLine entry = ReadEntry(line.second);
