@@ -106,10 +106,20 @@ private:
     int m_error = 0;
 };
 
-// Returns 0, EWOULDBLOCK when somebody else held the lock all the time, or another error number.
+// Returns 0, kHeld when somebody else held the lock all the time, or an error number.
+constexpr int kHeld = -1;
+
+int LockAtOnce(int file) {
+    if (flock(file, LOCK_EX | LOCK_NB) == 0) {
+        return 0;
+    }
+    return errno == EWOULDBLOCK ? kHeld : errno;
+}
+
+// The same. Without an alarm it would wait for ever.
 int Lock(int file, milliseconds limit) {
     if (limit <= milliseconds::zero()) {
-        return flock(file, LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
+        return LockAtOnce(file);
     }
     const auto begin = steady_clock::now();
     const CAlarm alarm(limit);
@@ -117,7 +127,7 @@ int Lock(int file, milliseconds limit) {
     while (error == 0 && flock(file, LOCK_EX) != 0) {
         error = errno == EINTR ? 0 : errno;
         if (error == 0 && duration_cast<milliseconds>(steady_clock::now() - begin) >= limit) {
-            error = EWOULDBLOCK;
+            error = kHeld;
         }
     }
     return error;
@@ -160,9 +170,9 @@ tl::expected<CCallerLock, CCallerLock::CRefusal> CCallerLock::Take(milliseconds 
         return tl::make_unexpected(CRefusal{false, file.error()});
     }
     const int number = Lock(file->Get(), limit);
-    if (number == EWOULDBLOCK) {
+    if (number == kHeld) {
         const std::string text = ": is held by another change of the settings.";
-        return tl::make_unexpected(CRefusal{true, {KzmPaths::kCallerLock + text, number}});
+        return tl::make_unexpected(CRefusal{true, {KzmPaths::kCallerLock + text, EWOULDBLOCK}});
     }
     if (number != 0) {
         return tl::make_unexpected(

@@ -1,161 +1,22 @@
 #include "history/History.h"
 
+#include "history/EntryReading.h"
+#include "history/EntryText.h"
 #include "history/HistoryFolder.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <sstream>
 #include <utility>
 
 namespace history {
 
 namespace {
 
-using Names = std::vector<std::string>;
-
 constexpr char kRestoreFile[] = ".restoring";
 constexpr char kNewRestoreFile[] = ".new-restoring";
-
-// The lines behind the reason are "key=value".
-constexpr std::array<std::pair<const char*, std::string COrigin::*>, 3> kOriginKeys{
-    {{"user", &COrigin::m_user}, {"sudo", &COrigin::m_sudoUser}, {"from", &COrigin::m_from}}};
-constexpr char kMissingKey[] = "missing";
-
-std::string PathOf(const std::string& name) {
-    return std::string(KzmPaths::kHistoryFolder) + "/" + name;
-}
-
-bool Contains(const Names& names, const std::string& name) {
-    return std::find(names.begin(), names.end(), name) != names.end();
-}
-
-// ---- Reading ----
-
-// At least one; none when the file cannot be read.
-Names ReadLines(int folder, const std::string& name) {
-    CFileImage image;
-    if (ReadImage(folder, name, Links::Refuse, &image) != 0) {
-        return {};
-    }
-    std::istringstream text(image.m_text + '\n');
-    Names lines;
-    for (std::string line; std::getline(text, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-std::string MissingText(const std::string& name) {
-    return ", " + name + " was missing";
-}
-
-// In an older format a missing file is an empty one, and only the end of the reason names it.
-bool SaysMissing(std::string reason, const std::string& wanted) {
-    for (std::size_t i = CSettingsCopy::kPaths.size(); i > 0; --i) {
-        const std::string name = CSettingsCopy::Name(i - 1);
-        const std::string text = MissingText(name);
-        const std::size_t rest = reason.size() - std::min(text.size(), reason.size());
-        if (reason.substr(rest) == text) {
-            if (name == wanted) {
-                return true;
-            }
-            reason.resize(rest);
-        }
-    }
-    return false;
-}
-
-void ReadKey(const std::string& line, CEntry* entry) {
-    const std::string key = line.substr(0, line.find('='));
-    const std::string value = line.substr(std::min(key.size() + 1, line.size()));
-    for (const auto& [name, member] : kOriginKeys) {
-        if (key == name) {
-            entry->m_origin.*member = value;
-        }
-    }
-    if (key == kMissingKey) {
-        entry->m_missing.push_back(value);
-    }
-}
-
-// False when a file is neither there nor said to be missing. m_missing is in the order of kPaths.
-bool FindFiles(int place, CEntry* entry) {
-    const Names said = std::exchange(entry->m_missing, {});
-    for (std::size_t i = 0; i < CSettingsCopy::kPaths.size(); ++i) {
-        const std::string name = CSettingsCopy::Name(i);
-        bool missing = Contains(said, name);
-        struct stat status {};
-        if (!missing) {
-            if (fstatat(place, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
-                !S_ISREG(status.st_mode)) {
-                return false;
-            }
-            missing = status.st_size == 0 && SaysMissing(entry->m_reason, name);
-        }
-        if (missing) {
-            entry->m_missing.push_back(name);
-        }
-    }
-    return true;
-}
-
-// Nothing when there is no such entry, or not the whole of it.
-std::optional<CEntry> ReadEntry(int folder, const std::string& id) {
-    if (!IsId(id)) {
-        return std::nullopt;
-    }
-    const CDescriptor place = OpenEntry(folder, id);
-    const Names lines = ReadLines(place.Get(), kReasonFile);
-    if (lines.empty()) {
-        return std::nullopt;
-    }
-    CEntry entry;
-    entry.m_id = id;
-    entry.m_time = TimeOf(id);
-    entry.m_reason = lines.front();
-    for (auto line = lines.begin() + 1; line != lines.end(); ++line) {
-        ReadKey(*line, &entry);
-    }
-    return FindFiles(place.Get(), &entry) ? std::optional(entry) : std::nullopt;
-}
-
-// In ascending order.
-std::vector<CEntry> ReadEntries(int folder) {
-    std::vector<CEntry> entries;
-    for (const std::string& name : NamesIn(folder)) {
-        if (std::optional<CEntry> entry = ReadEntry(folder, name)) {
-            entries.push_back(std::move(*entry));
-        }
-    }
-    return entries;
-}
-
-Expected<CSettingsCopy> LoadFrom(int folder, const std::string& id) {
-    const std::optional<CEntry> entry = ReadEntry(folder, id);
-    if (!entry) {
-        return tl::make_unexpected(Refused(PathOf(id), "read", ENOENT));
-    }
-    const CDescriptor place = OpenEntry(folder, id);
-    CSettingsCopy copy;
-    for (std::size_t i = 0; i < copy.m_files.size(); ++i) {
-        const std::string name = CSettingsCopy::Name(i);
-        copy.m_files[i].m_missing = Contains(entry->m_missing, name);
-        if (copy.m_files[i].m_missing) {
-            continue;
-        }
-        const int number = ReadImage(place.Get(), name, Links::Refuse, &copy.m_files[i]);
-        if (number != 0) {
-            return tl::make_unexpected(
-                Refused(PathOf(id).append("/").append(name), "read", number));
-        }
-    }
-    return copy;
-}
 
 // ---- Writing ----
 
@@ -167,29 +28,6 @@ CFileImage OwnFile(std::string text) {
     image.m_mode = 0600;
     image.m_modified.tv_nsec = UTIME_NOW;
     return image;
-}
-
-std::string Line(std::string text) {
-    constexpr char kDelete = 0x7F;
-    const auto isControl = [](char c) {
-        return static_cast<unsigned char>(c) < ' ' || c == kDelete;
-    };
-    std::replace_if(text.begin(), text.end(), isControl, ' ');
-    return text + '\n';
-}
-
-std::string ReasonText(const CSettingsCopy& copy, const std::string& reason,
-                       const COrigin& origin) {
-    std::string text = Line(reason);
-    for (const auto& [name, member] : kOriginKeys) {
-        if (!(origin.*member).empty()) {
-            text.append(name).append("=").append(Line(origin.*member));
-        }
-    }
-    for (const std::string& name : copy.MissingNames()) {
-        text.append(kMissingKey).append("=").append(Line(name));
-    }
-    return text;
 }
 
 // Returns 0 or an error number, like those below.
@@ -208,11 +46,16 @@ Expected<std::string> Keep(int folder, const CSettingsCopy& copy, const std::str
                            const COrigin& origin) {
     RemoveRemains(folder);
     std::string newest;
-    for (const std::string& name : NamesIn(folder)) {
+    Names names;
+    const int listing = ListNames(folder, &names);
+    if (listing != 0) {
+        return tl::make_unexpected(Refused(KzmPaths::kHistoryFolder, "read", listing));
+    }
+    for (const std::string& name : names) {
         newest = IsId(name) ? name : newest;
     }
     std::string id = NextId(std::time(nullptr), newest);
-    const std::string text = ReasonText(copy, reason, origin);
+    const std::string text = EntryText(reason, origin, copy.MissingNames());
     const int number =
         AddEntry(folder, id, [&](int entry) { return FillEntry(entry, copy, text); });
     if (number != 0) {
@@ -221,30 +64,45 @@ Expected<std::string> Keep(int folder, const CSettingsCopy& copy, const std::str
     return id;
 }
 
+// Where they cannot be read, the next one that keeps a copy does it.
 void RemoveOldest(int folder, const std::string& spared) {
-    const std::vector<CEntry> entries = ReadEntries(folder);
-    for (std::size_t i = 0; i + kKept < entries.size(); ++i) {
-        if (entries[i].m_id != spared) {
-            RemoveEntry(folder, entries[i].m_id);
+    const Expected<std::vector<CEntry>> entries = ReadEntries(folder);
+    for (std::size_t i = 0; entries && i + kKept < entries->size(); ++i) {
+        if (entries->at(i).m_id != spared) {
+            RemoveEntry(folder, entries->at(i).m_id);
         }
     }
 }
 
 // ---- The restore that has begun ----
 
-std::optional<CPendingRestore> ReadPending(int folder) {
-    Names lines = ReadLines(folder, kRestoreFile);
-    lines.resize(2);
-    if (!ReadEntry(folder, lines[0])) {
+Expected<std::optional<CPendingRestore>> ReadPending(int folder) {
+    if (folder < 0) {
         return std::nullopt;
     }
-    return CPendingRestore{lines[0], ReadEntry(folder, lines[1]) ? lines[1] : "", false};
+    std::optional<std::string> text;
+    const int error = ReadText(folder, kRestoreFile, &text);
+    if (error != 0) {
+        return tl::make_unexpected(NotRead(kRestoreFile, error));
+    }
+    CPendingRestore pending = ReadPendingText(text.value_or(""));
+    const auto restored = ReadEntry(folder, pending.m_id);
+    const auto kept = ReadEntry(folder, pending.m_keptId);
+    if (!restored || !kept) {
+        return tl::make_unexpected(restored ? kept.error() : restored.error());
+    }
+    if (!*restored) {
+        return std::nullopt;
+    }
+    if (!*kept) {
+        pending.m_keptId.clear();
+    }
+    return pending;
 }
 
 // In one step: what was remembered before stays until then.
 int Remember(int folder, const CPendingRestore& pending) {
-    const std::string text = Line(pending.m_id) + Line(pending.m_keptId);
-    const int error = WriteImage(folder, kNewRestoreFile, OwnFile(text));
+    const int error = WriteImage(folder, kNewRestoreFile, OwnFile(PendingText(pending)));
     if (error != 0) {
         return error;
     }
@@ -252,11 +110,14 @@ int Remember(int folder, const CPendingRestore& pending) {
                                                                         : errno;
 }
 
-void Forget(int folder) {
+Expected<void> Forget(int folder) {
     unlinkat(folder, kNewRestoreFile, 0);
-    if (unlinkat(folder, kRestoreFile, 0) == 0) {
-        SyncFolder(folder);
+    const bool isGone = unlinkat(folder, kRestoreFile, 0) == 0;
+    const int error = isGone ? SyncFolder(folder) : errno;
+    if (error != 0 && (isGone || error != ENOENT)) {
+        return tl::make_unexpected(Refused(PathOf(kRestoreFile), "removed", error));
     }
+    return {};
 }
 
 // Whether an earlier try of the restore explains every file.
@@ -271,7 +132,8 @@ bool IsMix(const CSettingsCopy& now, const CSettingsCopy& before, const CSetting
 }
 
 Expected<CPendingRestore> KeepAndRemember(int folder, const std::string& id,
-                                          const CSettingsCopy& now, const COrigin& origin) {
+                                          const CSettingsCopy& now, const COrigin& origin,
+                                          const std::optional<CPendingRestore>& earlier) {
     std::string reason = "before restore of " + id;
     for (const std::string& name : now.MissingNames()) {
         reason += MissingText(name);
@@ -281,7 +143,6 @@ Expected<CPendingRestore> KeepAndRemember(int folder, const std::string& id,
         return tl::make_unexpected(kept.error());
     }
     CPendingRestore pending{id, *kept, true};
-    const std::optional<CPendingRestore> earlier = ReadPending(folder);
     const int number = Remember(folder, pending);
     if (number != 0) {
         if (earlier) {
@@ -305,19 +166,27 @@ Expected<std::string> Save(const CSettingsCopy& now, const std::string& reason,
         return tl::make_unexpected(folder.error());
     }
     Expected<std::string> id = Keep(folder->Get(), now, reason, origin);
-    if (id) {
-        RemoveOldest(folder->Get(), "");
-        Forget(folder->Get());
+    if (!id) {
+        return id;
     }
+    const Expected<void> forgotten = Forget(folder->Get());
+    if (!forgotten) {
+        RemoveEntry(folder->Get(), *id);
+        return tl::make_unexpected(forgotten.error());
+    }
+    RemoveOldest(folder->Get(), "");
     return id;
 }
 
 Expected<std::vector<CEntry>> List() {
-    return OpenHistory(Absent::Allow).map([](const CDescriptor& folder) {
-        std::vector<CEntry> entries = ReadEntries(folder.Get());
-        std::reverse(entries.begin(), entries.end());
-        return entries;
-    });
+    Expected<std::vector<CEntry>> entries =
+        OpenHistory(Absent::Allow).and_then([](const CDescriptor& folder) {
+            return ReadEntries(folder.Get());
+        });
+    if (entries) {
+        std::reverse(entries->begin(), entries->end());
+    }
+    return entries;
 }
 
 Expected<CSettingsCopy> Load(const std::string& id) {
@@ -336,14 +205,21 @@ Expected<CPendingRestore> BeginRestore(const std::string& id, const CSettingsCop
     if (!restored) {
         return tl::make_unexpected(restored.error());
     }
-    const std::optional<CPendingRestore> earlier = ReadPending(folder->Get());
+    const Expected<std::optional<CPendingRestore>> pending = ReadPending(folder->Get());
+    if (!pending) {
+        return tl::make_unexpected(pending.error());
+    }
+    const std::optional<CPendingRestore>& earlier = *pending;
     if (earlier && earlier->m_id == id) {
         const Expected<CSettingsCopy> before = LoadFrom(folder->Get(), earlier->m_keptId);
+        if (!before && before.error().m_number != ENOENT) {
+            return tl::make_unexpected(before.error());
+        }
         if (before && IsMix(now, *before, *restored)) {
             return *earlier;
         }
     }
-    return KeepAndRemember(folder->Get(), id, now, origin);
+    return KeepAndRemember(folder->Get(), id, now, origin, earlier);
 }
 
 void DiscardKept(const CPendingRestore& pending) {
@@ -353,16 +229,16 @@ void DiscardKept(const CPendingRestore& pending) {
     }
 }
 
-void EndRestore() {
-    const Expected<CDescriptor> folder = OpenHistory(Absent::Allow);
-    if (folder) {
-        Forget(folder->Get());
-    }
+Expected<void> EndRestore() {
+    return OpenHistory(Absent::Allow).and_then([](const CDescriptor& folder) {
+        return folder.IsOpen() ? Forget(folder.Get()) : Expected<void>();
+    });
 }
 
-std::optional<CPendingRestore> PendingRestore() {
-    const Expected<CDescriptor> folder = OpenHistory(Absent::Allow);
-    return folder ? ReadPending(folder->Get()) : std::nullopt;
+Expected<std::optional<CPendingRestore>> PendingRestore() {
+    return OpenHistory(Absent::Allow).and_then([](const CDescriptor& folder) {
+        return ReadPending(folder.Get());
+    });
 }
 
 } // namespace history

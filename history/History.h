@@ -46,11 +46,12 @@ bool IsId(const std::string& text);
 // Keeps this copy with owner, group, mode and time. Makes the history folder when it is missing.
 // Gives back the new entry's ID; then only the newest kKept entries, and no remains of interrupted
 // saves, are left, and a restore that did not come to its end is forgotten. After a problem nothing
-// is kept and nothing is forgotten.
+// is kept, and a restore that did not come to its end is not forgotten.
 Expected<std::string> Save(const CSettingsCopy& now, const std::string& reason,
                            const COrigin& origin);
 
-// The complete entries, newest first; none when there is no history folder.
+// The complete entries, newest first; none when there is no history folder. A problem comes back
+// when one cannot be read: without it, another would count as the newest.
 Expected<std::vector<CEntry>> List();
 
 // The files of an entry; one that was missing has m_missing set and no text. A problem comes back
@@ -72,7 +73,8 @@ struct CPendingRestore {
 //
 // Whenever the process dies, either nothing is remembered or what is remembered is complete, and
 // the state before is kept when this function returns. A problem comes back when there is no such
-// entry, the copy cannot be made, or the IDs cannot be written; then nothing new is kept.
+// entry, what is remembered cannot be read, the copy cannot be made, or the IDs cannot be written;
+// then nothing new is kept.
 Expected<CPendingRestore> BeginRestore(const std::string& id, const CSettingsCopy& now,
                                        const COrigin& origin);
 
@@ -81,10 +83,10 @@ Expected<CPendingRestore> BeginRestore(const std::string& id, const CSettingsCop
 // kept copy. One that was taken up keeps its copy. When this cannot be written, all stays.
 void DiscardKept(const CPendingRestore& pending);
 
-// Forgets the restore.
-void EndRestore();
+// Forgets the restore. After a problem it may be remembered still, and be taken up again.
+Expected<void> EndRestore();
 
 // The restore that has not come to its end; none when there is none, or its entry is gone.
-std::optional<CPendingRestore> PendingRestore();
+Expected<std::optional<CPendingRestore>> PendingRestore();
 
 } // namespace history

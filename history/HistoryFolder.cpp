@@ -127,25 +127,40 @@ Expected<CDescriptor> OpenSafeFolder(const std::string& path, Absent absent, mod
 
 Expected<CDescriptor> OpenHistory(Absent absent) {
     Expected<CDescriptor> folder = OpenSafeFolder(KzmPaths::kHistoryFolder, absent, kFolderMode);
-    while (folder && flock(folder->Get(), LOCK_EX) != 0 && errno == EINTR) {
+    if (!folder || !folder->IsOpen()) {
+        return folder;
+    }
+    int error = 0;
+    do {
+        error = flock(folder->Get(), LOCK_EX) == 0 ? 0 : errno;
+    } while (error == EINTR);
+    if (error != 0) {
+        return tl::make_unexpected(Refused(KzmPaths::kHistoryFolder, "locked", error));
     }
     return folder;
 }
 
-std::vector<std::string> NamesIn(int folder) {
-    std::vector<std::string> names;
+int ListNames(int folder, std::vector<std::string>* names) {
+    names->clear();
+    if (folder < 0) {
+        return 0;
+    }
     // A descriptor of its own: closing the stream closes it, too.
     const int copy = openat(folder, ".", kFolderFlags);
     DIR* const stream = copy >= 0 ? fdopendir(copy) : nullptr;
     if (stream == nullptr) {
-        return names;
+        const int error = errno;
+        CDescriptor(copy).Close();
+        return error;
     }
+    errno = 0; // at the end it stays so
     while (const dirent* entry = readdir(stream)) {
-        names.emplace_back(entry->d_name);
+        names->emplace_back(entry->d_name);
     }
+    const int error = errno;
     closedir(stream);
-    std::sort(names.begin(), names.end());
-    return names;
+    std::sort(names->begin(), names->end());
+    return error;
 }
 
 CDescriptor OpenEntry(int folder, const std::string& name) {
@@ -181,7 +196,9 @@ void RemoveEntry(int folder, const std::string& id) {
 }
 
 void RemoveRemains(int folder) {
-    for (const std::string& name : NamesIn(folder)) {
+    std::vector<std::string> names;
+    ListNames(folder, &names);
+    for (const std::string& name : names) {
         for (const std::string prefix : {kBeingMade, kBeingRemoved}) {
             if (name.rfind(prefix, 0) == 0 && IsId(name.substr(prefix.size()))) {
                 RemoveFolder(folder, name);

@@ -26,13 +26,14 @@ enum class Absent { Make, Allow };
 // by others.
 Expected<CDescriptor> OpenSafeFolder(const std::string& path, Absent absent, mode_t mode);
 
-// The history folder, locked against other users of the history as long as it is open.
+// The history folder, locked against other users of the history as long as it is open. A problem
+// comes back also when it cannot be locked.
 Expected<CDescriptor> OpenHistory(Absent absent);
 
-// In ascending order.
-std::vector<std::string> NamesIn(int folder);
+// Lists what is in the folder, in ascending order.
+int ListNames(int folder, std::vector<std::string>* names);
 
-// Not open when there is no folder of this name, or a link to one.
+// Not open, with errno set, when there is no folder of this name, or a link to one.
 CDescriptor OpenEntry(int folder, const std::string& name);
 
 // Makes an entry that is there as a whole or not at all; `fill` is given its descriptor, and makes

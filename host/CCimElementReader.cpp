@@ -96,5 +96,15 @@ bool CCimElementReader::AreSameNames(std::string_view left, std::string_view rig
 }
 
 std::string CCimElementReader::Quote(std::string_view text) {
-    return "\"" + std::string(text) + "\"";
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string quoted = "\"";
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte >= 0x20 && byte < 0x7F) {
+            quoted += character;
+        } else {
+            quoted += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        }
+    }
+    return quoted + "\"";
 }

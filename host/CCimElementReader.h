@@ -43,6 +43,8 @@ protected:
 
     // As CIM compares names: letter case apart.
     static bool AreSameNames(std::string_view left, std::string_view right);
+    // The text between quotes, safe to print on one line: other bytes than printable ASCII
+    // as "\x0A".
     static std::string Quote(std::string_view text);
 
     std::string m_sClassName; // of the class that is being read; errors name it

@@ -4,6 +4,8 @@
 #include "host/CClassRepository.h"
 #include "host/CCollectingSink.h"
 #include "host/CProviderLibrary.h"
+
+#include "comlib/ThreadCancellation.h"
 #include "providerbase/IWbemContext.h"
 
 #include <exception>
@@ -77,6 +79,8 @@ CCallOutcome CProviderHost::Call(const std::string& className, const std::string
     try {
         m_parts->m_library->GetProvider()->ExecMethodAsync(classText.data(), methodText.data(), 0,
                                                            &context, inParams, &sink);
+    } catch (const ForcedUnwind&) {
+        throw;
     } catch (const std::exception& exception) {
         thrown = std::string(" (") + exception.what() + ")";
     } catch (...) {

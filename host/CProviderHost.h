@@ -30,13 +30,14 @@ public:
     static std::unique_ptr<CProviderHost>
     Open(const std::string& libraryPath, const std::string& definitionsPath, std::string* error);
 
-    // Destroys the provider object and unloads its library.
+    // Destroys the provider object and unloads its library. Cannot be cancelled.
     ~CProviderHost();
     CProviderHost(const CProviderHost&) = delete;
     CProviderHost& operator=(const CProviderHost&) = delete;
 
     // Calls a method and waits for its end. inParams may be null and stays the caller's. A status
-    // that reports failure is an outcome, not an error.
+    // that reports failure is an outcome, not an error. Throws std::bad_alloc alone. The calling
+    // thread can be cancelled where the provider says so.
     CCallOutcome Call(const std::string& className, const std::string& methodName,
                       IWbemClassObject* inParams);
 

@@ -1,5 +1,7 @@
 #include "host/CProviderLibrary.h"
 
+#include "comlib/ThreadCancellation.h"
+
 #include <dlfcn.h>
 
 #include <exception>
@@ -58,6 +60,8 @@ CProviderLibrary::Provider CProviderLibrary::Create(void* handle, const std::str
             // Providers derive by single inheritance: the object begins with its base.
             return Provider(static_cast<CVELTARO_ServerService*>(provider));
         }
+    } catch (const ForcedUnwind&) {
+        throw;
     } catch (const std::exception& exception) {
         reason = std::string("threw an exception: ") + exception.what();
     } catch (...) {
@@ -71,7 +75,11 @@ CProviderLibrary::CProviderLibrary(Handle handle, Provider provider)
     : m_handle(std::move(handle)),
       m_provider(std::move(provider)) {}
 
-CProviderLibrary::~CProviderLibrary() = default;
+CProviderLibrary::~CProviderLibrary() {
+    const CCancellationGuard guard;
+    m_provider.reset();
+    m_handle.reset();
+}
 
 void CProviderLibrary::CUnloader::operator()(void* handle) const {
     dlclose(handle);

@@ -1,5 +1,7 @@
 #include "host/CTextFile.h"
 
+#include "comlib/ThreadCancellation.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,6 +22,7 @@ std::nullopt_t FailForErrno(std::string* reason) {
 
 std::optional<std::string> CTextFile::Read(const std::string& path, std::size_t maximumSize,
                                            std::string* reason) {
+    const CCancellationGuard guard;
     // O_NONBLOCK: a pipe in the file's place must be refused, not waited for.
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0) {

@@ -25,7 +25,7 @@ public:
     void AddText(const XML_Char* text, int length);
     void CheckEncoding(const XML_Char* encoding);
 
-    // Ends the parsing; the first reason counts.
+    // Ends the parsing. Nothing is to be called after it.
     void Refuse(std::string reason);
 
     [[nodiscard]] bool HasRefused() const { return m_bRefused; }
@@ -95,9 +95,6 @@ void CTreeBuilder::CheckEncoding(const XML_Char* encoding) {
 }
 
 void CTreeBuilder::Refuse(std::string reason) {
-    if (m_bRefused) {
-        return;
-    }
     m_bRefused = true;
     m_refusal = PositionOf(m_parser);
     m_refusal.m_sReason = std::move(reason);
@@ -180,8 +177,11 @@ std::string ReasonAtOnce(std::string_view text, const CXmlLimits& limits) {
     if (text.size() > maximum) {
         return "the text is longer than " + std::to_string(maximum) + " bytes";
     }
+    // The parser finds out by the same two bytes, and no text in UTF-8 begins with a zero among
+    // them.
     const std::string_view firstTwo = text.substr(0, 2);
-    if (firstTwo == "\xFE\xFF" || firstTwo == "\xFF\xFE") {
+    if (firstTwo == "\xFE\xFF" || firstTwo == "\xFF\xFE" ||
+        firstTwo.find('\0') != std::string_view::npos) {
         return "the text is UTF-16, but only UTF-8 is read";
     }
     return {};

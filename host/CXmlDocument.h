@@ -44,7 +44,8 @@ struct CXmlError {
 // A whole XML text as a tree of elements. Comments and processing instructions are dropped.
 //
 // The text may come from anywhere: a document type declaration (and with it every entity that is
-// not built in), a declared encoding other than UTF-8, and a text beyond the limits are refused.
+// not built in), an encoding other than UTF-8, declared or not, and a text beyond the limits are
+// refused.
 class CXmlDocument {
 public:
     // On failure nothing comes back and *error says why. Throws nothing.

@@ -5,7 +5,6 @@
 #include <malloc.h>
 
 #include <clocale>
-#include <csignal>
 #include <exception>
 
 namespace {
@@ -19,8 +18,6 @@ int main(int argumentCount, char** arguments) {
     mallopt(M_TRIM_THRESHOLD, kKeptMemory);
     mallopt(M_MMAP_THRESHOLD, kKeptMemory);
     output::SecureStandardStreams();
-    // Where it is ignored, which a parent hands down, no command's exit status can be had.
-    std::signal(SIGCHLD, SIG_DFL);
     std::setlocale(LC_CTYPE, "");
     try {
         return static_cast<int>(commands::Run(argumentCount, arguments));

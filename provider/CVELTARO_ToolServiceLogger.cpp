@@ -5,12 +5,14 @@
 #include "comlib/KzmException.h"
 #include "comlib/ShowMessage.h"
 #include "comlib/SysString.h"
+#include "provider/ForcedUnwind.h"
 #include "provider/MethodResult.h"
 #include "providerbase/CVendor.h"
 #include "providerbase/CVendorFactory.h"
 #include "providerbase/IWbemClassObject.h"
 #include "providerbase/IWbemObjectSink.h"
 #include "providerbase/IWbemServices.h"
+#include "settings/CCancellationBlock.h"
 #include "settings/LockFile.h"
 #include "settings/LoggerDefinitions.h"
 #include "settings/LoggerTrace.h"
@@ -44,6 +46,18 @@ void TraceCaughtException(const string& module, const char* operation) {
     }
 }
 
+// The last lines of an operation that lets no exception out. They are dropped when tracing itself
+// fails, for want of memory, say.
+void TraceCaughtAtEnd(CVELTARO_ToolService& provider, const char* operation) {
+    const CCancellationBlock block; // a thread that ends in a catch block takes the process with it
+    try {
+        TraceCaughtException(provider.GetProviderName(), operation);
+        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", operation);
+    } catch (...) {
+        // There is nobody left to tell.
+    }
+}
+
 // What one method call holds of the platform. It is given back in the order of Release, at the
 // latest when this object goes.
 class CMethodObjects {
@@ -51,7 +65,10 @@ public:
     CMethodObjects() = default;
     CMethodObjects(const CMethodObjects&) = delete;
     CMethodObjects& operator=(const CMethodObjects&) = delete;
-    ~CMethodObjects() { Release(); }
+    ~CMethodObjects() {
+        const CCancellationBlock block;
+        Release();
+    }
 
     void FetchClass(IWbemServices* services, IWbemContext* context) {
         m_pClassName = SysAllocString(kClassName);
@@ -97,6 +114,7 @@ void Deliver(IWbemClassObject* outParams, std::uint32_t methodResult, IWbemObjec
 
 // Answers the exception being handled.
 void DeliverException(IWbemClassObject* outParams, IWbemObjectSink* sink) {
+    const CCancellationBlock block; // a thread that ends in a catch block takes the process with it
     try {
         TraceCaughtException(kModule, "CVELTARO_ToolServiceLogger::ExecMethodAsync()");
         Deliver(outParams, MethodResult::kException, sink);
@@ -125,9 +143,11 @@ CVELTARO_ToolServiceLogger::CVELTARO_ToolServiceLogger()
         writeDLLFileVersionLog(kLibraryFile);
         ObtainVendor();
         CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
+    } catch (const ForcedUnwind&) {
+        ReleaseVendors(); // an object that was not made is not destroyed
+        throw;
     } catch (...) {
-        TraceCaughtException(GetProviderName(), kOperation);
-        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
+        TraceCaughtAtEnd(*this, kOperation);
     }
 }
 
@@ -148,14 +168,14 @@ void CVELTARO_ToolServiceLogger::ObtainVendor() {
 
 CVELTARO_ToolServiceLogger::~CVELTARO_ToolServiceLogger() {
     constexpr char kOperation[] = "CVELTARO_ToolServiceLogger::~CVELTARO_ToolServiceLogger()";
+    const CCancellationBlock block;
     CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [START]", kOperation);
     KzmException::set_transrator();
     try {
         ReleaseVendors();
         CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
     } catch (...) {
-        TraceCaughtException(GetProviderName(), kOperation);
-        CTraceUtility::WriteDebug(kModule, LoggerTrace::kFlow, "%s [END]", kOperation);
+        TraceCaughtAtEnd(*this, kOperation);
     }
 }
 
@@ -202,6 +222,9 @@ HRESULT CVELTARO_ToolServiceLogger::ExecMethodAsync(char* className, char* metho
                                                                context, inParams, sink);
             }
         }
+    } catch (const ForcedUnwind&) {
+        DelMutex(); // the process goes on, and with it every other caller
+        throw;
     } catch (...) {
         DeliverException(objects.m_pOutParams, sink);
         status = CallStatus::kFailed;

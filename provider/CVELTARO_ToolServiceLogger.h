@@ -18,10 +18,12 @@ class CVELTARO_ToolServiceLogger : public CVELTARO_ToolService {
 public:
     // Registers the provider with its base class and asks for the vendor object of the agent.
     // Faults and exceptions are traced and do not leave it. Without a vendor object both methods
-    // answer MethodResult::kFailure for the object's whole life.
+    // answer MethodResult::kFailure for the object's whole life. A cancelled thread makes none, and
+    // leaves nothing behind.
     CVELTARO_ToolServiceLogger();
 
-    // Hands the vendor object back. Faults and exceptions are traced and do not leave it.
+    // Hands the vendor object back. Faults and exceptions are traced and do not leave it. It cannot
+    // be cancelled, and what it calls must not end the thread.
     ~CVELTARO_ToolServiceLogger() override;
 
     // Serves "GetParameter" and "SetParameter" and forwards every other method to the base class.
@@ -33,6 +35,11 @@ public:
     //   any other                  the base class's answer to a forwarded method
     // An exception that the sink throws when it is given the status is the host's own and passes
     // through. All arguments stay the caller's.
+    //
+    // The calling thread can be cancelled (pthread_cancel, type deferred) while it waits for the
+    // lock or for a command, and in what the host itself does; not while files are read or written.
+    // It then ends without a status for the sink, nothing is held, and the service is in the state
+    // that the commands so far have left it in.
     HRESULT ExecMethodAsync(char* className, char* methodName, long flags, IWbemContext* context,
                             IWbemClassObject* inParams, IWbemObjectSink* sink) override;
 
@@ -45,6 +52,8 @@ private:
     // With the lock held: stops the agent's service, writes the settings, starts the service. After
     // a failure the service stays stopped.
     std::uint32_t ChangeSettings(IWbemClassObject* inParams);
+    // Between stop and start: takes the request, normalises it, and writes it.
+    static std::uint32_t WriteSettings(IWbemClassObject* inParams);
     // True when the vendor object's command answered 0; another answer is traced.
     bool ControlService(const char* command);
 

@@ -2,6 +2,7 @@
 
 #include "KzmPaths.h"
 #include "provider/MethodResult.h"
+#include "settings/CCancellationBlock.h"
 #include "settings/CLoggerConf.h"
 #include "settings/LoggerTrace.h"
 
@@ -38,6 +39,7 @@ std::uint32_t CVELTARO_ToolServiceLogger::GetParameter(IWbemClassObject* /*inPar
     std::uint32_t result = BeginMethod("GetParameter");
     if (result == MethodResult::kSuccess) {
         // An exception leaves the lock held: it is given back on the normal way alone.
+        const CCancellationBlock block;
         const auto conf =
             std::make_unique<CLoggerConf>(KzmPaths::kAgentConfig, KzmPaths::kAlertConfig);
         result = AnswerSettings(*conf, outParams);

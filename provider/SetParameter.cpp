@@ -1,7 +1,9 @@
 #include "provider/CVELTARO_ToolServiceLogger.h"
 
+#include "provider/ForcedUnwind.h"
 #include "provider/MethodResult.h"
 #include "providerbase/CVendor.h"
+#include "settings/CCancellationBlock.h"
 #include "settings/CLoggerConf.h"
 #include "settings/CRequestRules.h"
 #include "settings/LoggerTrace.h"
@@ -29,9 +31,20 @@ std::uint32_t CVELTARO_ToolServiceLogger::ChangeSettings(IWbemClassObject* inPar
     if (!ControlService("ServiceStop")) {
         return MethodResult::kFailure;
     }
+    const std::uint32_t result = WriteSettings(inParams);
+    if (result != MethodResult::kSuccess) {
+        return result;
+    }
+    return ControlService("ServiceStart") ? MethodResult::kSuccess : MethodResult::kFailure;
+}
+
+std::uint32_t CVELTARO_ToolServiceLogger::WriteSettings(IWbemClassObject* inParams) {
+    const CCancellationBlock block;
     std::unique_ptr<CLoggerConf> conf;
     try {
         conf = std::make_unique<CLoggerConf>(inParams);
+    } catch (const ForcedUnwind&) {
+        throw;
     } catch (...) {
         CTraceUtility::WriteDebug(kModule, LoggerTrace::kException,
                                   "CVELTARO_ToolServiceLogger::SetParameter() unknown exception");
@@ -53,8 +66,7 @@ std::uint32_t CVELTARO_ToolServiceLogger::ChangeSettings(IWbemClassObject* inPar
             "CVELTARO_ToolServiceLogger::SetParameter() EditConfigFile failure");
         return MethodResult::kFailure;
     }
-    conf.reset();
-    return ControlService("ServiceStart") ? MethodResult::kSuccess : MethodResult::kFailure;
+    return MethodResult::kSuccess;
 }
 
 bool CVELTARO_ToolServiceLogger::ControlService(const char* command) {

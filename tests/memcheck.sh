@@ -32,9 +32,11 @@ check unit/provider/provider_tests '*'
 check unit/settings/settings_tests '*-FromSeed/RoundTrip.*/?*0'
 
 # Left out: faults, which are invalid accesses on purpose; commands that cannot be started, because
-# valgrind starts them by a copy of the process that has no way to say so; and a test of the order of
-# threads, which takes minutes here.
+# valgrind starts them by a copy of the process that has no way to say so; a test that is traced, which
+# valgrind cannot be; and tests of very many objects and of the order of threads, which take minutes here.
 check unit/platform/platform_tests "*-*KzmException*\
+:DescriptionFault.*\
+:VeryDeepObjects.*\
 :Rows/AnswerTest.IsAsDocumented/MissingProgram\
 :Rows/AnswerTest.IsAsDocumented/Folder\
 :Rows/AnswerTest.IsAsDocumented/NoExecutable\

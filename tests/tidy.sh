@@ -1,5 +1,6 @@
 #!/bin/sh
-# Runs clang-tidy over the product's sources, as they are compiled in the given build folder.
+# Runs clang-tidy over the product's sources, as they are compiled in the given build folder: one
+# whose sources include nothing that GCC has compiled for them, as the product's.
 set -eu
 cd "$(dirname "$0")/.."
 build=$1

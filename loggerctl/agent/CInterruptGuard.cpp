@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <system_error>
@@ -63,8 +64,9 @@ CInterruptGuard::CInterruptGuard(std::function<void()> end) : m_end(std::move(en
 }
 
 CInterruptGuard::~CInterruptGuard() {
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t count = write(m_endedDescriptor, &one, sizeof one);
+    // The thread waits for it without end.
+    while (eventfd_write(m_endedDescriptor, 1) != 0 && errno == EINTR) {
+    }
     if (m_thread.joinable()) {
         m_thread.join();
     }

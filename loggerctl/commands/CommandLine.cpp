@@ -369,7 +369,9 @@ Result RunGuarded(const CLI::App& app, const COptions& options, CConsole* consol
         return RunCommand(app, options, console);
     } catch (const std::exception& exception) {
         return Fail(ExitCode::Failure,
-                    "The command was given up: " + output::Escape(exception.what()) + ".");
+                    "The command was given up: " + output::Escape(exception.what()) + ".",
+                    {"\"loggerctl diff\" and \"loggerctl service status\" tell whether it had "
+                     "changed anything."});
     }
 }
 

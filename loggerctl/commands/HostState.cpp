@@ -86,10 +86,17 @@ void AddRecovery(const std::string& id, State service, Stage stage, CHostState* 
     }
 }
 
-// A file that is gone counts as empty.
-std::string DifferenceToNow(const history::CSettingsCopy& from) {
+// What the files say, against `from`. A file that is gone counts as empty; files that cannot be
+// read count as changed.
+void AddFiles(const history::CSettingsCopy& from, const char* same, const char* different,
+              CHostState* state) {
     const auto now = history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
-    return now ? agent::Difference(from, *now) : now.error().m_text + "\n";
+    state->m_difference = now ? agent::Difference(from, *now) : now.error().m_text + "\n";
+    if (!now) {
+        state->m_filesText = "It is not known what the settings files hold:";
+    } else {
+        state->m_filesText = state->m_difference.empty() ? same : different;
+    }
 }
 
 } // namespace
@@ -105,9 +112,8 @@ CHostState FindHostState(const history::CSettingsCopy& before, Stage stage, cons
                          Asking asking) {
     CHostState state;
     state.m_stage = NameOf(stage);
-    state.m_difference = DifferenceToNow(before);
-    state.m_filesText = state.m_difference.empty() ? "The settings files are as they were."
-                                                   : "The settings files have changed:";
+    AddFiles(before, "The settings files are as they were.",
+             "The settings files have changed:", &state);
     const bool asks = stage != Stage::NotBegun && asking == Asking::Allowed;
     const State service = asks ? CService().FindState() : std::nullopt;
     AddService(service, stage, &state);
@@ -118,8 +124,8 @@ CHostState FindHostState(const history::CSettingsCopy& before, Stage stage, cons
 CHostState FindHostStateAgainst(const history::CSettingsCopy& wanted, const std::string& id) {
     CHostState state;
     state.m_stage = "differs";
-    state.m_difference = DifferenceToNow(wanted);
-    state.m_filesText = "The settings files, against what was to be written:";
+    AddFiles(wanted, "The settings files are what was to be written.",
+             "The settings files, against what was to be written:", &state);
     // Where it cannot be asked: its command has just answered that it started.
     const auto service = CService().FindState().value_or(CService::State::Running);
     AddService(service, Stage::Unknown, &state);

@@ -6,6 +6,7 @@
 #include "loggerctl/commands/Commands.h"
 #include "loggerctl/commands/HistoryChoice.h"
 #include "loggerctl/commands/HostState.h"
+#include "loggerctl/output/SafeText.h"
 #include "loggerctl/output/UnifiedDiff.h"
 #include "loggerctl/record/Rehearsal.h"
 
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <exception>
 #include <list>
 #include <utility>
 
@@ -54,6 +56,8 @@ private:
     Result Finish(agent::CService* service);
     CFailure Undone(CFailure failure) const;
     CFailure Failed(CFailure failure, Stage stage) const;
+    CFailure GivenUp(const std::exception& exception) const;
+    Result RunSteps(agent::CService* service, bool pending);
     [[noreturn]] void End() const;
     [[nodiscard]] CAnswer Answer(const std::string& text, bool done) const;
     [[nodiscard]] bool IsSame() const { return m_copy.DifferentNames(m_now).empty(); }
@@ -86,7 +90,16 @@ Result CRestore::ShowDifference() {
                   false);
 }
 
+// What nobody foresaw, such as a want of memory, fails the command with its state, too.
 Result CRestore::Run(agent::CService* service, bool pending) {
+    try {
+        return RunSteps(service, pending);
+    } catch (const std::exception& exception) {
+        return tl::unexpected(GivenUp(exception));
+    }
+}
+
+Result CRestore::RunSteps(agent::CService* service, bool pending) {
     const Expected<void> read = ReadFiles();
     if (!read) {
         return tl::unexpected(read.error());
@@ -152,6 +165,15 @@ Expected<void> CRestore::HeedRefusal() {
         m_console->Note("Warning: the settings in " + m_id + " cannot be read.");
         return {};
     }
+    if (record::IsFaultOfHost(lines)) {
+        std::vector<std::string> reasons{"It cannot be found out whether the files in " + m_id +
+                                         " are valid."};
+        for (const std::string& text : agent::Explain(lines).m_texts) {
+            reasons.push_back(text);
+        }
+        reasons.emplace_back("Try again, or add --force to restore them all the same.");
+        return Fail(ExitCode::Failure, kNothing, reasons);
+    }
     return Fail(ExitCode::Usage, kNothing,
                 {"The files in " + m_id +
                      " are not valid: with them the settings could neither be read nor changed.",
@@ -194,7 +216,10 @@ Expected<void> CRestore::Prepare() {
 
 Expected<void> CRestore::CheckUnchanged() const {
     const auto now = history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
-    if (now && now->HasSameTexts(m_now)) {
+    if (!now) {
+        return tl::unexpected(agent::ToFailure(kNothing, now.error()));
+    }
+    if (now->HasSameTexts(m_now)) {
         return {};
     }
     return Fail(ExitCode::Failure, kNothing,
@@ -228,14 +253,26 @@ Result CRestore::Finish(agent::CService* service) {
         return tl::unexpected(Failed(started.error(), Stage::StartFailed));
     }
     const auto now = history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
-    if (!now || !now->HasSameTexts(m_copy)) {
+    if (!now) {
+        return tl::unexpected(
+            CFailure{ExitCode::Failure,
+                     "The files were restored, but cannot be read to see that they are right.",
+                     {now.error().m_text},
+                     FindHostStateAgainst(m_copy, m_id)});
+    }
+    if (!now->HasSameTexts(m_copy)) {
         return tl::unexpected(
             CFailure{ExitCode::Failure,
                      "The files were restored, but somebody else has changed them since.",
                      {},
                      FindHostStateAgainst(m_copy, m_id)});
     }
-    history::EndRestore();
+    const auto ended = history::EndRestore();
+    if (!ended) {
+        m_console->Note("Warning: this restore is done, but it may still be noted as one that is "
+                        "not. A restore without an ID would repeat it.",
+                        {ended.error().m_text});
+    }
     return Answer("Both files are as in " + m_id +
                       " again, and the service was restarted.\n"
                       "The state before is kept as " +
@@ -257,6 +294,20 @@ CFailure CRestore::Failed(CFailure failure, Stage stage) const {
         failure.m_state->m_stage = kGivenUp;
     }
     return failure;
+}
+
+CFailure CRestore::GivenUp(const std::exception& exception) const {
+    CFailure failure{ExitCode::Failure,
+                     kNothing,
+                     {"The command cannot go on: " + output::Escape(exception.what()) + "."},
+                     {}};
+    if (m_guard == nullptr) {
+        failure.m_reasons.emplace_back("Try again.");
+        return Undone(failure);
+    }
+    failure.m_headline = "The restore was given up.";
+    failure.m_reasons.push_back("Run \"loggerctl restore " + m_id + "\" again.");
+    return Failed(failure, Stage::Unknown);
 }
 
 // What was begun does not come to its end.
@@ -283,18 +334,34 @@ CAnswer CRestore::Answer(const std::string& text, bool done) const {
 
 } // namespace
 
+namespace {
+
+// The entry to restore, and whether any restore has not come to its end.
+struct CChoice {
+    std::string m_id;
+    bool m_pending = false;
+};
+
+Expected<CChoice> Choose(const CRestoreOptions& options, const history::CEntry& entry) {
+    const auto pending = history::PendingRestore();
+    if (!pending) {
+        return tl::unexpected(agent::ToFailure(kNothing, pending.error()));
+    }
+    const bool takesUp = *pending && !options.m_id;
+    return CChoice{takesUp ? (*pending)->m_id : entry.m_id, pending->has_value()};
+}
+
+} // namespace
+
 Result Restore(output::CConsole* console, const CRestoreOptions& options) {
     const Expected<history::CEntry> entry = FindEntry(options.m_id);
     if (!entry) {
         return tl::unexpected(entry.error());
     }
-    // The entry to restore, once nobody else is at it.
-    const auto chosen = [&] {
-        const auto pending = history::PendingRestore();
-        return pending && !options.m_id ? pending->m_id : entry->m_id;
-    };
     if (options.m_dryRun) {
-        return CRestore(console, options, chosen()).ShowDifference();
+        return Choose(options, *entry).and_then([&](const CChoice& choice) {
+            return CRestore(console, options, choice.m_id).ShowDifference();
+        });
     }
     agent::CService service;
     const Expected<void> check = service.Check(kNothing);
@@ -309,8 +376,9 @@ Result Restore(output::CConsole* console, const CRestoreOptions& options) {
     if (!lock.IsHeld()) {
         return tl::unexpected(agent::ToFailure(kNothing, agent::WhyNoSettingsLock()));
     }
-    return CRestore(console, options, chosen())
-        .Run(&service, history::PendingRestore().has_value());
+    return Choose(options, *entry).and_then([&](const CChoice& choice) {
+        return CRestore(console, options, choice.m_id).Run(&service, choice.m_pending);
+    });
 }
 
 } // namespace commands

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <exception>
 #include <memory>
 
 namespace commands {
@@ -66,7 +67,17 @@ public:
           m_files(files),
           m_options(options) {}
 
+    // What nobody foresaw, such as a want of memory, fails the command with its state, too.
     Result Run(std::vector<record::CAssignment> assignments) {
+        try {
+            return RunSteps(std::move(assignments));
+        } catch (const std::exception& exception) {
+            return tl::unexpected(GivenUp(exception));
+        }
+    }
+
+private:
+    Result RunSteps(std::vector<record::CAssignment> assignments) {
         const Expected<void> prepared =
             ReadPresent()
                 .and_then([&] { return MakeRequest(std::move(assignments)); })
@@ -85,7 +96,6 @@ public:
         return m_options.m_dryRun ? ShowDifference() : Change();
     }
 
-private:
     // ---- Before anything is touched ----
     Expected<void> ReadPresent();
     Expected<void> MakeRequest(std::vector<record::CAssignment> assignments);
@@ -101,6 +111,7 @@ private:
     Expected<void> BeforeStop();
     bool BeforeStart();
     CFailure Failed(const agent::CChangeFailure& failure) const;
+    CFailure GivenUp(const std::exception& exception) const;
     std::optional<CFailure> FindDeviation() const;
     [[noreturn]] void End() const;
     [[nodiscard]] CAnswer Answer(bool done) const;
@@ -312,10 +323,29 @@ CFailure CSet::Failed(const agent::CChangeFailure& failure) const {
     return failed;
 }
 
+CFailure CSet::GivenUp(const std::exception& exception) const {
+    const std::string reason =
+        "The command cannot go on: " + output::Escape(exception.what()) + ".";
+    if (m_historyId.empty()) {
+        return {ExitCode::Failure, kRefused, {reason, "Try again."}, {}};
+    }
+    return {ExitCode::Failure,
+            "The change was given up.",
+            {reason},
+            FindHostState(m_before, Stage::Unknown, m_historyId)};
+}
+
 // The provider compares settings; this compares every byte of the files.
 std::optional<CFailure> CSet::FindDeviation() const {
     const auto now = history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
-    if (now && now->HasSameTexts(m_rehearsal.m_files)) {
+    if (!now) {
+        return CFailure{ExitCode::Failure,
+                        "The settings were changed, but the files cannot be read to see that they "
+                        "are right.",
+                        {now.error().m_text},
+                        FindHostStateAgainst(m_rehearsal.m_files, m_historyId)};
+    }
+    if (now->HasSameTexts(m_rehearsal.m_files)) {
         return std::nullopt;
     }
     const bool verified = m_written && m_written->HasSameTexts(m_rehearsal.m_files);

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <system_error>
 #include <utility>
@@ -26,7 +27,8 @@ constexpr char kEraseLine[] = "\r\033[K";
 // What stands on the terminal's last line, for all threads of the process.
 struct CScreen {
     std::mutex m_mutex;
-    std::string m_line; // guarded by m_mutex
+    std::string m_line;                 // guarded by m_mutex
+    std::atomic<bool> m_isDrawn{false}; // by somebody, who erases it; otherwise it was left there
 };
 CScreen screen;
 
@@ -84,8 +86,12 @@ CProgressLine::~CProgressLine() {
 
 void CProgressLine::WriteAbove(const std::string& text) {
     const std::lock_guard<std::mutex> lock(screen.m_mutex);
-    const std::string& line = screen.m_line;
-    history::CDescriptor::WriteAll(STDERR_FILENO, line.empty() ? text : kEraseLine + text + line);
+    std::string& line = screen.m_line;
+    const std::string before = line.empty() ? "" : kEraseLine;
+    if (!screen.m_isDrawn) {
+        line.clear();
+    }
+    history::CDescriptor::WriteAll(STDERR_FILENO, before + text + line);
 }
 
 void CProgressLine::Start() {
@@ -103,10 +109,12 @@ void CProgressLine::Start() {
 
 void CProgressLine::Run() {
     std::unique_lock<std::mutex> lock(m_mutex);
+    screen.m_isDrawn = true;
     while (!m_ended.wait_for(lock, kInterval, [this] { return m_isEnded; })) {
         Look();
     }
     Draw("");
+    screen.m_isDrawn = false;
 }
 
 void CProgressLine::Look() {

@@ -1,38 +1,41 @@
 #include "loggerctl/record/CMemoryFile.h"
 
+#include "history/DurableFile.h"
+
+#include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
-#include <sstream>
 #include <system_error>
+
+namespace {
+
+std::system_error Failure(int error) {
+    return {error, std::generic_category(), "a copy in memory"};
+}
+
+} // namespace
 
 CMemoryFile::CMemoryFile(const char* name, const std::string& text)
     : m_descriptor(memfd_create(name, MFD_CLOEXEC)) {
-    if (m_descriptor < 0) {
-        throw std::system_error(errno, std::generic_category(), "a copy in memory");
+    if (!m_descriptor.IsOpen()) {
+        throw Failure(errno);
     }
-    std::ofstream file(Path());
-    file << text;
-    file.close();
-    if (!file) {
-        close(m_descriptor);
-        throw std::system_error(ENOMEM, std::generic_category(), "a copy in memory");
+    const int error = history::CDescriptor::WriteAll(m_descriptor.Get(), text);
+    if (error != 0) {
+        throw Failure(error);
     }
-}
-
-CMemoryFile::~CMemoryFile() {
-    close(m_descriptor);
 }
 
 std::string CMemoryFile::Path() const {
-    return "/proc/self/fd/" + std::to_string(m_descriptor);
+    return "/proc/self/fd/" + std::to_string(m_descriptor.Get());
 }
 
 std::string CMemoryFile::Text() const {
-    std::ifstream file(Path());
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    history::CFileImage image;
+    const int error = history::ReadImage(AT_FDCWD, Path(), history::Links::Follow, &image);
+    if (error != 0) {
+        throw Failure(error);
+    }
+    return image.m_text;
 }

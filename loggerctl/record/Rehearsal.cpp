@@ -7,6 +7,8 @@
 #include "settings/CVolumeIndex.h"
 #include "settings/LoggerDefinitions.h"
 
+#include <algorithm>
+
 namespace record {
 
 namespace {
@@ -76,6 +78,13 @@ std::vector<CTraceUtility::Line> FindRefusal(const history::CSettingsCopy& copy)
     const CMemoryFile alert("alert.cfg", copy.m_files[1].m_text);
     const CLoggerConf conf(agent.Path(), alert.Path());
     return conf.m_iStatus == 0 ? std::vector<CTraceUtility::Line>() : listener.Lines();
+}
+
+bool IsFaultOfHost(const std::vector<CTraceUtility::Line>& failures) {
+    return std::any_of(failures.begin(), failures.end(), [](const CTraceUtility::Line& line) {
+        return line.m_sText.find(" open error") != std::string::npos ||
+               line.m_sText.find("GetMountPointList() failure") != std::string::npos;
+    });
 }
 
 } // namespace record

@@ -31,4 +31,8 @@ struct CRehearsal {
 // it could.
 std::vector<CTraceUtility::Line> FindRefusal(const history::CSettingsCopy& copy);
 
+// Whether these failures are no fault of the files: the mounted file systems could not be listed,
+// or the copies in memory not be opened.
+bool IsFaultOfHost(const std::vector<CTraceUtility::Line>& failures);
+
 } // namespace record

@@ -31,6 +31,11 @@ std::ptrdiff_t CommonBeginning(const std::string& left, const std::string& right
     return std::mismatch(left.begin(), left.end(), right.begin(), right.end()).first - left.begin();
 }
 
+// No two texts are closer to each other than their lengths are.
+std::size_t LengthDifference(const std::string& left, const std::string& right) {
+    return std::max(left.size(), right.size()) - std::min(left.size(), right.size());
+}
+
 // A third of the letters may be wrong, but one always.
 std::size_t GreatestDistance(const std::string& word) {
     return std::max<std::size_t>(1, word.size() / 3);
@@ -45,6 +50,9 @@ std::string Nearest(const std::string& word, const std::vector<std::string>& can
     }
     std::size_t least = GreatestDistance(word) + 1;
     for (const std::string& candidate : candidates) {
+        if (LengthDifference(word, candidate) > least) {
+            continue;
+        }
         const std::size_t distance = EditDistance(word, candidate);
         const bool tie = distance == least && !nearest.empty();
         if (distance < least ||

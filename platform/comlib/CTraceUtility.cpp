@@ -1,5 +1,7 @@
 #include "comlib/CTraceUtility.h"
 
+#include "comlib/ThreadCancellation.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,6 +19,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -37,9 +40,11 @@ struct State {
     CTraceUtility::Listener m_listener;
 };
 
-// Never destroyed: other objects may trace while the process ends.
+// Never destroyed: other objects may trace while the process ends. Made without memory, which there
+// may be none of when the first line is traced.
 State& TheState() {
-    static State* const state = new State;
+    alignas(State) static std::array<unsigned char, sizeof(State)> place;
+    static State* const state = new (place.data()) State;
     return *state;
 }
 
@@ -56,19 +61,25 @@ private:
 
 // ---- Where lines go ----
 
-int OpenForAppending(const std::string& path) {
+int OpenForAppending(const char* path) {
     // Without O_NONBLOCK the opening of a named pipe would wait for a reader.
-    const int descriptor =
-        open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
-             S_IRUSR | S_IWUSR);
-    if (descriptor >= 0) {
-        fcntl(descriptor, F_SETFL, O_APPEND);
+    const int descriptor = open(
+        path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, S_IRUSR | S_IWUSR);
+    if (descriptor < 0) {
+        return descriptor;
     }
-    return descriptor;
+    fcntl(descriptor, F_SETFL, O_APPEND);
+    if (descriptor > STDERR_FILENO) {
+        return descriptor;
+    }
+    // The host program may have closed a standard stream; its number stays the stream's.
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(descriptor);
+    return moved;
 }
 
-unsigned int ParseMask(const std::string& text) {
-    const bool isHexadecimal = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
+unsigned int ParseMask(std::string_view text) {
+    const bool isHexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
     const char* const end = text.data() + text.size();
     unsigned int mask = 0;
     const auto [rest, error] =
@@ -98,6 +109,7 @@ void ReadEnvironment(State& state) {
 
 bool IsWanted(unsigned int level) {
     if (wantedLevels.load(std::memory_order_relaxed) == kEveryLevel) {
+        const CCancellationGuard guard;
         State& state = TheState();
         const std::lock_guard<std::mutex> lock(state.m_mutex);
         ReadEnvironment(state);
@@ -194,6 +206,7 @@ void CTraceUtility::WriteDebug(const char* module, TRACE_DBG_LEVEL level, const 
         return;
     }
     const CErrnoKeeper keeper;
+    const CCancellationGuard guard; // destructors trace, too
     va_list arguments;
     va_start(arguments, format);
     try {
@@ -205,7 +218,8 @@ void CTraceUtility::WriteDebug(const char* module, TRACE_DBG_LEVEL level, const 
 }
 
 bool CTraceUtility::SetDestination(unsigned int mask, const std::string& path) {
-    const int descriptor = path.empty() ? STDERR_FILENO : OpenForAppending(path);
+    const CCancellationGuard guard;
+    const int descriptor = path.empty() ? STDERR_FILENO : OpenForAppending(path.c_str());
     if (descriptor < 0) {
         return false;
     }

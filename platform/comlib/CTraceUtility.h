@@ -25,7 +25,8 @@ public:
     // Writes one line: time, process id, level, module, text. The whole line goes out with one
     // write; control characters in the text, also those that UTF-8 writes with two bytes, are
     // written as \xHH so that a line stays a line and a terminal obeys none of them.
-    // Nothing is reported when the destination cannot take it. errno is preserved.
+    // Nothing is reported when the destination cannot take it. errno is preserved. It is no
+    // cancellation point.
     static void WriteDebug(const char* module, TRACE_DBG_LEVEL level, const char* format, ...)
         __attribute__((format(printf, 3, 4)));
 

@@ -1,6 +1,7 @@
 #include "providerbase/CDeviceDescription.h"
 
 #include "comlib/CTraceUtility.h"
+#include "comlib/ThreadCancellation.h"
 #include "providerbase/TraceModule.h"
 
 #include <fcntl.h>
@@ -42,6 +43,25 @@ std::string FindFileProblem(const struct stat& status) {
     }
     return {};
 }
+
+// An open file; closed on every way out.
+class CFile {
+public:
+    explicit CFile(const std::string& path)
+        : m_iDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
+    ~CFile() {
+        if (m_iDescriptor >= 0) {
+            close(m_iDescriptor);
+        }
+    }
+    CFile(const CFile&) = delete;
+    CFile& operator=(const CFile&) = delete;
+
+    [[nodiscard]] int Get() const { return m_iDescriptor; }
+
+private:
+    int m_iDescriptor;
+};
 
 // Returns 0 and the text, or an error number. Reads at most one byte more than a file may have.
 int ReadText(int descriptor, std::string* text) {
@@ -203,16 +223,16 @@ std::optional<CDeviceDescription> Parse(const std::string& path, const std::stri
 } // namespace
 
 std::optional<CDeviceDescription> CDeviceDescription::Read(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0) {
+    const CCancellationGuard guard;
+    const CFile file(path);
+    if (file.Get() < 0) {
         if (errno != ENOENT) {
             TraceRefusal(path, ReadingProblem(errno));
         }
         return std::nullopt;
     }
     std::string text;
-    const std::string problem = ReadTrustedText(descriptor, &text);
-    close(descriptor);
+    const std::string problem = ReadTrustedText(file.Get(), &text);
     if (!problem.empty()) {
         TraceRefusal(path, problem);
         return std::nullopt;

@@ -1,5 +1,6 @@
 #include "providerbase/CVELTARO_ServerService.h"
 
+#include "comlib/CFaultTranslation.h"
 #include "comlib/CTraceUtility.h"
 #include "providerbase/TraceModule.h"
 
@@ -9,9 +10,13 @@ CVELTARO_ServerService::CVELTARO_ServerService(std::string providerName, std::st
                                                std::string version)
     : m_sProviderName(std::move(providerName)),
       m_sVendorName(std::move(vendorName)),
-      m_sProviderVersion(std::move(version)) {}
+      m_sProviderVersion(std::move(version)) {
+    CFaultTranslation::AddProvider();
+}
 
-CVELTARO_ServerService::~CVELTARO_ServerService() = default;
+CVELTARO_ServerService::~CVELTARO_ServerService() {
+    CFaultTranslation::RemoveProvider();
+}
 
 HRESULT CVELTARO_ServerService::ExecMethodAsync(char* /*className*/, char* /*methodName*/,
                                                 long /*flags*/, IWbemContext* /*context*/,

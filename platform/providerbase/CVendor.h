@@ -25,9 +25,12 @@ public:
     // never through a shell, in a process group of its own, with standard streams on /dev/null, no
     // other descriptor, and an environment of PATH and LANG alone; a program without a slash is
     // looked up on that PATH. Other answers:
-    //   124    it took longer than the description allows, and its process group was ended
+    //   124    it took longer than the description allows, and it was ended with its process group
     //   127    the description has no such command, or it could not be started
     //   128+n  signal n ended it
+    // What the host program does with signals, children and descriptors does not change the answer
+    // (CCommandRunner.h). A thread that is cancelled while it waits ends the command as a time-out
+    // does.
     // Whatever the answer, it is traced at level 1 together with the command's name.
     virtual int ExecuteCommand(const std::string& command); // 6
 

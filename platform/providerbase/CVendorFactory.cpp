@@ -1,6 +1,7 @@
 #include "providerbase/CVendorFactory.h"
 
 #include "comlib/CTraceUtility.h"
+#include "comlib/ThreadCancellation.h"
 #include "providerbase/CVendor.h"
 #include "providerbase/TraceModule.h"
 
@@ -58,6 +59,8 @@ CVendorFactory::~CVendorFactory() noexcept(false) {
     while (!m_vendors.empty()) {
         try {
             ReleaseVendorObject(m_vendors.front().get());
+        } catch (const ForcedUnwind&) {
+            throw; // the list destroys the rest
         } catch (...) {
             if (!firstFault) {
                 firstFault = std::current_exception();

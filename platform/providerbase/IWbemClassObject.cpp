@@ -1,6 +1,7 @@
 #include "providerbase/IWbemClassObject.h"
 
 #include <algorithm>
+#include <typeinfo>
 #include <utility>
 
 namespace {
@@ -18,43 +19,16 @@ auto FindByName(List& list, const std::string& name) {
                         [&name](const auto& item) { return item.m_sName == name; });
 }
 
-struct ValueCopier {
-    template <typename T>
-    CWbemValue operator()(const T& plainValue) const {
-        return plainValue;
-    }
-    CWbemValue operator()(const CWbemObjectPtr& object) const { return object->Clone(); }
-    CWbemValue operator()(const CWbemObjectArray& array) const {
-        CWbemObjectArray copies;
-        copies.reserve(array.size());
-        for (const CWbemObjectPtr& object : array) {
-            copies.push_back(object->Clone());
-        }
-        return copies;
-    }
-};
-
 using Properties = IWbemClassObject::Properties;
 
-Properties CopyOf(const Properties& properties) {
-    Properties copies;
-    copies.reserve(properties.size());
-    for (const IWbemClassObject::Property& property : properties) {
-        IWbemClassObject::Property& copy = copies.emplace_back();
-        copy.m_sName = property.m_sName;
-        copy.m_type = property.m_type;
-        copy.m_bDefined = property.m_bDefined;
-        copy.m_value = std::visit(ValueCopier(), property.m_value);
-        copy.m_sEmbeddedClass = property.m_sEmbeddedClass;
-    }
-    return copies;
-} // The copies own the objects. NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
+bool IsObject(const CWbemValue& value) {
+    return std::holds_alternative<CWbemObjectPtr>(value) ||
+           std::holds_alternative<CWbemObjectArray>(value);
+}
 
 bool HoldsObjects(const Properties& properties) {
-    return std::any_of(properties.begin(), properties.end(), [](const auto& property) {
-        return std::holds_alternative<CWbemObjectPtr>(property.m_value) ||
-               std::holds_alternative<CWbemObjectArray>(property.m_value);
-    });
+    return std::any_of(properties.begin(), properties.end(),
+                       [](const auto& property) { return IsObject(property.m_value); });
 }
 
 bool HoldsNullObject(const CWbemValue& value) {
@@ -83,23 +57,90 @@ void HandOut(CWbemObjectPtr object, IWbemClassObject** wanted) {
 
 } // namespace
 
+// Copies objects with all that they embed, however deeply, on a stack of ordinary depth: what an
+// object embeds waits in a list until the object itself is copied.
+class IWbemClassObject::CDeepCopy {
+public:
+    // The copy is empty before.
+    static void Copy(const IWbemClassObject& original, IWbemClassObject* copy) {
+        CDeepCopy copying;
+        copying.CopyOne(original, copy);
+        while (!copying.m_waiting.empty()) {
+            const Pair next = copying.m_waiting.back();
+            copying.m_waiting.pop_back();
+            copying.CopyOne(*next.first, next.second);
+        }
+    }
+
+    // Of properties that hold no objects; those are empty in the copies until Copy comes to them.
+    Properties Of(const Properties& properties) {
+        Properties copies;
+        copies.reserve(properties.size());
+        for (const Property& property : properties) {
+            Property& copy = copies.emplace_back();
+            copy.m_sName = property.m_sName;
+            copy.m_type = property.m_type;
+            copy.m_bDefined = property.m_bDefined;
+            copy.m_value =
+                std::visit([this](const auto& value) { return Of(value); }, property.m_value);
+            copy.m_sEmbeddedClass = property.m_sEmbeddedClass;
+        }
+        return copies;
+    } // The copies own the objects. NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
+
+private:
+    using Pair = std::pair<const IWbemClassObject*, IWbemClassObject*>;
+
+    void CopyOne(const IWbemClassObject& original, IWbemClassObject* copy) {
+        copy->m_sClassName = original.m_sClassName;
+        if (HoldsObjects(original.GetProperties())) {
+            copy->m_pProperties = std::make_shared<Properties>(Of(original.GetProperties()));
+        } else {
+            copy->m_pProperties = original.m_pProperties;
+            copy->m_bShared = true;
+            original.m_bShared = true;
+        }
+        for (const Method& method : original.m_methods) {
+            copy->m_methods.push_back({method.m_sName, method.m_returnType,
+                                       Of(method.m_inParameters), Of(method.m_outParameters)});
+        }
+    }
+
+    template <typename T>
+    CWbemValue Of(const T& plainValue) {
+        return plainValue;
+    }
+    CWbemValue Of(const CWbemObjectPtr& object) { return Begun(*object); }
+    CWbemValue Of(const CWbemObjectArray& array) {
+        CWbemObjectArray copies;
+        copies.reserve(array.size());
+        for (const CWbemObjectPtr& object : array) {
+            copies.push_back(Begun(*object));
+        }
+        return copies;
+    }
+
+    // The copy, or an empty object that waits to become it.
+    CWbemObjectPtr Begun(const IWbemClassObject& original) {
+        const bool isDeeper = HoldsObjects(original.GetProperties()) || !original.m_methods.empty();
+        const bool isOfOwnKind = typeid(original) != typeid(IWbemClassObject);
+        if (!isDeeper || isOfOwnKind) {
+            return original.Clone();
+        }
+        auto copy = std::make_unique<IWbemClassObject>();
+        m_waiting.emplace_back(&original, copy.get());
+        return copy;
+    }
+
+    std::vector<Pair> m_waiting;
+};
+
 IWbemClassObject::IWbemClassObject() = default;
 
 IWbemClassObject::IWbemClassObject(std::string className) : m_sClassName(std::move(className)) {}
 
-IWbemClassObject::IWbemClassObject(const IWbemClassObject& other)
-    : m_sClassName(other.m_sClassName) {
-    if (HoldsObjects(other.GetProperties())) {
-        m_pProperties = std::make_shared<Properties>(CopyOf(other.GetProperties()));
-    } else {
-        m_pProperties = other.m_pProperties;
-        m_bShared = true;
-        other.m_bShared = true; // no part of its value. NOLINT(cert-oop58-cpp)
-    }
-    for (const Method& method : other.m_methods) {
-        m_methods.push_back({method.m_sName, method.m_returnType, CopyOf(method.m_inParameters),
-                             CopyOf(method.m_outParameters)});
-    }
+IWbemClassObject::IWbemClassObject(const IWbemClassObject& other) {
+    CDeepCopy::Copy(other, this);
 }
 
 IWbemClassObject::IWbemClassObject(IWbemClassObject&& other) noexcept
@@ -123,7 +164,41 @@ IWbemClassObject& IWbemClassObject::operator=(IWbemClassObject&& other) noexcept
     return *this;
 }
 
-IWbemClassObject::~IWbemClassObject() = default;
+IWbemClassObject::~IWbemClassObject() {
+    IWbemClassObject* next = nullptr;
+    TakeEmbedded(&next);
+    while (next != nullptr) {
+        const std::unique_ptr<IWbemClassObject> object(next);
+        next = object->m_pNextToGo;
+        object->TakeEmbedded(&next);
+    }
+}
+
+void IWbemClassObject::TakeEmbedded(IWbemClassObject** list) noexcept {
+    const auto take = [list](CWbemObjectPtr& object) {
+        if (object != nullptr) {
+            object->m_pNextToGo = *list;
+            *list = object.release();
+        }
+    };
+    const auto takeAll = [&take](Properties& properties) {
+        for (Property& property : properties) {
+            if (auto* object = std::get_if<CWbemObjectPtr>(&property.m_value)) {
+                take(*object);
+            } else if (auto* array = std::get_if<CWbemObjectArray>(&property.m_value)) {
+                std::for_each(array->begin(), array->end(), take);
+            }
+        }
+    };
+    // Properties that are shared hold none.
+    if (m_pProperties.use_count() == 1) {
+        takeAll(*m_pProperties);
+    }
+    for (Method& method : m_methods) {
+        takeAll(method.m_inParameters);
+        takeAll(method.m_outParameters);
+    }
+}
 
 const CWbemValue* IWbemClassObject::Get(const char* name) const {
     if (name == nullptr) {
@@ -219,7 +294,7 @@ Properties& IWbemClassObject::OwnProperties() {
         m_pProperties = std::make_shared<Properties>();
         m_pProperties->reserve(kUsualProperties);
     } else if (m_bShared) {
-        m_pProperties = std::make_shared<Properties>(CopyOf(*m_pProperties));
+        m_pProperties = std::make_shared<Properties>(CDeepCopy().Of(*m_pProperties));
     }
     m_bShared = false;
     return *m_pProperties;

@@ -13,8 +13,9 @@
 // class (which has methods, too) and as the definition of a method's parameters.
 //
 // A default-constructed object is empty, has no definition, and takes properties of any name and
-// type. Copies are deep. Names are compared exactly. An object is not locked: one thread at a time,
-// or several that do not change it.
+// type. Copies are deep. Objects can embed each other to any depth: they are copied and destroyed
+// on a stack of ordinary size. Names are compared exactly. An object is not locked: one thread at a
+// time, or several that do not change it.
 class KZM_API IWbemClassObject {
 public:
     // One property. m_type is Null until a definition or a value gives it a type; m_bDefined tells
@@ -82,7 +83,11 @@ public:
     void DefineMethod(Method method);
 
 private:
+    class CDeepCopy;
+
     Properties& OwnProperties();
+    // Puts the objects that this one embeds in front of the list, which their m_pNextToGo makes.
+    void TakeEmbedded(IWbemClassObject** list) noexcept;
 
     std::string m_sClassName;
     // Null: there are none. Copies share them unless one is an object, which others could change
@@ -91,4 +96,5 @@ private:
     std::shared_ptr<Properties> m_pProperties;
     mutable std::atomic<bool> m_bShared{false}; // set by threads that make copies at the same time
     std::vector<Method> m_methods;
+    IWbemClassObject* m_pNextToGo = nullptr; // while the object that embedded this one is destroyed
 };

@@ -3,6 +3,7 @@
 #include "KzmPaths.h"
 #include "tests/fault/HostRecovery.h"
 #include "tests/support/CLoadedProvider.h"
+#include "tests/support/Descriptors.h"
 #include "tests/support/ProviderLockFile.h"
 
 #include <gtest/gtest.h>
@@ -13,11 +14,8 @@
 
 #include <array>
 #include <cerrno>
-#include <filesystem>
-#include <set>
 #include <utility>
 
-namespace fs = std::filesystem;
 using std::string;
 
 namespace {
@@ -26,19 +24,6 @@ constexpr std::chrono::seconds kLongestLife{10}; // of what a dead process leave
 
 const CMethodRun::Window kTracedWindow{
     CTracedProcess::OpenWindow, [](CObservation::Report*) { CTracedProcess::CloseWindow(); }};
-
-// The open descriptors of this process, with their files.
-std::set<std::pair<string, string>> Descriptors() {
-    std::set<std::pair<string, string>> descriptors;
-    for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
-        std::error_code ownEnumeration;
-        const string file = fs::read_symlink(entry.path(), ownEnumeration);
-        if (file.find("/proc/") != 0) {
-            descriptors.emplace(entry.path().filename(), file);
-        }
-    }
-    return descriptors;
-}
 
 // More than one buffer of the C++ library, in lines that it does not buffer.
 string LongComments() {

@@ -19,4 +19,6 @@ struct CSystemCallFault {
     int m_iPoint = 0;            // which of them, from 1
     bool m_bForGood = false;     // and every later one
     bool m_bOfFilesOnly = false; // calls on a descriptor of anything else do not count
+    bool m_bNotInMemory = false; // nor do those on a copy in memory, which has no disk behind it
+    bool m_bSkipSleep = false;   // the process's naps take no time
 };

@@ -93,21 +93,27 @@ void CTracedProcess::OnSystemCall() {
     const CTracee::SystemCall call = m_tracee.Read();
     if (call.m_bIsEntry) {
         OnEntry(call);
+    } else if (m_bAtSleep) {
+        m_tracee.SetResult(0);
     } else if (m_bAtCall) {
         OnExit();
     }
 }
 
 void CTracedProcess::OnEntry(const CTracee::SystemCall& call) {
-    ++m_end.m_made[call.m_iNumber];
+    m_end.m_calls.push_back(call.m_iNumber);
     m_bAtCall = false;
+    m_bAtSleep = m_fault.m_bSkipSleep && call.m_iNumber == SYS_clock_nanosleep;
+    if (m_bAtSleep) {
+        m_tracee.Skip();
+    }
     if (!Counts(call)) {
         return;
     }
-    ++m_end.m_iCounted;
+    m_end.m_counted.push_back(m_end.m_calls.size() - 1);
+    const int counted = m_end.Counted();
     m_bAtCall = m_fault.m_kind != Kind::kNone &&
-                (m_end.m_iCounted == m_fault.m_iPoint ||
-                 (m_fault.m_bForGood && m_end.m_iCounted > m_fault.m_iPoint));
+                (counted == m_fault.m_iPoint || (m_fault.m_bForGood && counted > m_fault.m_iPoint));
     if (m_bAtCall) {
         m_end.m_bMet = true;
         Meet(call);
@@ -123,6 +129,10 @@ bool CTracedProcess::Counts(const CTracee::SystemCall& call) const {
     const std::string descriptor =
         "/proc/" + std::to_string(m_iProcess) + "/fd/" + std::to_string(call.m_arguments[0]);
     std::error_code notOpen;
+    if (m_fault.m_bNotInMemory &&
+        std::filesystem::read_symlink(descriptor, notOpen).native().rfind("/memfd:", 0) == 0) {
+        return false;
+    }
     return !m_fault.m_bOfFilesOnly || std::filesystem::is_regular_file(descriptor, notOpen);
 }
 
@@ -130,7 +140,12 @@ void CTracedProcess::Meet(const CTracee::SystemCall& call) {
     const unsigned long size = call.m_arguments[2];
     switch (m_fault.m_kind) {
     case Kind::kError:
-        m_tracee.Skip();
+        if (call.m_iNumber == SYS_brk) { // it fails by answering what it answers for 0
+            m_uiBreak = call.m_arguments[0];
+            m_tracee.ClearFirst();
+        } else {
+            m_tracee.Skip();
+        }
         break;
     case Kind::kShort:
         m_tracee.SetSize(
@@ -145,7 +160,9 @@ void CTracedProcess::Meet(const CTracee::SystemCall& call) {
 }
 
 void CTracedProcess::OnExit() {
-    if (m_fault.m_kind == Kind::kError || m_fault.m_kind == Kind::kErrorAfterwards) {
+    if (m_end.m_calls.back() == SYS_brk) {
+        m_tracee.RestoreFirst(m_uiBreak);
+    } else if (m_fault.m_kind == Kind::kError || m_fault.m_kind == Kind::kErrorAfterwards) {
         m_tracee.SetResult(-m_fault.m_iError);
     } else if (m_fault.m_kind == Kind::kKillAfterwards) {
         kill(m_iProcess, SIGKILL);

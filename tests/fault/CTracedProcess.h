@@ -3,8 +3,9 @@
 #include "tests/fault/CSystemCallFault.h"
 #include "tests/fault/CTracee.h"
 
+#include <cstddef>
 #include <functional>
-#include <map>
+#include <vector>
 
 // A copy of this process in which a fault happens at a system call. Only the calls that it makes
 // itself count, not those of processes that it starts, and only those inside its window.
@@ -15,10 +16,12 @@ public:
 
     // What became of it.
     struct End {
-        std::map<long, int> m_made; // how often each call was made in the window, by number
-        int m_iCounted = 0;         // how many of them count for the fault
-        bool m_bMet = false;        // the fault happened
-        int m_iStatus = -1;         // the exit status; 128+n when signal n ended it
+        std::vector<long> m_calls; // the numbers of all calls in the window, in their order
+        std::vector<std::size_t> m_counted; // which of them count for the fault
+        bool m_bMet = false;                // the fault happened
+        int m_iStatus = -1;                 // the exit status; 128+n when signal n ended it
+
+        [[nodiscard]] int Counted() const { return static_cast<int>(m_counted.size()); }
     };
 
     // False where this machine or its administrator lets nobody trace.
@@ -50,6 +53,8 @@ private:
     const CTracee m_tracee;
     const CSystemCallFault m_fault;
     bool m_bInWindow = false;
-    bool m_bAtCall = false; // the present call is one that the fault happens to
+    bool m_bAtCall = false;      // the present call is one that the fault happens to
+    bool m_bAtSleep = false;     // it is one that is left out
+    unsigned long m_uiBreak = 0; // what was asked for in a call that fails
     End m_end;
 };

@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -68,9 +69,12 @@ TEST_F(TracedProcess, CountsTheCallsInTheWindowAlone) {
             return 7;
         },
         {{SYS_getppid}});
-    EXPECT_EQ(2, end.m_iCounted);
-    EXPECT_EQ(2, end.m_made.at(SYS_getppid));
-    EXPECT_EQ(1, end.m_made.at(SYS_wait4));
+    EXPECT_EQ(2, end.Counted());
+    EXPECT_EQ(2, std::count(end.m_calls.begin(), end.m_calls.end(), SYS_getppid));
+    EXPECT_EQ(1, std::count(end.m_calls.begin(), end.m_calls.end(), SYS_wait4));
+    for (const std::size_t position : end.m_counted) {
+        EXPECT_EQ(SYS_getppid, end.m_calls.at(position));
+    }
     EXPECT_FALSE(end.m_bMet);
     EXPECT_EQ(7, end.m_iStatus);
 }
@@ -94,7 +98,7 @@ TEST_F(TracedProcess, FailsTheCallOnceOrForGood) {
             },
             {{SYS_getppid}, Kind::kError, EPERM, 3, isForGood});
         EXPECT_EQ(isForGood ? 3 : 1, end.m_iStatus);
-        EXPECT_EQ(5, end.m_iCounted);
+        EXPECT_EQ(5, end.Counted());
         EXPECT_TRUE(end.m_bMet);
     }
 }

@@ -37,6 +37,14 @@ void CTracee::Skip() const {
     SetRegister(m_iProcess, offsetof(user_regs_struct, orig_rax), -1);
 }
 
+void CTracee::ClearFirst() const {
+    RestoreFirst(0);
+}
+
+void CTracee::RestoreFirst(unsigned long value) const {
+    SetRegister(m_iProcess, offsetof(user_regs_struct, rdi), static_cast<long>(value));
+}
+
 void CTracee::SetSize(unsigned long size) const {
     SetRegister(m_iProcess, offsetof(user_regs_struct, rdx), static_cast<long>(size));
 }
@@ -64,6 +72,12 @@ void CTracee::Skip() const {
     iovec part{&none, sizeof none};
     EXPECT_EQ(0, ptrace(PTRACE_SETREGSET, m_iProcess, NT_ARM_SYSTEM_CALL, &part));
 }
+
+void CTracee::ClearFirst() const {
+    SetRegister(m_iProcess, 0, 0);
+}
+
+void CTracee::RestoreFirst(unsigned long /*value*/) const {} // the answer stands in its place
 
 void CTracee::SetSize(unsigned long size) const {
     SetRegister(m_iProcess, 2, size);

@@ -20,6 +20,10 @@ public:
 
     // At the entry: the call is not made.
     void Skip() const;
+    // At the entry: exchanges the first argument for 0.
+    void ClearFirst() const;
+    // At the exit: gives the caller its first argument back, where a call leaves that as it was.
+    void RestoreFirst(unsigned long value) const;
     // At the entry: exchanges the third argument, the size of a transfer.
     void SetSize(unsigned long size) const;
     // At the exit: exchanges what the call answers.

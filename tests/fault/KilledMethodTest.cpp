@@ -104,7 +104,7 @@ TEST_P(KilledMethod, LeavesNothingBehindThatCannotBeRestored) {
     const Row& row = GetParam();
     CMethodRun counted(row.method);
     counted.Run(CSystemCallFault{row.numbers});
-    const int count = counted.End().m_iCounted;
+    const int count = counted.End().Counted();
     const std::vector<int> points = CFaultPoints::Choose(count, row.ordinaryPoints);
     for (const int point : points) {
         SCOPED_TRACE("killed at call " + std::to_string(point));

@@ -98,7 +98,7 @@ TEST_P(KilledSet, IsTakenBackByARestore) {
         const CTestRoot root;
         const CTracedProcess::End end = CTracedProcess::Run(ExecuteSet, fault);
         EXPECT_EQ(0, end.m_iStatus);
-        count = end.m_iCounted;
+        count = end.Counted();
     }
     fault.m_kind = row.kind;
     const std::vector<int> points = CFaultPoints::Choose(count, row.ordinaryPoints);

@@ -6,6 +6,7 @@
 #include "tests/fault/SystemCallNumbers.h"
 #include "tests/support/CLoadedProvider.h"
 #include "tests/support/CTestRoot.h"
+#include "tests/support/FindHost.h"
 #include "tests/support/ProviderLockFile.h"
 #include "tests/support/TableTest.h"
 
@@ -27,12 +28,16 @@ namespace {
 
 struct Row {
     const char* name;
-    int point;        // which start of a command is the last thing that the process does
     const char* path; // the command that goes on running
+    string last;      // what the command does first
+    int point;        // which start of a command is the last thing that the process does, if any
 };
 std::ostream& operator<<(std::ostream& out, const Row& row) {
     return out << row.name;
 }
+
+// For a vendor's command, between which and the host stands its keeper.
+const std::string kKillHost = std::string(kFindHost) + "kill -KILL $host; ";
 
 class LingeringCommand : public testing::TestWithParam<Row> {};
 
@@ -65,7 +70,8 @@ TEST_P(LingeringCommand, HasNoPartInTheLock) {
     const string running = CTestRoot::Path("/running");
     const string script = CTestRoot::Path(GetParam().path);
     const string beginning = "#!/bin/sh\n[ \"$1\" = CheckInstall ] || ";
-    WriteFile(script, beginning + "{ : > " + running + "; exec sleep 60; }\n");
+    WriteFile(script,
+              beginning + "{ : > " + running + "; " + GetParam().last + "exec sleep 60; }\n");
     const CSystemCallFault fault{kStarting, Kind::kKillAfterwards, 0, GetParam().point};
 
     EXPECT_EQ(CTracedProcess::kKilled, CTracedProcess::Run(SetAndDie, fault).m_iStatus);
@@ -78,8 +84,8 @@ TEST_P(LingeringCommand, HasNoPartInTheLock) {
 }
 
 const Row kRows[] = {
-    {"ServiceStop", 2, "/opt/veltaro/agent/vendor-command"},
-    {"MountCommand", 3, "/bin/mount"},
+    {"ServiceStop", "/opt/veltaro/agent/vendor-command", kKillHost, 0},
+    {"MountCommand", "/bin/mount", "", 3},
 };
 
 INSTANTIATE_TEST_SUITE_P(ThatIs, LingeringCommand, testing::ValuesIn(kRows), RowName<Row>);

@@ -13,8 +13,8 @@ constexpr std::uint32_t kFailure = 0x80000001;
 constexpr std::uint32_t kException = 0x80000002;
 constexpr std::uint32_t kCallFailed = 0x80041001;
 
-constexpr char kAnything[] = "none open read write close lseek fchmod flock start pipe wait waitid "
-                             "pidfd poll fstat fcntl prlimit mmap memory";
+constexpr char kAnything[] = "none open read write close lseek fchmod flock start pipe wait futex "
+                             "fstat fcntl prlimit mmap memory";
 constexpr char kStopped[] = "ServiceStop";
 constexpr char kRestarted[] = "ServiceStop ServiceStart";
 

@@ -82,12 +82,8 @@ const Row kOtherRows[] = {
     {"start", {SYS_clone3}, "ENOSYS", Kind::kError, ENOSYS, true},
     {"wait", {SYS_wait4}, "EINTR", Kind::kError, EINTR},
     {"wait", {SYS_wait4}, "ECHILD", Kind::kErrorAfterwards, ECHILD},
-    {"waitid", {SYS_waitid}, "EINTR", Kind::kError, EINTR},
-    {"waitid", {SYS_waitid}, "ECHILD", Kind::kError, ECHILD},
-    {"pidfd", {SYS_pidfd_open}, "ENOSYS", Kind::kError, ENOSYS, true},
-    {"pidfd", {SYS_pidfd_open}, "EMFILE", Kind::kError, EMFILE},
-    {"poll", kPolling, "EINTR", Kind::kError, EINTR},
-    {"poll", kPolling, "ENOMEM", Kind::kError, ENOMEM},
+    {"futex", {SYS_futex}, "EINTR", Kind::kError, EINTR},
+    {"futex", {SYS_futex}, "ETIMEDOUT", Kind::kError, ETIMEDOUT},
     {"fstat", kStatus, "EIO", Kind::kError, EIO},
     {"fcntl", {SYS_fcntl}, "EINVAL", Kind::kError, EINVAL},
     {"prlimit", {SYS_prlimit64}, "EPERM", Kind::kError, EPERM},
@@ -107,7 +103,7 @@ protected:
     }
 
     static CObservation Observe(const CSystemCallFault& fault, CMethodRun* run) {
-        if (std::get<1>(GetParam()).call == string("poll")) {
+        if (std::get<1>(GetParam()).call == string("futex")) {
             CMethodRun::SlowCommandsDown();
         }
         return run->Run(fault);
@@ -128,7 +124,7 @@ int SystemCallFault::CountCalls(const CSystemCallFault& fault, DocumentedOutcome
     EXPECT_TRUE(observation.m_report.has_value()) << observation;
     made->m_goodTrace = observation.m_report->m_trace;
     EXPECT_EQ("Success", DocumentedOutcomes::Find(*made, observation)) << observation;
-    return run.End().m_iCounted;
+    return run.End().Counted();
 }
 
 void SystemCallFault::Try(const CSystemCallFault& fault, const DocumentedOutcomes::Case& made) {

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Breaks the product on purpose, one small change at a time, and tells which test notices.
 
-Every change of mutations.txt is made in a copy of the tree, built, and tested until the first test
-fails. A change that no test notices survives: either a test is missing, or the change is none. A
-change that cannot be made or built proves nothing. Both end the run with exit status 1.
+Every chosen change of the lists is made in a copy of the tree, built, and tested until the first
+test fails. A change that no test notices survives: either a test is missing, or the change is none.
+A change that cannot be made or built proves nothing, and one that is accepted as a survivor must be
+one. All of these end the run with exit status 1.
 """
 
 import sys
@@ -11,43 +12,26 @@ import sys
 sys.dont_write_bytecode = True  # nothing is left in the tree
 
 import argparse
+import collections
 import concurrent.futures
 import pathlib
 import queue
+import re
 import resource
+import signal
 import time
 from typing import NamedTuple
 
+import choice
 import mutations
-from work_tree import WorkTree
+import stages
+import work_tree
 
 TREE = pathlib.Path(__file__).resolve().parents[2]
 MEMORY_LIMIT = 4 << 30  # bytes for each process: a change may make a program grow without end
 
-
-class Stage(NamedTuple):
-    """Some tests of one program."""
-
-    target: str
-    folder: str
-    tests: str
-
-
-# Tests that take long and that other tests leave little to: they run last.
-SLOW_LOCK = "LockBetweenProcesses.HeldLockIsGivenUpAfterThirtyTries"
-ALL_SEEDS = "FromSeed/RoundTrip.*"
-SOME_SEEDS = ALL_SEEDS + "/0"
-HUGE_FILES = "Loading.FilesOfOneHundredMegabytesAreRead"
-
-RECORDS = Stage("settings_tests", "unit/settings", f"-{ALL_SEEDS}:{HUGE_FILES}")
-PROVIDER = Stage("provider_tests", "unit/provider", "*")
-LIBRARY = Stage("provider_system_test", "system/provider", f"-{SLOW_LOCK}")
-ROUND_TRIP = Stage("settings_tests", "unit/settings", f"{SOME_SEEDS}:{HUGE_FILES}")
-LONG_WAIT = Stage("provider_system_test", "system/provider", SLOW_LOCK)
-ALL_STAGES = [RECORDS, PROVIDER, LIBRARY, ROUND_TRIP, LONG_WAIT]
-
-UNCHANGED = mutations.Mutation("provider/CVELTARO_ToolServiceLogger.cpp", "nothing is changed", "void* create() {",
-                               "void* create() {")
+UNCHANGED = mutations.Mutation("provider/CVELTARO_ToolServiceLogger.cpp", "nothing is changed",
+                               "void* create() {", "void* create() {")
 
 
 class Outcome(NamedTuple):
@@ -57,36 +41,27 @@ class Outcome(NamedTuple):
     seconds: float
 
 
-def stages_of(mutation):
-    """The stages that may notice the change, the quick and likely ones first."""
-    if mutation is UNCHANGED:
-        return ALL_STAGES
-    if mutation.file.startswith("provider/"):
-        return [PROVIDER, LIBRARY]
-    if mutation.file == "settings/LockFile.cpp":
-        return [PROVIDER, LIBRARY, LONG_WAIT]
-    return [RECORDS, PROVIDER, LIBRARY, ROUND_TRIP]
-
-
-def test(mutation, tree):
+def test(mutation, stages_to_try, tree):
     """The test that notices the change; empty when none does. ValueError when it does not build."""
     with tree.changed(mutation):
-        for stage in stages_of(mutation):
-            if not tree.build([stage.target, "kzmp_VELTARO_ToolServiceLogger"]
-                              if stage.target == LIBRARY.target else [stage.target]):
+        for stage in stages_to_try:
+            if not tree.build([stage.target]):
                 raise ValueError("it does not build")
-            failing = tree.failing_test(f"tests/{stage.folder}/{stage.target}", stage.tests)
+            program = f"tests/{stage.folder}/{stage.target}"
+            failing = tree.failing_test(program, stage.tests)
+            if failing is not None and mutation is UNCHANGED:
+                failing = tree.failing_test(program, stage.tests)  # not by chance, on a busy machine
             if failing is not None:
                 return failing
     return ""
 
 
-def outcome_of(mutation, trees):
+def outcome_of(mutation, stages_to_try, trees):
     tree = trees.get()
     start = time.monotonic()
     noticed, problem = "", ""
     try:
-        noticed = test(mutation, tree)
+        noticed = test(mutation, stages_to_try, tree)
     except ValueError as error:
         problem = str(error)
     finally:
@@ -100,7 +75,11 @@ def verdict(outcome):
         return "BROKEN   " + outcome.problem, False
     if outcome.mutation is UNCHANGED:
         return ("FAILS    " + outcome.test, False) if outcome.test else ("passes", True)
-    return (outcome.test, True) if outcome.test else ("SURVIVES", False)
+    accepted = outcome.mutation.accepted
+    if outcome.test:
+        return (f"NOTICED  {outcome.test}: take it off the accepted ones", False) if accepted else (
+            outcome.test, True)
+    return ("accepted: " + accepted, True) if accepted else ("SURVIVES", False)
 
 
 def show(outcome):
@@ -112,9 +91,12 @@ def show(outcome):
 def run(chosen, trees, workers):
     """The outcomes, shown as they come; after a failure of the unchanged tree no further ones."""
     outcomes = []
+    of = {mutation: stages.stages_of(mutation.file) for mutation in chosen}
+    of[UNCHANGED] = list(dict.fromkeys(stage for tried in of.values() for stage in tried))
     pool = concurrent.futures.ThreadPoolExecutor(workers)
     try:
-        running = [pool.submit(outcome_of, mutation, trees) for mutation in [UNCHANGED, *chosen]]
+        running = [pool.submit(outcome_of, mutation, of[mutation], trees)
+                   for mutation in [UNCHANGED, *chosen]]
         for task in concurrent.futures.as_completed(running):
             outcomes.append(task.result())
             if not show(outcomes[-1]) and outcomes[-1].mutation is UNCHANGED:
@@ -124,15 +106,57 @@ def run(chosen, trees, workers):
     return outcomes
 
 
-def prepare(folder, workers):
-    trees = [WorkTree(folder / f"worker{number}") for number in range(workers)]
-    targets = sorted({stage.target for stage in ALL_STAGES})
-    with concurrent.futures.ThreadPoolExecutor(workers) as pool:
-        list(pool.map(lambda tree: tree.prepare(TREE, targets), trees))
+def prepare(folder, chosen, workers):
+    """Trees to work in. Where all can be seen at one place, one is built and the others copied."""
+    targets = stages.targets_of(stage for mutation in chosen
+                                for stage in stages.stages_of(mutation.file))
+    shared = folder / "tree"
+    is_shared = work_tree.can_share_a_place()
+    shared.mkdir(parents=True, exist_ok=True)
+    trees = []
+    for number in range(workers):
+        place = folder / f"worker{number}"
+        trees.append(work_tree.WorkTree(place, shared if is_shared else place))
+    for number, tree in enumerate(trees):
+        if number == 0 or not is_shared:
+            tree.prepare(TREE, targets, workers)
+        else:
+            tree.copy(trees[0])
     free = queue.SimpleQueue()
     for tree in trees:
         free.put(tree)
     return free
+
+
+def show_table(outcomes):
+    counts = collections.defaultdict(collections.Counter)
+    for outcome in outcomes:
+        if outcome.mutation is not UNCHANGED and not outcome.problem:
+            kind = "noticed" if outcome.test else "accepted" if outcome.mutation.accepted else "survived"
+            for folder in (outcome.mutation.folder(), "all"):
+                counts[folder].update(["tried", kind])
+    columns = ["tried", "noticed", "survived", "accepted"]
+    print(f"{'':12}" + "".join(f"{column:>10}" for column in columns))
+    for folder in sorted(counts, key=lambda name: (name == "all", name)):
+        print(f"{folder:12}" + "".join(f"{counts[folder][column]:10}" for column in columns))
+
+
+def choose(arguments):
+    all_mutations = mutations.load(TREE)
+    if arguments.sample:
+        chosen = choice.sample(all_mutations, TREE)
+        print(f"{len(chosen)} of {len(all_mutations)} changes, by the commit and what the last day's "
+              "commits touched. All of them: ./run mutants")
+    else:
+        chosen = choice.share(all_mutations, *arguments.share)
+    return [mutation for mutation in chosen if re.search(arguments.only, mutation.name())]
+
+
+def parse_share(text):
+    part, parts = (int(number) for number in text.split("/"))
+    if not 1 <= part <= parts:
+        raise ValueError
+    return part, parts
 
 
 def parse_arguments():
@@ -140,19 +164,36 @@ def parse_arguments():
     parser.add_argument("folder", type=pathlib.Path, help="where to work, in a build folder")
     parser.add_argument("--only", default="", metavar="REGEX",
                         help="only the changes whose file and meaning this finds")
+    which = parser.add_mutually_exclusive_group()
+    which.add_argument("--share", type=parse_share, default=(1, 1), metavar="K/N",
+                       help="only the K-th of N parts")
+    which.add_argument("--sample", action="store_true",
+                       help="only a part that differs from commit to commit, and some of what the "
+                            "last day's commits touched")
+    parser.add_argument("--list", action="store_true", help="print the changes, try none")
     parser.add_argument("--workers", type=int, default=2, help="how many at once (2)")
     return parser.parse_args()
 
 
 def main():
     arguments = parse_arguments()
+    signal.signal(signal.SIGTERM, signal.default_int_handler)  # what runs is ended first
     resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
-    chosen = mutations.load(arguments.only)
+    try:
+        chosen = choose(arguments)
+    except ValueError as error:
+        sys.exit(f"{error}")
+    if arguments.list:
+        print("\n".join(mutation.name() for mutation in chosen))
+        return 0
     start = time.monotonic()
-    trees = prepare(arguments.folder.resolve(), arguments.workers)
+    trees = prepare(arguments.folder.resolve(), chosen, arguments.workers)
     print(f"Built in {time.monotonic() - start:.0f} s", flush=True)
     outcomes = run(chosen, trees, arguments.workers)
     bad = [outcome for outcome in outcomes if not verdict(outcome)[1]]
+    show_table(outcomes)
+    for outcome in bad:
+        print(f"{outcome.mutation.name()}\n         {verdict(outcome)[0]}")
     seconds = time.monotonic() - start
     print(f"{len(chosen)} changes in {seconds:.0f} s, {len(bad)} without a good result")
     return 0 if chosen and not bad else 1

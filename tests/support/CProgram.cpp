@@ -138,6 +138,10 @@ CProgram::RunOnTerminal(const std::function<void(const std::string&)>& seen) con
 
 void CProgram::Execute() const {
     std::signal(SIGPIPE, m_bIgnorePipeSignal ? SIG_IGN : SIG_DFL);
+    // However the tests were started: in the background some of these are ignored.
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        std::signal(number, SIG_DFL);
+    }
     if (m_bRedirected) {
         close(STDOUT_FILENO);
         if (!m_sOutputFile.empty()) {

@@ -54,7 +54,10 @@ void WriteScript(const std::string& path, const std::string& text) {
 
 CTestRoot::CTestRoot() {
     umask(022);
-    fs::remove_all(Path(""));
+    fs::create_directories(Path(""));
+    for (const fs::directory_entry& entry : fs::directory_iterator(Path(""))) {
+        fs::remove_all(entry); // the root itself may be a mount point
+    }
     for (const char* folder :
          {"/bin", "/etc/opt/veltaro/ardenvale", "/opt/veltaro/agent",
           "/opt/veltaro/kzm/provider/device", "/opt/veltaro/kzm/provider/tmp/Logger",

@@ -1,14 +1,14 @@
 // The editor of agent.cfg. The input is a record, of which the switches count, then the file.
 
-#include "loggerctl/record/CMemoryFile.h"
 #include "tests/fuzz/support/CAgentFormat.h"
+#include "tests/fuzz/support/CFileInMemory.h"
 #include "tests/fuzz/support/CProperty.h"
 #include "tests/fuzz/support/FuzzTarget.h"
 
 namespace {
 
 void RequireReadBack(const Lines& lines, const CLoggerConf& conf) {
-    const CMemoryFile file("agent.cfg", CInput::Join(lines));
+    const CFileInMemory file("agent.cfg", CInput::Join(lines));
     std::ifstream stream(file.Path());
     const CLoggerSyslogOutputConf read(&stream);
     CProperty::Require(read.m_iStatus == 0, "what was written can be read");

@@ -1,13 +1,13 @@
 // The reader of agent.cfg. The input is the file.
 
-#include "loggerctl/record/CMemoryFile.h"
 #include "tests/fuzz/support/CAgentFormat.h"
+#include "tests/fuzz/support/CFileInMemory.h"
 #include "tests/fuzz/support/CProperty.h"
 #include "tests/fuzz/support/FuzzTarget.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const CInput input(data, size, 1);
-    const CMemoryFile file("agent.cfg", input.Section(0));
+    const CFileInMemory file("agent.cfg", input.Section(0));
     std::ifstream stream(file.Path());
     const CLoggerSyslogOutputConf read(&stream);
     const CAgentFormat::Reading wanted = CAgentFormat::Read(CInput::Split(input.Section(0)));

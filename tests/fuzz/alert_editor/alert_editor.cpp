@@ -1,7 +1,7 @@
 // The editor of alert.cfg. The input is what the mount command prints, a record, then the file.
 
-#include "loggerctl/record/CMemoryFile.h"
 #include "tests/fuzz/support/CAlertFormat.h"
+#include "tests/fuzz/support/CFileInMemory.h"
 #include "tests/fuzz/support/CMountFormat.h"
 #include "tests/fuzz/support/CMountOutput.h"
 #include "tests/fuzz/support/CProperty.h"
@@ -22,7 +22,7 @@ void RequireEqual(const Record& read, const Record& written) {
 }
 
 void RequireReadBack(const Lines& lines, const CLoggerConf& conf) {
-    const CMemoryFile file("alert.cfg", CInput::Join(lines));
+    const CFileInMemory file("alert.cfg", CInput::Join(lines));
     std::ifstream stream(file.Path());
     RequireEqual(CLoggerUsageMonitorConf(&stream, "CPU"),
                  conf.m_UsageMonitorConf[CLoggerConf::kCpu]);

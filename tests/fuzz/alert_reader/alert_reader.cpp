@@ -1,8 +1,8 @@
 // The readers of alert.cfg and of the mount table. The input is what the mount command prints, then
 // the file.
 
-#include "loggerctl/record/CMemoryFile.h"
 #include "tests/fuzz/support/CAlertFormat.h"
+#include "tests/fuzz/support/CFileInMemory.h"
 #include "tests/fuzz/support/CMountFormat.h"
 #include "tests/fuzz/support/CMountOutput.h"
 #include "tests/fuzz/support/CProperty.h"
@@ -56,7 +56,7 @@ void CheckMountTable(const std::string& mount) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const CInput input(data, size, 2);
     const Lines lines = CInput::Split(input.Section(kAlert));
-    const CMemoryFile file("alert.cfg", input.Section(kAlert));
+    const CFileInMemory file("alert.cfg", input.Section(kAlert));
     std::ifstream stream(file.Path());
 
     CMountOutput::Set(input.Section(kMount));

@@ -1,28 +1,32 @@
 #include "tests/fuzz/support/CAgentFormat.h"
 
+#include <string_view>
+#include <utility>
+
 using std::string;
 
 namespace {
 
-constexpr std::array<const char*, 4> kKeys{"SyslogOutput", "InformationAlert", "WarningAlert",
-                                           "ObstacleAlert"};
+constexpr std::array<std::string_view, 4> kKeys{"SyslogOutput", "InformationAlert", "WarningAlert",
+                                                "ObstacleAlert"};
 
-// Where the value word of a key begins and what it is; empty when the line gives it none.
+// Where the value word of a key begins and what it is, in the line; empty when the line gives it
+// none.
 struct Value {
     string::size_type m_begin;
-    string m_sWord;
+    std::string_view m_sWord;
 };
 
-Value ValueOf(const string& line, const string& key) {
+Value ValueOf(const string& line, std::string_view key) {
     string::size_type begin = CFileFormat::ValueBegin(line, key).value_or(line.size());
     while (begin < line.size() && line[begin] == ' ') {
         ++begin;
     }
-    const string behind = line.substr(begin);
+    const std::string_view behind = std::string_view(line).substr(begin);
     return {begin, behind.substr(0, behind.find(' '))};
 }
 
-bool IsSwitch(const string& word) {
+bool IsSwitch(std::string_view word) {
     return word == "True" || word == "False";
 }
 
@@ -44,7 +48,7 @@ CAgentFormat::Reading CAgentFormat::Read(const Lines& lines) {
         if (key == kKeys.size()) {
             continue;
         }
-        const string word = ValueOf(line, kKeys[key]).m_sWord;
+        const std::string_view word = ValueOf(line, kKeys[key]).m_sWord;
         if (!IsSwitch(word)) {
             isGood = false;
             break;
@@ -59,24 +63,24 @@ CAgentFormat::Reading CAgentFormat::Read(const Lines& lines) {
 
 std::optional<EditedLines> CAgentFormat::Edit(const Lines& lines, const Switches& switches) {
     EditedLines edited;
+    edited.reserve(lines.size());
     Switches isWritten{};
     for (const string& line : lines) {
         CEditedLine now{line, false};
         for (std::size_t key = 0; key < kKeys.size(); ++key) {
-            const string word = ValueOf(now.m_sText, kKeys[key]).m_sWord;
+            const std::string_view word = ValueOf(now.m_sText, kKeys[key]).m_sWord;
             if (word.empty()) {
                 continue;
             }
             if (!IsSwitch(word)) {
                 return std::nullopt;
             }
-            const string::size_type first = now.m_sText.find(word);
-            now.m_sText = now.m_sText.substr(0, first) + CFileFormat::Word(switches[key]) +
-                          now.m_sText.substr(first + word.size());
+            now.m_sText.replace(now.m_sText.find(word), word.size(),
+                                CFileFormat::Word(switches[key]));
             now.m_bOwned = true;
             isWritten[key] = true;
         }
-        edited.push_back(now);
+        edited.push_back(std::move(now));
     }
     const bool isComplete = isWritten == Switches{true, true, true, true};
     return isComplete ? std::optional(edited) : std::nullopt;
@@ -85,7 +89,7 @@ std::optional<EditedLines> CAgentFormat::Edit(const Lines& lines, const Switches
 bool CAgentFormat::IsPlain(const Lines& lines) {
     for (const string& line : lines) {
         int values = 0;
-        for (const char* key : kKeys) {
+        for (const std::string_view key : kKeys) {
             const Value value = ValueOf(line, key);
             if (value.m_sWord.empty()) {
                 continue;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 using std::string;
 using Kind = CAlertLine::Kind;
@@ -167,6 +168,7 @@ std::optional<EditedLines> CAlertFormat::Edit(const Lines& lines, const CLoggerC
                                       {"FILESYSTEM=", 3, ListText(conf.m_FsUsageMonitorConf)}};
     const EditedLines block = Block(conf.m_FsUsageMonitorConf.m_FsThresholdConfList, Names(lines));
     EditedLines edited;
+    edited.reserve(lines.size());
     std::set<string> done;
     for (const string& text : lines) {
         if (CAlertLine(text).FileSystem().m_kind == Kind::kEntry) {
@@ -177,7 +179,7 @@ std::optional<EditedLines> CAlertFormat::Edit(const Lines& lines, const CLoggerC
         if (!Apply(changes, &line, &doneHere)) {
             return std::nullopt;
         }
-        edited.push_back(line);
+        edited.push_back(std::move(line));
         if (doneHere.count("FILESYSTEM=") != 0) {
             edited.insert(edited.end(), block.begin(), block.end());
         }
@@ -193,14 +195,16 @@ bool CAlertFormat::IsKept(const Lines& lines, const CLoggerConf& conf,
     for (const CLoggerFsThresholdConf& row : rows) {
         names.insert(row.m_sVolumeName);
     }
+    if (names.size() != rows.size() || names != std::set<string>(mounted.begin(), mounted.end())) {
+        return false;
+    }
     const std::set<string> oldNames = Names(lines);
     const bool canBeHeld = std::all_of(rows.begin(), rows.end(), [&](const auto& row) {
         const bool wouldBeMarked =
             row.m_bVolMonitoringEnable && row.m_sVolumeName.find("#KZM# ") != string::npos;
         return !IsWritten(row, oldNames) || (CanBeRead(row) && !wouldBeMarked);
     });
-    return IsPlain(lines) && canBeHeld && names.size() == rows.size() &&
-           names == std::set<string>(mounted.begin(), mounted.end());
+    return canBeHeld && IsPlain(lines);
 }
 
 bool CAlertFormat::IsStable(const Lines& lines, const CLoggerConf& conf) {

@@ -11,7 +11,7 @@ namespace {
 constexpr char kEntryKey[] = "FSNAME=";
 constexpr char kMarker[] = "#KZM# ";
 
-bool Contains(const string& text, const string& part) {
+bool Contains(const string& text, std::string_view part) {
     return text.find(part) != string::npos;
 }
 
@@ -30,9 +30,12 @@ bool TakeBetween(char open, char close, string* text, string* between) {
 
 } // namespace
 
-string CAlertLine::List(const string& key) const {
+string CAlertLine::List(std::string_view key) const {
     const auto begin = CFileFormat::ValueBegin(m_sLine, key);
-    string value = begin ? m_sLine.substr(*begin) : "";
+    if (!begin) {
+        return "";
+    }
+    string value = m_sLine.substr(*begin);
     string list;
     const bool isClosedFirst = value.find(')') < value.find('(');
     return !isClosedFirst && TakeBetween('(', ')', &value, &list) ? list : "";
@@ -95,10 +98,8 @@ CAlertLine::Entry CAlertLine::FileSystem() const {
 }
 
 bool CAlertLine::HasListInFirstParentheses() const {
-    for (const char* key : {"CPU=", "MEMORY=", "FILESYSTEM="}) {
-        if (!List(key).empty() && m_sLine.find_first_of("()") < m_sLine.find('=')) {
-            return false;
-        }
+    if (m_sLine.find_first_of("()") >= m_sLine.find('=')) {
+        return true;
     }
-    return true;
+    return List("CPU=").empty() && List("MEMORY=").empty() && List("FILESYSTEM=").empty();
 }

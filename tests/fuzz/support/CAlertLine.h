@@ -3,15 +3,18 @@
 #include <cstdint>
 #include <list>
 #include <string>
+#include <string_view>
 
-// What one line of alert.cfg says, stated plainly and apart from the product.
+// What one line of alert.cfg says, stated plainly and apart from the product. The line must outlive
+// the object.
 class CAlertLine {
 public:
     explicit CAlertLine(const std::string& line) : m_sLine(line) {}
+    explicit CAlertLine(std::string&&) = delete;
 
     // The text of the key's value list, which stands in the first parentheses behind the "=";
     // empty when the line gives the key none.
-    [[nodiscard]] std::string List(const std::string& key) const;
+    [[nodiscard]] std::string List(std::string_view key) const;
     // Its fields, between commas.
     static std::list<std::string> Fields(const std::string& list);
     // A field as a switch: "True" anywhere in it means on, else "False" off, else it stays.
@@ -35,5 +38,5 @@ public:
     [[nodiscard]] bool HasListInFirstParentheses() const;
 
 private:
-    std::string m_sLine;
+    const std::string& m_sLine;
 };

@@ -4,14 +4,13 @@
 
 using std::string;
 
-std::optional<string::size_type> CFileFormat::ValueBegin(const string& line, const string& key) {
+std::optional<string::size_type> CFileFormat::ValueBegin(const string& line, std::string_view key) {
     const string::size_type position = line.find(key);
     if (position == string::npos) {
         return std::nullopt;
     }
-    const string head = line.substr(0, position);
     const string::size_type equals = line.find('=', position);
-    if (head.find_first_of("#=") != string::npos || equals == string::npos) {
+    if (line.find_first_of("#=") < position || equals == string::npos) {
         return std::nullopt;
     }
     return equals + 1;

@@ -1,6 +1,7 @@
 #include "tests/fuzz/support/CInput.h"
 
 #include <algorithm>
+#include <utility>
 
 using std::string;
 
@@ -11,7 +12,7 @@ constexpr char kSeparator[] = "\n%%\n";
 // Takes words off the front of a line.
 class CWords {
 public:
-    explicit CWords(const string& line) : m_sRest(line) {}
+    explicit CWords(string line) : m_sLine(std::move(line)) {}
 
     bool Switch() { return Word() == "+"; }
 
@@ -28,19 +29,23 @@ public:
     }
 
     string Word() {
-        const string::size_type end = m_sRest.find(' ');
-        string word = m_sRest.substr(0, end);
-        m_sRest = end == string::npos ? "" : m_sRest.substr(end + 1);
-        return word;
+        const string::size_type begin = m_begin;
+        const string::size_type end = std::min(m_sLine.find(' ', begin), m_sLine.size());
+        m_begin = std::min(end + 1, m_sLine.size());
+        return m_sLine.substr(begin, end - begin);
     }
 
-    [[nodiscard]] const string& Rest() const { return m_sRest; }
+    [[nodiscard]] string Rest() const { return m_sLine.substr(m_begin); }
 
 private:
-    string m_sRest;
+    string m_sLine;
+    string::size_type m_begin = 0;
 };
 
 string Unescaped(const string& text) {
+    if (text.find('\\') == string::npos) {
+        return text;
+    }
     string name;
     for (string::size_type i = 0; i < text.size(); ++i) {
         const string pair = text.substr(i, 2);
@@ -55,7 +60,7 @@ string TakeLine(Lines* lines) {
     if (lines->empty()) {
         return "";
     }
-    string line = lines->front();
+    string line = std::move(lines->front());
     lines->pop_front();
     return line;
 }
@@ -70,13 +75,16 @@ void ReadSampling(CWords* words, Monitor* monitor) {
 } // namespace
 
 CInput::CInput(const std::uint8_t* data, std::size_t size, std::size_t sections) {
-    string rest(data, data + size);
+    constexpr std::size_t kLength = sizeof(kSeparator) - 1;
+    const string text(data, data + size);
+    string::size_type begin = 0;
+    m_sections.reserve(sections);
     while (m_sections.size() + 1 < sections) {
-        const string::size_type end = rest.find(kSeparator);
-        m_sections.push_back(rest.substr(0, end));
-        rest = end == string::npos ? "" : rest.substr(end + sizeof(kSeparator) - 1);
+        const string::size_type end = std::min(text.find(kSeparator, begin), text.size());
+        m_sections.push_back(text.substr(begin, end - begin));
+        begin = std::min(end + kLength, text.size());
     }
-    m_sections.push_back(rest);
+    m_sections.push_back(text.substr(begin));
 }
 
 CLoggerConf CInput::Conf(std::size_t index) const {
@@ -94,8 +102,8 @@ CLoggerConf CInput::Conf(std::size_t index) const {
     }
     CWords fileSystems(TakeLine(&lines));
     ReadSampling(&fileSystems, &conf.m_FsUsageMonitorConf);
-    for (const string& line : lines) {
-        CWords words(line);
+    for (string& line : lines) {
+        CWords words(std::move(line));
         const bool enable = words.Switch();
         const auto threshold = static_cast<std::int32_t>(words.Number());
         conf.m_FsUsageMonitorConf.m_FsThresholdConfList.emplace_back(Unescaped(words.Rest()),

@@ -124,4 +124,12 @@ TEST_F(Get, ShowsHelpAndVersion) {
     CGolden::Expect("version", CProgram({"--version"}).Run());
 }
 
+TEST_F(Get, ShowsTheTablesOfSeveralGroups) {
+    const CProgram::Result result = CProgram({"get", "syslog", "memory"}).Run();
+    EXPECT_EQ(result.m_iExitCode, 0) << result.m_sError;
+    EXPECT_NE(result.m_sOutput.find("Syslog output"), std::string::npos) << result.m_sOutput;
+    EXPECT_NE(result.m_sOutput.find("Memory"), std::string::npos) << result.m_sOutput;
+    EXPECT_EQ(result.m_sOutput.find("CPU"), std::string::npos) << result.m_sOutput;
+}
+
 } // namespace

@@ -43,6 +43,14 @@ TEST_F(HistoryCommand, ListsTheNewestFirst) {
     CGolden::Expect("history-json", RunTool({"history", "--json"}));
 }
 
+TEST_F(HistoryCommand, TellsWhoAskedForAChange) {
+    Add(kOlder, "x\nuser=root\nsudo=alice\x1B[2J\nfrom=192.0.2.7", SampleHistory::kAgentConfig,
+        CTestRoot::kAlertConfig);
+    Add(kNewer, "y\nuser=m\xFFx", SampleHistory::kAgentConfig, CTestRoot::kAlertConfig);
+    CGolden::Expect("history-origin", RunTool({"history"}));
+    CGolden::Expect("history-origin-json", RunTool({"history", "--json"}));
+}
+
 TEST_F(HistoryCommand, SaysThatAnEntryIsAsTheFilesAreNow) {
     Add(kOlder, "x", CTestRoot::kAgentConfig, CTestRoot::kAlertConfig);
     CGolden::Expect("history-same", RunTool({"history"}));
@@ -79,6 +87,20 @@ TEST_F(HistoryCommand, ShowsAnotherMode) {
     const std::string owner =
         "owner " + std::to_string(geteuid()) + ", group " + std::to_string(getegid());
     EXPECT_EQ(result.m_sOutput, "agent.cfg: " + owner + ", mode 0644 -> " + owner + ", mode 0600\n")
+        << result.m_sError;
+}
+
+TEST_F(HistoryCommand, ShowsAnotherOwnerAndGroup) {
+    Add(kOlder, "x", CTestRoot::kAgentConfig, CTestRoot::kAlertConfig);
+    constexpr uid_t kOtherOwner = 1;
+    constexpr gid_t kOtherGroup = 2;
+    if (chown(KzmPaths::kAlertConfig, kOtherOwner, kOtherGroup) != 0) {
+        GTEST_SKIP() << "this user cannot give files away";
+    }
+    const CProgram::Result result = RunTool({"diff"});
+    EXPECT_EQ(result.m_sOutput, "alert.cfg: owner " + std::to_string(geteuid()) + ", group " +
+                                    std::to_string(getegid()) +
+                                    ", mode 0644 -> owner 1, group 2, mode 0644\n")
         << result.m_sError;
 }
 

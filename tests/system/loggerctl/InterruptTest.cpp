@@ -3,6 +3,7 @@
 
 #include "KzmPaths.h"
 #include "tests/support/CTempFile.h"
+#include "tests/support/FindHost.h"
 #include "tests/support/ProviderLockFile.h"
 #include "tests/support/SampleConf.h"
 #include "tests/support/TableTest.h"
@@ -11,6 +12,7 @@
 #include "tests/system/loggerctl/SetSupport.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -31,7 +33,8 @@ constexpr char kFinished[] = "loggerctl: Interrupted: what has begun is finished
 void RunAt(const std::string& command, const std::string& code) {
     WriteFile(CTestRoot::Path("/opt/veltaro/agent/vendor-command"),
               "#!/bin/sh\necho \"$1\" >> " + CTestRoot::Path("/opt/veltaro/agent/vendor-calls") +
-                  "\nif [ \"$1\" = " + command + " ]; then " + code + "; fi\nexit 0\n");
+                  "\n" + kFindHost + "\nif [ \"$1\" = " + command + " ]; then " + code +
+                  "; fi\nexit 0\n");
 }
 
 // Whether a process has this command line, in which blanks stand for the ends of words.
@@ -47,6 +50,9 @@ bool IsRunning(const std::string& commandLine) {
     }
     return false;
 }
+
+// Not to be taken for that of another test program.
+const std::string kOwnSleep = "sleep 4711." + std::to_string(getpid());
 
 struct Row {
     const char* name;
@@ -69,7 +75,7 @@ protected:
 
 TEST_P(Interrupt, LetsWhatHasBegunComeToItsEnd) {
     const Row& row = GetParam();
-    RunAt(row.m_command, std::string("kill -") + row.m_signal + " $PPID; sleep 0.3");
+    RunAt(row.m_command, std::string("kill -") + row.m_signal + " $host; sleep 0.3");
     const CProgram::Result result = CProgram(row.m_arguments).Run();
     EXPECT_EQ(result.m_iExitCode, 0) << result.m_sError;
     EXPECT_NE(result.m_sError.find(kFinished), std::string::npos) << result.m_sError;
@@ -95,7 +101,7 @@ INSTANTIATE_TEST_SUITE_P(Once, Interrupt, testing::ValuesIn(kRows),
 // At Ctrl-C in a pipeline the reader of the line that says so has gone already.
 TEST(InterruptOnce, FinishesWithoutAReaderOfItsErrors) {
     const CTestRoot root;
-    RunAt("ServiceStop", "sleep 0.3; kill -INT $PPID; sleep 0.3");
+    RunAt("ServiceStop", "sleep 0.3; kill -INT $host; sleep 0.3");
     CProgram program({"set", "cpu.threshold=95"});
     program.SetWrapper({"/bin/bash", "-c", "exec \"$@\" 2> >(:)", "bash"});
     EXPECT_EQ(program.Run().m_iExitCode, 0);
@@ -106,7 +112,7 @@ TEST(InterruptOnce, FinishesWithoutAReaderOfItsErrors) {
 // A connection that breaks hangs up twice: the shell does, and the terminal when the shell ends.
 TEST(InterruptOnce, FinishesHoweverOftenItIsHungUp) {
     const CTestRoot root;
-    RunAt("ServiceStop", "kill -HUP $PPID; sleep 0.6; kill -HUP $PPID; sleep 0.6");
+    RunAt("ServiceStop", "kill -HUP $host; sleep 0.6; kill -HUP $host; sleep 0.6");
     EXPECT_EQ(RunSet({"cpu.threshold=95"}).m_iExitCode, 0);
     EXPECT_EQ(root.VendorCalls().back(), "ServiceStart");
 }
@@ -124,12 +130,12 @@ class InterruptTwice : public Interrupt {};
 
 TEST_P(InterruptTwice, GivesUpAndSaysWhatTheHostIsLeftWith) {
     const Row& row = GetParam();
-    RunAt(row.m_command, std::string("kill -") + row.m_signal + " $PPID; sleep 0.6; kill -" +
-                             row.m_signal + " $PPID; exec sleep 4711");
+    RunAt(row.m_command, std::string("kill -") + row.m_signal + " $host; sleep 0.6; kill -" +
+                             row.m_signal + " $host; exec " + kOwnSleep);
     const Clock::time_point begin = Clock::now();
     CProgram::Result result = CProgram(row.m_arguments).Run();
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(10));
-    EXPECT_FALSE(IsRunning("sleep 4711"));
+    EXPECT_FALSE(IsRunning(kOwnSleep));
     EXPECT_TRUE(IsLockFree());
     result.m_sError = SampleHistory::WithoutNewIds(result.m_sError);
     CGolden::Expect(std::string("interrupt-twice-") + row.name, result);
@@ -152,11 +158,13 @@ INSTANTIATE_TEST_SUITE_P(Twice, InterruptTwice, testing::ValuesIn(kTwiceRows), [
 TEST(InterruptTwiceOnly, EndsAChangeThatHangs) {
     const CTestRoot root;
     const std::string pipe = CTestRoot::Path("/bin/mount.output");
-    // In the end the mount command is let go of, which the tool leaves behind.
+    // When the tool has ended, the mount command is let go of, which it leaves behind.
+    const std::string untilItHasEnded =
+        "for n in $(seq 300); do read -r id name state rest < /proc/$host/stat && "
+        "[ $state != Z ] || break; sleep 0.1; done; ";
     RunAt("ServiceStop", "rm " + pipe + "; mkfifo " + pipe +
-                             "; (sleep 0.3; kill -INT $PPID; sleep 0.6; kill -INT $PPID; sleep 6; "
-                             ": > " +
-                             pipe + ") & true");
+                             "; (sleep 0.3; kill -INT $host; sleep 0.6; kill -INT $host; " +
+                             untilItHasEnded + ": > " + pipe + ") & true");
     const CProgram::Result result = RunSet({"cpu.threshold=95"});
     EXPECT_EQ(result.m_iExitCode, 4) << result.m_sError;
     EXPECT_NE(result.m_sError.find("given up while it was under way"), std::string::npos)
@@ -185,7 +193,7 @@ TEST(InterruptByAPipe, DoesNotEndAChange) {
 TEST(InterruptTwiceOnly, DoesNotWaitForTheStatusOfTheService) {
     const CTestRoot root;
     SetVendorCommand("ServiceStatus", "/bin/sleep 20");
-    RunAt("ServiceStop", "trap '' TERM; kill -INT $PPID; sleep 0.6; kill -INT $PPID; sleep 20");
+    RunAt("ServiceStop", "trap '' TERM; kill -INT $host; sleep 0.6; kill -INT $host; sleep 20");
     const Clock::time_point begin = Clock::now();
     const CProgram::Result result = RunSet({"cpu.threshold=95"});
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(7));
@@ -196,7 +204,7 @@ TEST(InterruptTwiceOnly, DoesNotWaitForTheStatusOfTheService) {
 
 TEST(InterruptBefore, EndsTheCommandAtOnce) {
     const CTestRoot root;
-    RunAt("CheckInstall", "kill -INT $PPID; sleep 1");
+    RunAt("CheckInstall", "kill -INT $host; sleep 1");
     EXPECT_EQ(RunSet({"cpu.threshold=95"}).m_iExitCode, 128 + 2);
     EXPECT_EQ(ReadFile(KzmPaths::kAlertConfig), CTestRoot::kAlertConfig);
     EXPECT_TRUE(IsLockFree());

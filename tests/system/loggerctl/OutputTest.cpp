@@ -46,6 +46,33 @@ TEST_F(Output, ThatFindsNoRoomIsAFailure) {
               "loggerctl: The output cannot be written: No space left on device.\n");
 }
 
+// Every command says it in the same way, whatever it would have said.
+TEST_F(Output, OfEveryCommandThatFindsNoRoomIsAFailure) {
+    const CProgram::Words commands[] = {
+        {"--version"},
+        {"set", "--help"},
+        {"get", "cpu.count"},
+        {"get", "--json"},
+        {"set", "cpu.threshold=90"},
+        {"set", "--dry-run", "cpu.threshold=95"},
+        {"history"},
+        {"history", "--json"},
+        {"service", "stop"},
+        {"--format=json", "get"},
+        {"--format=json", "get", "no.such"},
+    };
+    for (const CProgram::Words& words : commands) {
+        SCOPED_TRACE(words.back());
+        CProgram program(words);
+        program.RedirectOutput("/dev/full");
+        const CProgram::Result result = program.Run();
+        EXPECT_EQ(result.m_iExitCode, 4);
+        EXPECT_NE(result.m_sError.find("The output cannot be written: No space left on device."),
+                  std::string::npos)
+            << result.m_sError;
+    }
+}
+
 TEST_F(Output, ThatIsClosedIsAFailure) {
     m_program.RedirectOutput("");
     const CProgram::Result result = m_program.Run();

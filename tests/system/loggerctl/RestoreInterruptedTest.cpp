@@ -3,6 +3,7 @@
 #include "KzmPaths.h"
 #include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
+#include "tests/support/FindHost.h"
 #include "tests/support/ProviderLockFile.h"
 #include "tests/support/TableTest.h"
 #include "tests/system/loggerctl/CGolden.h"
@@ -116,7 +117,7 @@ TEST_P(Interrupted, EndsWellWhenItIsRunAgain) {
 
 const Row kChangingCalls[] = {
     {"fsync"},     {"renameat"}, {"unlinkat"},           {"mkdirat"}, {"fchmod"}, {"write"},
-    {"utimensat"}, {"flock"},    {"vfork,clone,clone3"}, {"waitid"}};
+    {"utimensat"}, {"flock"},    {"vfork,clone,clone3"}, {"futex"}};
 
 std::string NameOf(const testing::TestParamInfo<Row>& info) {
     std::string name = info.param.name;
@@ -215,7 +216,8 @@ TEST(InterruptedRestore, IsTakenUpWithoutAnId) {
     AddBoth();
     const std::string script = CTestRoot::Path("/opt/veltaro/agent/vendor-command");
     const std::string good = ReadFile(script);
-    WriteFile(script, "#!/bin/sh\n[ \"$1\" = ServiceStart ] && kill -9 $PPID\nexit 0\n");
+    WriteFile(script, std::string("#!/bin/sh\n") + kFindHost +
+                          "\n[ \"$1\" = ServiceStart ] && kill -9 $host\nexit 0\n");
     EXPECT_EQ(CProgram({"restore", kOlder}).Run().m_iExitCode, kKilled);
     ExpectRestored();
     WriteFile(script, good);

@@ -1,6 +1,7 @@
 // "loggerctl service": what it says, what it runs, and how it fails.
 
 #include "KzmPaths.h"
+#include "providerbase/CCommandRunner.h"
 #include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/ProviderLockFile.h"
@@ -58,6 +59,10 @@ const Row kRows[] = {
      "status",
      {"CheckInstall", "ServiceStatus"}},
     {"status_not_described", Nothing, "status", {"CheckInstall"}},
+    {"status_timed_out", // the answer in place of a command that took too long
+     [](const CTestRoot&) { AddRecordedStatus(CCommandRunner::kTimedOut); },
+     "status",
+     {"CheckInstall", "ServiceStatus"}},
     {"status_not_run",
      [](const CTestRoot&) { AddStatusCommand("/no/such/program"); },
      "status",

@@ -1,6 +1,7 @@
 #include "history/CCallerLock.h"
 
 #include "KzmPaths.h"
+#include "tests/support/CFailingCall.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/CWithoutFilePrivileges.h"
 #include "tests/support/TableTest.h"
@@ -169,10 +170,10 @@ TEST_F(CallerLock, MakesItsFileForItsOwnerAlone) {
         ASSERT_EQ(stat(KzmPaths::kCallerLock, &status), 0);
         EXPECT_EQ(status.st_mode, S_IFREG | 0600U);
         EXPECT_EQ(status.st_size, 0);
-    }
-    for (const std::string& folder : {CTestRoot::Path("/var"), Folder()}) {
-        ASSERT_EQ(stat(folder.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode, S_IFDIR | 0755U) << folder;
+        for (const std::string& folder : {CTestRoot::Path("/var"), Folder()}) {
+            ASSERT_EQ(stat(folder.c_str(), &status), 0);
+            EXPECT_EQ(status.st_mode, S_IFDIR | 0755U) << folder;
+        }
     }
 }
 
@@ -557,6 +558,36 @@ TEST_F(CallerLock, GivesUpWhenTheLimitPassesBeforeItWaits) {
         kill(process, SIGKILL);
         waitpid(process, nullptr, 0);
     }
+}
+
+TEST_F(CallerLock, SaysWhyItCannotBeLocked) {
+    struct {
+        const char* call;
+        std::chrono::milliseconds limit;
+    } const rows[] = {{"flock", 0ms}, {"flock", kLong}, {"timer_create", kLong}};
+    for (const auto& row : rows) {
+        const CFailingCall failing(row.call, ENOLCK);
+        const auto lock = CCallerLock::Take(row.limit);
+        ASSERT_FALSE(lock);
+        EXPECT_FALSE(lock.error().m_busy);
+        EXPECT_EQ(lock.error().m_problem.m_text,
+                  std::string(KzmPaths::kCallerLock) + ": cannot be locked (No locks available).");
+    }
+}
+
+TEST_F(CallerLock, LeavesNoDescriptorBehind) {
+    const auto count = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    const auto before = count();
+    for (const char* call : {"", "open", "openat", "fstat", "flock"}) {
+        const CFailingCall failing(call, EIO);
+        CCallerLock::Take(0ms);
+    }
+    fs::remove(KzmPaths::kCallerLock);
+    fs::create_directory(KzmPaths::kCallerLock);
+    CCallerLock::Take(0ms);
+    EXPECT_EQ(count(), before);
 }
 
 } // namespace

@@ -84,7 +84,10 @@ TEST_F(SettingsCopy, TellsWhatDiffers) {
     EXPECT_EQ(before.DifferentNames(after), Names{"agent.cfg"});
     EXPECT_TRUE(before.HasSameTexts(after));
 
-    after.m_files[1].m_text += '\0';
+    after.m_files[1].m_text.back() = ' ';
+    EXPECT_FALSE(before.HasSameTexts(after));
+
+    after.m_files[1].m_text = before.m_files[1].m_text + '\0';
     EXPECT_EQ(before.DifferentNames(after), (Names{"agent.cfg", "alert.cfg"}));
     EXPECT_FALSE(before.HasSameTexts(after));
 }

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
+
 using namespace history;
 
 namespace {
@@ -65,10 +68,20 @@ const NextRow kNextRows[] = {
     {"First", "", "20261121-083000-001"},
     {"LaterSecond", "20261121-082959-004", "20261121-083000-001"},
     {"SameSecond", "20261121-083000-004", "20261121-083000-005"},
+    {"LastOfASecond", "20261121-083000-998", "20261121-083000-999"},
     {"FullSecond", "20261121-083000-999", "20261121-083001-001"},
     {"ClockSetBack", "20270101-000000-001", "20270101-000000-002"},
     {"ClockSetBackFullSecond", "20261231-235959-999", "20270101-000000-001"},
 };
 INSTANTIATE_TEST_SUITE_P(Rows, NextTest, testing::ValuesIn(kNextRows), RowName<NextRow>);
+
+TEST(HistoryId, IsTheSameInEveryTimeZone) {
+    ASSERT_EQ(setenv("TZ", "XXX-5", 1), 0);
+    tzset();
+    EXPECT_EQ(history::NextId(kTime, ""), "20261121-083000-001");
+    EXPECT_EQ(history::TimeOf("20261121-083000-001"), kTime);
+    unsetenv("TZ");
+    tzset();
+}
 
 } // namespace

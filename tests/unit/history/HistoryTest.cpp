@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -77,6 +78,7 @@ TEST_F(History, KeepsTheFilesWithWhatBelongsToThem) {
     EXPECT_EQ(ReadFile(Path(id + "/agent.cfg")), CTestRoot::kAgentConfig);
     EXPECT_EQ(ReadFile(Path(id + "/alert.cfg")), CTestRoot::kAlertConfig);
     EXPECT_EQ(ReadFile(Path(id + "/reason")), "first second\n");
+    EXPECT_EQ(ModeOf(Path(id + "/reason")), 0600U);
     const struct stat copy = StatusOf(Path(id + "/agent.cfg"));
     EXPECT_EQ(copy.st_uid, 12U);
     EXPECT_EQ(copy.st_gid, 34U);
@@ -286,6 +288,7 @@ TEST_F(History, LeavesForeignNamesAlone) {
     EXPECT_EQ(ReadFile(outside + "/agent.cfg"), "precious\n");
     EXPECT_EQ(ReadFile(Path("notes.txt")), "mine\n");
     EXPECT_EQ(ListedIds(), std::vector<std::string>{id});
+    EXPECT_GT(id, kNewer); // it goes by the clock, and not by a foreign name
 }
 
 TEST_F(History, KnowsNoEntryByAnotherName) {
@@ -406,5 +409,37 @@ const DangerRow kDangerRows[] = {
      "is not a folder. Move it away: the history's folder belongs there."},
 };
 INSTANTIATE_TEST_SUITE_P(Rows, DangerTest, testing::ValuesIn(kDangerRows), RowName<DangerRow>);
+
+TEST_F(History, TrustsAFolderOfRootsWhoeverRuns) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    ASSERT_EQ(seteuid(1234), 0);
+    const Expected<CDescriptor> folder = OpenSafeFolder("/proc", Absent::Allow, 0755);
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_TRUE(folder) << folder.error().m_text;
+}
+
+TEST_F(History, IsOpenForOneAtATime) {
+    const CDescriptor held = Must(OpenHistory(Absent::Make));
+    const CDescriptor other(open(KzmPaths::kHistoryFolder, O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(flock(other.Get(), LOCK_SH | LOCK_NB), -1);
+}
+
+TEST_F(History, LeavesNothingOpen) {
+    const auto countOpen = [] {
+        const fs::directory_iterator descriptors("/proc/self/fd");
+        return std::distance(begin(descriptors), end(descriptors));
+    };
+    const auto before = countOpen();
+    const std::string id = Save("x");
+    EXPECT_EQ(ListedIds().size(), 1U);
+    Must(history::Load(id));
+    EXPECT_FALSE(history::Load(kOlder));
+    Must(history::BeginRestore(id, Now(), {}));
+    EXPECT_FALSE(history::BeginRestore(kOlder, Now(), {}));
+    history::EndRestore();
+    EXPECT_EQ(countOpen(), before);
+}
 
 } // namespace

@@ -1,7 +1,9 @@
-// The process dies before each of its calls that change something on disk.
+// The process dies before each of its calls that change something on disk, or one of its calls
+// fails.
 
 #include "history/History.h"
 
+#include "tests/support/CFailingCall.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/TableTest.h"
 #include "tests/system/loggerctl/SampleHistory.h"
@@ -15,7 +17,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 
 using namespace history;
@@ -36,10 +40,10 @@ bool ChangesSomething(std::uint64_t call) {
     return false;
 }
 
-enum class End { Done, Killed, CannotTrace };
+enum class Ending { Done, Killed, CannotTrace };
 
 // Runs the function in another process, which dies before the n-th call that changes something.
-End RunUntilCall(int n, void (*function)()) {
+Ending RunUntilCall(int n, bool (*function)()) {
     const pid_t child = fork();
     if (child == 0) {
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
@@ -59,23 +63,26 @@ End RunUntilCall(int n, void (*function)()) {
         if (ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info) <= 0) {
             kill(child, SIGKILL);
             waitpid(child, &status, 0);
-            return End::CannotTrace;
+            return Ending::CannotTrace;
         }
         if (info.op == PTRACE_SYSCALL_INFO_ENTRY && ChangesSomething(info.entry.nr) && --n == 0) {
             kill(child, SIGKILL);
         }
     }
-    return WIFEXITED(status) ? End::Done : End::Killed;
+    return WIFEXITED(status) ? Ending::Done : Ending::Killed;
 }
 
 CSettingsCopy Now() {
     return Must(CSettingsCopy::OfNow(CSettingsCopy::Missing::Allow));
 }
 
+// The host's files, read before anything fails.
+CSettingsCopy present;
+
 struct CDyingRow {
     const char* name;
-    void (*before)();   // what has been done already
-    void (*function)(); // what dies
+    bool (*before)();   // what has been done already
+    bool (*function)(); // what dies or fails; whether it says that it did what it should
     bool mayForget;     // a restore that was pending before
     bool mayLackKept;   // a restore that is pending afterwards
 };
@@ -86,11 +93,12 @@ protected:
         fs::remove_all(KzmPaths::kHistoryFolder);
         Add(kOlder, "x", SampleHistory::kAgentConfig, SampleHistory::kAlertConfig);
         Add(kNewer, "y", "newer agent\n", "newer alert\n");
-        GetParam().before();
+        present = Now();
+        ASSERT_TRUE(GetParam().before());
     }
 
     static void ExpectWhole(const std::optional<CPendingRestore>& before) {
-        const auto pending = history::PendingRestore();
+        const auto pending = Must(history::PendingRestore());
         if (pending) {
             EXPECT_TRUE(history::Load(pending->m_id));
             EXPECT_TRUE(!pending->m_keptId.empty() || GetParam().mayLackKept);
@@ -112,7 +120,7 @@ protected:
         const CPendingRestore again = Must(history::BeginRestore(kOlder, Now(), {}));
         EXPECT_EQ(Must(history::Load(again.m_keptId)).DifferentNames(Now()),
                   std::vector<std::string>());
-        history::EndRestore();
+        EXPECT_TRUE(history::EndRestore());
         Must(history::Save(Now(), "x", {}));
         std::vector<std::string> listed;
         for (const history::CEntry& entry : Must(history::List())) {
@@ -125,14 +133,14 @@ protected:
 };
 
 TEST_P(DyingTest, LeavesWhatIsWhole) {
-    End end = End::Killed;
+    Ending end = Ending::Killed;
     int n = 1;
-    for (; end == End::Killed && n < kMostCalls; ++n) {
+    for (; end == Ending::Killed && n < kMostCalls; ++n) {
         SCOPED_TRACE("before call " + std::to_string(n));
         Prepare();
-        const auto before = history::PendingRestore();
+        const auto before = Must(history::PendingRestore());
         end = RunUntilCall(n, GetParam().function);
-        if (end == End::CannotTrace) {
+        if (end == Ending::CannotTrace) {
             GTEST_SKIP() << "system calls cannot be followed here";
         }
         ExpectWhole(before);
@@ -142,18 +150,115 @@ TEST_P(DyingTest, LeavesWhatIsWhole) {
     EXPECT_LT(n, kMostCalls);
 }
 
-void Nothing() {}
-void BeginOlder() {
-    Must(history::BeginRestore(kOlder, Now(), {}));
+// A failure leaves the copies that were there, and no other.
+TEST_P(DyingTest, LeavesWhatIsWholeWhenACallFails) {
+    const CNoSyncing quick;
+    for (const char* call : {"open", "openat", "fstat", "fdopendir", "read", "write", "fchmod",
+                             "futimens", "fsync", "flock", "mkdirat", "renameat", "unlinkat"}) {
+        bool isMet = true;
+        for (int n = 1; isMet && n < kMostCalls; ++n) {
+            SCOPED_TRACE(std::string(call) + " " + std::to_string(n));
+            Prepare();
+            const auto before = Must(history::PendingRestore());
+            const std::vector<history::CEntry> listed = Must(history::List());
+            bool isDone = false;
+            {
+                const CFailingCall failing(call, EIO, n);
+                isDone = GetParam().function();
+                isMet = CFailingCall::IsMet();
+            }
+            EXPECT_TRUE(isDone || isMet);
+            EXPECT_TRUE(isDone || Must(history::List()).size() == listed.size());
+            ExpectWhole(before);
+            ExpectThatAllGoesOn();
+        }
+    }
 }
-void BeginNewer() {
-    Must(history::BeginRestore(kNewer, Now(), {}));
+
+TEST(HistoryFolder, IsSaidToBeTheTroubleWhenItCannotBeMade) {
+    const CTestRoot root;
+    for (const char* call : {"chmod", "fsync", "open"}) {
+        fs::remove_all(KzmPaths::kHistoryFolder);
+        const CFailingCall failing(call, EIO);
+        EXPECT_EQ(Problem(history::Save(Now(), "x", {})),
+                  std::string(KzmPaths::kHistoryFolder) + ": cannot be made (Input/output error).");
+    }
 }
-void BeginAndDiscard() {
-    history::DiscardKept(Must(history::BeginRestore(kOlder, Now(), {})));
+
+TEST(HistoryFolder, WithoutOneNothingIsPending) {
+    const CTestRoot root;
+    fs::remove_all(KzmPaths::kHistoryFolder);
+    EXPECT_FALSE(Must(history::PendingRestore()).has_value());
+    EXPECT_TRUE(history::EndRestore());
 }
-void Save() {
+
+TEST(HistoryFolder, IsNotListedWithoutAnEntryThatCannotBeLookedAt) {
+    const CTestRoot root;
     Must(history::Save(Now(), "x", {}));
+    const CFailingCall failing("fstatat", EIO);
+    EXPECT_FALSE(history::List());
+}
+
+// The copy of the files as they were before: it is needed to tell how far the restore had come.
+TEST(HistoryFolder, RestoresNothingAgainWhenTheKeptCopyCannotBeRead) {
+    const CTestRoot root;
+    const CNoSyncing quick;
+    const std::string id = Must(history::Save(Now(), "x", {}));
+    const CSettingsCopy now = Now();
+    Must(history::BeginRestore(id, now, {}));
+    bool isKeptUnreadable = false;
+    for (int n = 1; n < kMostCalls; ++n) {
+        const CFailingCall failing("openat", EIO, n);
+        const auto again = history::BeginRestore(id, now, {});
+        const std::string problem = again ? "" : again.error().m_text;
+        isKeptUnreadable |= problem.find("/agent.cfg: cannot be read") != std::string::npos &&
+                            problem.find(id) == std::string::npos;
+        EXPECT_EQ(problem.find(strerrordesc_np(EBADF)), std::string::npos) << problem;
+    }
+    EXPECT_TRUE(isKeptUnreadable);
+}
+
+// The folders' own descriptors, and those of the files in them.
+TEST(HistoryFolder, LeavesNoDescriptorBehind) {
+    const CTestRoot root;
+    const CNoSyncing quick;
+    const auto count = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    const CSettingsCopy now = Now();
+    const auto before = count();
+    for (const char* call : {"", "open", "openat", "fstat", "read", "write", "fsync", "renameat"}) {
+        const CFailingCall failing(call, EIO, 2);
+        const auto id = history::Save(now, "x", {});
+        const auto loaded = history::Load(id.value_or(""));
+        static_cast<void>(history::EndRestore());
+    }
+    fs::permissions(KzmPaths::kHistoryFolder, fs::perms::all);
+    EXPECT_FALSE(history::List());
+    EXPECT_EQ(count(), before);
+}
+
+bool Nothing() {
+    return true;
+}
+bool BeginOlder() {
+    return history::BeginRestore(kOlder, present, {}).has_value();
+}
+bool BeginNewer() {
+    return history::BeginRestore(kNewer, present, {}).has_value();
+}
+bool BeginAndDiscard() {
+    const auto pending = history::BeginRestore(kOlder, present, {});
+    if (pending) {
+        history::DiscardKept(*pending);
+    }
+    return pending.has_value();
+}
+bool Save() {
+    return history::Save(present, "x", {}).has_value();
+}
+bool EndTheRestore() {
+    return history::EndRestore().has_value();
 }
 
 const CDyingRow kDyingRows[] = {
@@ -163,7 +268,7 @@ const CDyingRow kDyingRows[] = {
     {"BeginAfterAnother", BeginNewer, BeginOlder, false, false},
     {"BeginWithoutKept", BeginAndDiscard, BeginOlder, false, true},
     {"Discard", Nothing, BeginAndDiscard, true, true},
-    {"End", BeginOlder, history::EndRestore, true, false},
+    {"End", BeginOlder, EndTheRestore, true, false},
 };
 INSTANTIATE_TEST_SUITE_P(At, DyingTest, testing::ValuesIn(kDyingRows), RowName<CDyingRow>);
 

@@ -21,6 +21,10 @@ using namespace SampleHistory;
 
 namespace {
 
+std::optional<CPendingRestore> Pending() {
+    return Must(history::PendingRestore());
+}
+
 CSettingsCopy Now() {
     return Must(CSettingsCopy::OfNow(CSettingsCopy::Missing::Allow));
 }
@@ -72,23 +76,23 @@ TEST_F(PendingRestores, SayWhichFileWasMissing) {
 }
 
 TEST_F(PendingRestores, AreRememberedUntilTheyEnd) {
-    EXPECT_FALSE(PendingRestore());
+    EXPECT_FALSE(Pending());
     const CPendingRestore begun = Begin(kOlder);
-    const auto pending = PendingRestore();
+    const auto pending = Pending();
     ASSERT_TRUE(pending);
     EXPECT_EQ(pending->m_id, kOlder);
     EXPECT_EQ(pending->m_keptId, begun.m_keptId);
     EXPECT_FALSE(pending->m_keptAnew);
     WriteFile(Path(".new-restoring"), "half");
-    history::EndRestore();
-    EXPECT_FALSE(PendingRestore());
+    Must(history::EndRestore());
+    EXPECT_FALSE(Pending());
     EXPECT_EQ(Names(), (std::vector<std::string>{kOlder, kNewer, begun.m_keptId}));
 }
 
 TEST_F(PendingRestores, AreForgottenWhenSomethingElseIsDone) {
     Begin(kOlder);
     Must(history::Save(Now(), "x", {}));
-    EXPECT_FALSE(PendingRestore());
+    EXPECT_FALSE(Pending());
     EXPECT_FALSE(fs::exists(Path(".restoring")));
 }
 
@@ -97,35 +101,35 @@ TEST_F(PendingRestores, StayWhenTheOtherThingCannotBeDone) {
     CSettingsCopy now = Now();
     now.m_files[0].m_modified.tv_nsec = 1'000'000'000; // no such time
     EXPECT_FALSE(history::Save(now, "x", {}));
-    EXPECT_TRUE(PendingRestore());
+    EXPECT_TRUE(Pending());
 }
 
 TEST_F(PendingRestores, AreGoneWithTheirEntry) {
     const std::string kept = Begin(kOlder).m_keptId;
     fs::remove_all(Path(kept));
-    ASSERT_TRUE(PendingRestore());
-    EXPECT_EQ(PendingRestore()->m_keptId, "");
+    ASSERT_TRUE(Pending());
+    EXPECT_EQ(Pending()->m_keptId, "");
     fs::remove_all(Path(kOlder));
-    EXPECT_FALSE(PendingRestore());
+    EXPECT_FALSE(Pending());
 }
 
 TEST_F(PendingRestores, OfTheOlderFormatHaveNoKeptCopy) {
     WriteFile(Path(".restoring"), std::string(kOlder) + "\n");
-    ASSERT_TRUE(PendingRestore());
-    EXPECT_EQ(PendingRestore()->m_id, kOlder);
-    EXPECT_EQ(PendingRestore()->m_keptId, "");
+    ASSERT_TRUE(Pending());
+    EXPECT_EQ(Pending()->m_id, kOlder);
+    EXPECT_EQ(Pending()->m_keptId, "");
     EXPECT_TRUE(Begin(kOlder).m_keptAnew);
 }
 
 TEST_F(PendingRestores, CannotBeAnythingElse) {
     for (const std::string text : {"", "\n", "x\n", "../history\n"}) {
         WriteFile(Path(".restoring"), text);
-        EXPECT_FALSE(PendingRestore()) << text;
+        EXPECT_FALSE(Pending()) << text;
     }
     fs::remove(Path(".restoring"));
     WriteFile(CTestRoot::Path("/elsewhere"), std::string(kOlder) + "\n");
     fs::create_symlink(CTestRoot::Path("/elsewhere"), Path(".restoring"));
-    EXPECT_FALSE(PendingRestore());
+    EXPECT_FALSE(Pending());
 }
 
 TEST_F(PendingRestores, AreRefusedForWhatIsNotKept) {
@@ -190,7 +194,7 @@ TEST_F(PendingRestores, KeepWhatSomebodyElseChangedMeanwhile) {
     EXPECT_TRUE(second.m_keptAnew);
     EXPECT_GT(second.m_keptId, first.m_keptId);
     EXPECT_EQ(Must(history::Load(second.m_keptId)).m_files[1].m_text, "mine\n");
-    EXPECT_EQ(PendingRestore()->m_keptId, second.m_keptId);
+    EXPECT_EQ(Pending()->m_keptId, second.m_keptId);
 
     chmod(KzmPaths::kAlertConfig, 0600);
     EXPECT_GT(Begin(kOlder).m_keptId, second.m_keptId);
@@ -216,9 +220,9 @@ TEST_F(PendingRestores, LoseACopyThatSaysNothingNew) {
     const CPendingRestore pending = Begin(kOlder);
     history::DiscardKept(pending);
     EXPECT_EQ(Names(), (std::vector<std::string>{".restoring", kOlder, kNewer}));
-    ASSERT_TRUE(PendingRestore());
-    EXPECT_EQ(PendingRestore()->m_id, kOlder);
-    EXPECT_EQ(PendingRestore()->m_keptId, "");
+    ASSERT_TRUE(Pending());
+    EXPECT_EQ(Pending()->m_id, kOlder);
+    EXPECT_EQ(Pending()->m_keptId, "");
     EXPECT_TRUE(Begin(kOlder).m_keptAnew);
 }
 
@@ -226,8 +230,8 @@ TEST_F(PendingRestores, KeepTheCopyOfAnEarlierTry) {
     const CPendingRestore first = Begin(kOlder);
     Replace(0, kOlder);
     history::DiscardKept(Begin(kOlder));
-    ASSERT_TRUE(PendingRestore());
-    EXPECT_EQ(PendingRestore()->m_keptId, first.m_keptId);
+    ASSERT_TRUE(Pending());
+    EXPECT_EQ(Pending()->m_keptId, first.m_keptId);
     Must(history::Load(first.m_keptId));
 }
 
@@ -235,8 +239,8 @@ TEST_F(PendingRestores, KeepTheirCopyWhenItCannotBeDiscarded) {
     const CPendingRestore pending = Begin(kOlder);
     fs::create_directory(Path(".new-restoring"));
     history::DiscardKept(pending);
-    ASSERT_TRUE(PendingRestore());
-    EXPECT_EQ(PendingRestore()->m_keptId, pending.m_keptId);
+    ASSERT_TRUE(Pending());
+    EXPECT_EQ(Pending()->m_keptId, pending.m_keptId);
 }
 
 // ---- What cannot be written ----
@@ -246,7 +250,7 @@ TEST_F(PendingRestores, LeaveNothingWhenTheyCannotBeRemembered) {
     EXPECT_EQ(Problem(BeginRestore(kOlder, Now(), {})),
               Path(".restoring") + ": cannot be written (Is a directory).");
     EXPECT_EQ(Names(), (std::vector<std::string>{".new-restoring", kOlder, kNewer}));
-    EXPECT_FALSE(PendingRestore());
+    EXPECT_FALSE(Pending());
 }
 
 TEST_F(PendingRestores, LeaveTheEarlierOneWhenTheyCannotBeRemembered) {
@@ -256,8 +260,8 @@ TEST_F(PendingRestores, LeaveTheEarlierOneWhenTheyCannotBeRemembered) {
     EXPECT_FALSE(BeginRestore(kNewer, Now(), {}));
     fs::remove(Path(".new-restoring"));
     EXPECT_EQ(Names(), names);
-    EXPECT_EQ(PendingRestore()->m_id, kOlder);
-    EXPECT_EQ(PendingRestore()->m_keptId, first.m_keptId);
+    EXPECT_EQ(Pending()->m_id, kOlder);
+    EXPECT_EQ(Pending()->m_keptId, first.m_keptId);
 }
 
 TEST_F(PendingRestores, RememberNothingWhenTheStateCannotBeKept) {

@@ -127,13 +127,16 @@ TEST_P(ParameterDirection, ComesFromTheQualifiers) {
 
 INSTANTIATE_TEST_SUITE_P(
     Qualifiers, ParameterDirection,
-    testing::Values(ParameterRow{"None", "", true, false},
-                    ParameterRow{"In", Qualifier("In", "boolean", "true"), true, false},
-                    ParameterRow{"Both", Qualifier("OUT", "boolean", "TRUE"), true, true},
-                    ParameterRow{"OnlyOut",
-                                 Qualifier("In", "boolean", "FALSE") +
-                                     Qualifier("Out", "boolean", "TRUE"),
-                                 false, true}),
+    testing::Values(
+        ParameterRow{"None", "", true, false},
+        ParameterRow{"In", Qualifier("In", "boolean", "true"), true, false},
+        ParameterRow{"Both", Qualifier("OUT", "boolean", "TRUE"), true, true},
+        ParameterRow{"NameThatBeginsAlike",
+                     Qualifier("Inner", "boolean", "FALSE") + Qualifier("I", "boolean", "FALSE"),
+                     true, false},
+        ParameterRow{"OnlyOut",
+                     Qualifier("In", "boolean", "FALSE") + Qualifier("Out", "boolean", "TRUE"),
+                     false, true}),
     RowName<ParameterRow>);
 
 TEST(CimXml, KeepsTheOrderOfClassesAndTakesNamedObjects) {
@@ -185,6 +188,8 @@ INSTANTIATE_TEST_SUITE_P(
                  "line 2: INSTANCE is not understood inside VALUE.OBJECT"},
         ErrorRow{"StrayText", InClass("text"),
                  "line 2: CLASS \"C\" holds text where only elements are expected"},
+        ErrorRow{"StrayTextBehindBlanks", InClass("\n  text"),
+                 "line 2: CLASS \"C\" holds text where only elements are expected"},
         ErrorRow{"Superclass",
                  Declare("<VALUE.OBJECT><CLASS NAME='C' SUPERCLASS='B'/>"
                          "</VALUE.OBJECT>"),
@@ -210,6 +215,9 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorRow{"NameWithBlank", InClass("<METHOD NAME='a b' TYPE='uint32'/>"),
                  "line 2: METHOD \"a b\" in class C has a name that is not made of letters, digits "
                  "and '_'"},
+        ErrorRow{"NameWithHyphen", InClass("<METHOD NAME='a-b' TYPE='uint32'/>"),
+                 "line 2: METHOD \"a-b\" in class C has a name that is not made of letters, digits "
+                 "and '_'"},
         ErrorRow{"NameWithDigitFirst", InClass("<METHOD NAME='1a' TYPE='uint32'/>"),
                  "line 2: METHOD \"1a\" in class C has a name that is not made of letters, digits "
                  "and '_'"},
@@ -234,6 +242,13 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorRow{"UnknownType", InClass(Property("PROPERTY", "uint16", "")),
                  "line 2: PROPERTY \"P\" in class C has the type \"uint16\", which is not one of "
                  "boolean, uint32, sint32, string"},
+        ErrorRow{"TypeOfTwoLines", InClass("<PROPERTY NAME='P' TYPE='a&#10;b'/>"),
+                 "line 2: PROPERTY \"P\" in class C has the type \"a\\x0Ab\", which is not one of "
+                 "boolean, uint32, sint32, string"},
+        ErrorRow{
+            "TypeThatSteersATerminal", InClass("<PROPERTY NAME='P' TYPE='&#x9B;2J'/>"),
+            "line 2: PROPERTY \"P\" in class C has the type \"\\xC2\\x9B2J\", which is not one "
+            "of boolean, uint32, sint32, string"},
         ErrorRow{"NoType", InClass("<PROPERTY NAME='P'/>"),
                  "line 2: PROPERTY \"P\" in class C has no attribute TYPE"},
         ErrorRow{"MethodWithoutType", InClass("<METHOD NAME='M'/>"),
@@ -278,6 +293,9 @@ INSTANTIATE_TEST_SUITE_P(
                  InClass("<QUALIFIER NAME='Q' TYPE='string'><VALUE/><VALUE.ARRAY/></QUALIFIER>"),
                  "line 2: QUALIFIER \"Q\" in class C must hold exactly one VALUE or one "
                  "VALUE.ARRAY"},
+        ErrorRow{"ValueWithAttribute",
+                 InClass("<QUALIFIER NAME='Q' TYPE='string'><VALUE X='1'/></QUALIFIER>"),
+                 "line 2: VALUE in class C has an attribute X that is not understood"},
         ErrorRow{"NoBoolean", InClass(Qualifier("Q", "boolean", "yes")),
                  "line 2: VALUE in class C holds \"yes\", which is not of the type of the "
                  "qualifier \"Q\""},

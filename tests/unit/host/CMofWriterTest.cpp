@@ -116,4 +116,13 @@ TEST(InstalledMof, IsWhatTheProgramMakesOfTheDefinitions) {
     EXPECT_EQ(ReadFile(file), made);
 }
 
+TEST(MofProgram, FailsWithoutDefinitions) {
+    const string program = KZM_TEST_MOF_FROM_XML;
+    EXPECT_EQ("usage: mof_from_xml DEFINITIONS.xml\n1\n", OutputOf(program + " 2>&1; echo $?"));
+    EXPECT_EQ("mof_from_xml: /no/such.xml: cannot be read: No such file or directory\n1\n",
+              OutputOf(program + " /no/such.xml 2>&1; echo $?"));
+    EXPECT_EQ("1\n", OutputOf(program + " '" KZM_TEST_SCHEMA "/VELTARO_ToolServiceLogger.xml'"
+                                        " >/dev/full 2>/dev/null; echo $?"));
+}
+
 } // namespace

@@ -6,6 +6,7 @@
 #include "tests/support/TableTest.h"
 
 #include <dlfcn.h>
+#include <malloc.h>
 
 #include <filesystem>
 
@@ -85,6 +86,10 @@ INSTANTIATE_TEST_SUITE_P(
                 string("{L}: cannot be loaded (./{L}: cannot open shared object file: No such "
                        "file or directory)") +
                     kCannotLoad},
+        // Before any call, not in the middle of one.
+        OpenRow{"LacksAFunction", Library("lacks_function"), kDefinitions,
+                string("{L}: cannot be loaded ({L}: undefined symbol: NobodyHasThis)") +
+                    kCannotLoad},
         OpenRow{"NoCreate", Library("without_create"), kDefinitions,
                 string("{L}: is not a provider library: it exports no function create") + kNoFit},
         OpenRow{"CreateGivesNull", Library("create_gives_null"), kDefinitions,
@@ -116,7 +121,7 @@ TEST(OpenFailsFor, DefinitionsThatAreNotGood) {
         {"<CIM>\n<DECL", "line 2, column 1: unclosed token"},
         {"<!DOCTYPE CIM><CIM/>", "line 1, column 14: a document type declaration is not allowed"},
         {"<CIM><CLASS NAME='a&#10;b'/></CIM>",
-         "line 1: CLASS \"a b\" is not understood inside CIM"},
+         "line 1: CLASS \"a\\x0Ab\" is not understood inside CIM"},
         {"<CIM/>", "does not define the class VELTARO_ToolServiceLogger"},
     };
     for (const auto& row : rows) {
@@ -141,20 +146,27 @@ TEST(Open, TakesANameWithoutASlashFromTheCurrentFolder) {
 // ---- The end of a host ----
 
 bool wasLoadedWhenDestroyed = false;
+string classWhenDestroyed;
 
-TEST(Close, DestroysTheProviderAndThenUnloadsItsLibrary) {
+TEST(Close, DestroysTheProviderThenItsClassesAndUnloadsItsLibrary) {
     wasLoadedWhenDestroyed = false;
+    classWhenDestroyed.clear();
     {
         const auto host = OpenGoodHost();
         SetShowMessageHook([](const char* text, const char* caption) {
-            if (string(caption) == "TestProvider" && string(text) == "destroyed") {
+            if (string(caption) == "TestProvider") {
                 wasLoadedWhenDestroyed = IsLoaded(Library("good"));
+                classWhenDestroyed = text;
             }
         });
         EXPECT_TRUE(IsLoaded(Library("good")));
+        EXPECT_EQ(nullptr, dlsym(RTLD_DEFAULT, "create")); // it is no other library's
+        mallopt(M_PERTURB, 0x55);                          // what is freed is not as before
     }
+    mallopt(M_PERTURB, 0);
     SetShowMessageHook(nullptr);
     EXPECT_TRUE(wasLoadedWhenDestroyed);
+    EXPECT_EQ("VELTARO_ToolServiceLogger", classWhenDestroyed);
     EXPECT_FALSE(IsLoaded(Library("good")));
 }
 
@@ -247,20 +259,23 @@ TEST_P(MisbehavingProvider, IsReportedWithWhatArrived) {
 
 INSTANTIATE_TEST_SUITE_P(
     Providers, MisbehavingProvider,
-    testing::Values(CallRow{"NoStatus", "sets_no_status", "it returned without calling SetStatus.",
-                            WbemResult::kFailed, true},
-                    CallRow{"StatusTwice", "sets_status_twice",
-                            "it called SetStatus more than once.", WbemResult::kSuccess, true},
-                    CallRow{"NoObject", "indicates_nothing",
-                            "it reported success without delivering an output object.",
-                            WbemResult::kSuccess, false},
-                    CallRow{
-                        "Throws", "throws",
-                        "it threw an exception out of ExecMethodAsync (the provider's own text).",
-                        WbemResult::kFailed, false},
-                    CallRow{"ThrowsInt", "throws_int",
-                            "it threw an exception out of ExecMethodAsync (of an unknown type).",
-                            WbemResult::kFailed, false}),
+    testing::Values(
+        CallRow{"NoStatus", "sets_no_status", "it returned without calling SetStatus.",
+                WbemResult::kFailed, true},
+        CallRow{"StatusTwice", "sets_status_twice", "it called SetStatus more than once.",
+                WbemResult::kSuccess, true},
+        CallRow{"NoObject", "indicates_nothing",
+                "it reported success without delivering an output object.", WbemResult::kSuccess,
+                false},
+        CallRow{"Throws", "throws",
+                "it threw an exception out of ExecMethodAsync (the provider's own text).",
+                WbemResult::kFailed, false},
+        CallRow{"ThrowsBehindItsAnswer", "throws_behind_its_answer",
+                "it threw an exception out of ExecMethodAsync (the provider's own text).",
+                WbemResult::kSuccess, true},
+        CallRow{"ThrowsInt", "throws_int",
+                "it threw an exception out of ExecMethodAsync (of an unknown type).",
+                WbemResult::kFailed, false}),
     RowName<CallRow>);
 
 } // namespace

@@ -1,10 +1,14 @@
 #include "host/CTextFile.h"
 
+#include "tests/support/CFailingCall.h"
 #include "tests/support/CTempFile.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
 
 using std::string;
 
@@ -44,6 +48,45 @@ TEST(TextFile, WhatIsNoRegularFileIsRefusedWithoutWaiting) {
         EXPECT_EQ("it is not a regular file", reason);
     }
     unlink(pipe.c_str());
+}
+
+std::size_t OpenDescriptors() {
+    return static_cast<std::size_t>(
+        std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                      std::filesystem::directory_iterator()));
+}
+
+TEST(TextFile, IsClosedWhateverBecameOfIt) {
+    const CTempFile file("12345");
+    const std::size_t before = OpenDescriptors();
+    for (const string& path : {file.Path(), string("/"), string("/no/such/file")}) {
+        for (const std::size_t maximum : {4, 5}) {
+            string reason;
+            CTextFile::Read(path, maximum, &reason);
+        }
+    }
+    EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST(TextFile, ThatCannotBeReadToItsEndSaysWhy) {
+    const CTempFile file("12345");
+    for (const char* call : {"fstat", "read"}) {
+        for (const int n : {1, 2}) {
+            const CFailingCall failing(call, EIO, n);
+            string reason;
+            const bool isRead = CTextFile::Read(file.Path(), 100, &reason).has_value();
+            EXPECT_NE(isRead, CFailingCall::IsMet());
+            EXPECT_EQ(isRead ? "" : "Input/output error", reason);
+        }
+    }
+}
+
+TEST(TextFile, IsReadOnBehindASignal) {
+    const CTempFile file("12345");
+    const CFailingCall failing("read", EINTR);
+    string reason;
+    EXPECT_EQ("12345", CTextFile::Read(file.Path(), 100, &reason));
+    EXPECT_TRUE(CFailingCall::IsMet());
 }
 
 } // namespace

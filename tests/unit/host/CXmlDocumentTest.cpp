@@ -1,8 +1,23 @@
 #include "host/CXmlDocument.h"
 
+#include "tests/support/CFailingCall.h"
 #include "tests/support/TableTest.h"
 
+#include <cerrno>
+
+#include <expat.h>
+#include <malloc.h>
+
 using std::string;
+
+bool hasParsers = true;
+
+extern "C" {
+XML_ParserStruct* __real_XML_ParserCreate(const char* encoding);
+XML_ParserStruct* __wrap_XML_ParserCreate(const char* encoding) {
+    return hasParsers ? __real_XML_ParserCreate(encoding) : nullptr;
+}
+}
 
 namespace {
 
@@ -12,6 +27,22 @@ string Repeat(const string& text, std::size_t count) {
         all += text;
     }
     return all;
+}
+
+// A text of ASCII in UTF-16.
+string BigEndian(const string& text) {
+    string wide;
+    for (const char c : text) {
+        wide += {'\0', c};
+    }
+    return wide;
+}
+string LittleEndian(const string& text) {
+    string wide;
+    for (const char c : text) {
+        wide += {c, '\0'};
+    }
+    return wide;
 }
 
 string Nested(std::size_t depth) {
@@ -65,6 +96,8 @@ INSTANTIATE_TEST_SUITE_P(
         GoodRow{"Declaration", "<?xml version='1.0'?><a/>", "a[]"},
         GoodRow{"Utf8Declared", "<?xml version='1.0' encoding='utf-8'?><a/>", "a[]"},
         GoodRow{"ByteOrderMark", "\xEF\xBB\xBF<a/>", "a[]"},
+        GoodRow{"ByteOrderMarkAndUtf8Declared",
+                "\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-8'?><a/>", "a[]"},
         GoodRow{"AttributesInOrder", "<a z='1' b='2' y=''/>", "a{z=1}{b=2}{y=}[]"},
         GoodRow{"Children", "<a><b><c/></b><d/></a>", "a[b[c[]] d[]]"},
         GoodRow{"TextAroundChildren", "<a> one <b>two</b> three</a>", "a' one  three'[b'two'[]]"},
@@ -146,6 +179,8 @@ INSTANTIATE_TEST_SUITE_P(
                "line 1, column 700004: there are more than 100000 attributes"}),
     RowName<BadRow>);
 
+const char kIsUtf16[] = "line 1, column 1: the text is UTF-16, but only UTF-8 is read";
+
 INSTANTIATE_TEST_SUITE_P(
     WrongEncoding, BadXml,
     testing::Values(
@@ -155,10 +190,19 @@ INSTANTIATE_TEST_SUITE_P(
                "line 1, column 1: the encoding \"x-own\" is declared"},
         BadRow{"Utf16Declared", "<?xml version='1.0' encoding='UTF-16'?><a/>",
                "line 1, column 1: the encoding \"UTF-16\" is declared"},
-        BadRow{"Utf16BigEndian", string("\xFE\xFF\0<\0a\0/\0>", 10),
-               "line 1, column 1: the text is UTF-16, but only UTF-8 is read"},
-        BadRow{"Utf16LittleEndian", string("\xFF\xFE<\0a\0/\0>\0", 10),
-               "line 1, column 1: the text is UTF-16, but only UTF-8 is read"}),
+        BadRow{"Utf16BigEndian", "\xFE\xFF" + BigEndian("<a/>"), kIsUtf16},
+        BadRow{"Utf16LittleEndian", "\xFF\xFE" + LittleEndian("<a/>"), kIsUtf16},
+        BadRow{"Utf16BigEndianUnmarked", BigEndian("<a/>"), kIsUtf16},
+        BadRow{"Utf16LittleEndianUnmarked", LittleEndian("<a/>"), kIsUtf16},
+        BadRow{"Utf16UnmarkedDeclared", LittleEndian("<?xml version='1.0'?><a/>"), kIsUtf16},
+        BadRow{"Utf16UnmarkedSaysUtf8", BigEndian("<?xml version='1.0' encoding='UTF-8'?><a/>"),
+               kIsUtf16},
+        BadRow{"Utf16UnmarkedBehindBlanks", LittleEndian("\n <a/>"), kIsUtf16},
+        BadRow{"Utf16BehindAUtf8Mark", "\xEF\xBB\xBF" + LittleEndian("<a/>"),
+               "line 1, column 3: not well-formed"},
+        BadRow{"Utf32BigEndian", string("\0\0\xFE\xFF\0\0\0<", 8), kIsUtf16},
+        BadRow{"Utf16WithAUtf8Mark", "\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-16'?><a/>",
+               "line 1, column 2: the encoding \"UTF-16\" is declared"}),
     RowName<BadRow>);
 
 TEST(XmlLimits, AllowExactlyTheirNumber) {
@@ -195,6 +239,43 @@ TEST(TruncatedXml, IsRefusedAtEveryByte) {
         EXPECT_FALSE(CXmlDocument::Parse(text.substr(0, length), &error));
         EXPECT_NE("", error.m_sReason);
     }
+}
+
+TEST(XmlWithoutMemory, IsRefused) {
+    bool isMet = true;
+    int n = 1;
+    for (; isMet; ++n) {
+        SCOPED_TRACE(n);
+        const CFailingCall failing("operator new", ENOMEM, n);
+        CXmlError error;
+        const bool isParsed = CXmlDocument::Parse("<a x='1'><b/>text</a>", &error).has_value();
+        isMet = CFailingCall::IsMet();
+        EXPECT_NE(isMet, isParsed);
+        EXPECT_EQ(isParsed ? "" : "out of memory", error.m_sReason);
+    }
+    EXPECT_GT(n, 2);
+}
+
+TEST(XmlWithoutMemory, IsRefusedWithoutAParser) {
+    hasParsers = false;
+    CXmlError error;
+    EXPECT_FALSE(CXmlDocument::Parse("<a/>", &error));
+    hasParsers = true;
+    EXPECT_EQ("out of memory", error.m_sReason);
+}
+
+TEST(XmlDocument, LeavesNoMemoryBehind) {
+    const auto parse = [] {
+        CXmlError error;
+        EXPECT_TRUE(CXmlDocument::Parse("<a><b c='d'/></a>", &error));
+        EXPECT_FALSE(CXmlDocument::Parse("<a><b", &error));
+    };
+    parse();
+    const std::size_t before = mallinfo2().uordblks;
+    for (int i = 0; i < 100; ++i) {
+        parse();
+    }
+    EXPECT_LT(mallinfo2().uordblks, before + 10'000);
 }
 
 } // namespace

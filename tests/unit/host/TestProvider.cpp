@@ -20,8 +20,10 @@ enum class Behaviour {
     SetsNoStatus,
     SetsStatusTwice,
     IndicatesNothing,
+    Succeeds,
     Throws,
     ThrowsInt,
+    ThrowsBehindItsAnswer,
 };
 constexpr Behaviour kBehaviour = Behaviour::KZM_BEHAVIOUR;
 
@@ -34,15 +36,33 @@ public:
 class CTestProvider : public CVELTARO_ToolService {
 public:
     CTestProvider() : CVELTARO_ToolService("TestProvider", "veltaro", "1.0") {}
-    ~CTestProvider() override { ShowMessage("destroyed", "TestProvider"); }
+    // Its class is there to its end.
+    ~CTestProvider() override {
+        IWbemClassObject* definition = GetDefinition();
+        ShowMessage(definition == nullptr ? "no class" : definition->GetClassName().c_str(),
+                    "TestProvider");
+        if (definition != nullptr) {
+            definition->Release();
+        }
+    }
 
     HRESULT ExecMethodAsync(char* className, char* methodName, long flags, IWbemContext* context,
                             IWbemClassObject* inParams, IWbemObjectSink* sink) override;
 
 private:
+    // Null before there are services.
+    [[nodiscard]] IWbemClassObject* GetDefinition() const;
     void Echo(const char* className, const char* methodName, long flags,
               const IWbemContext* context, IWbemClassObject* inParams, IWbemObjectSink* sink);
 };
+
+IWbemClassObject* CTestProvider::GetDefinition() const {
+    IWbemClassObject* definition = nullptr;
+    if (m_pServices != nullptr) {
+        m_pServices->GetObject("VELTARO_ToolServiceLogger", 0, nullptr, &definition, nullptr);
+    }
+    return definition;
+}
 
 HRESULT CTestProvider::ExecMethodAsync(char* className, char* methodName, long flags,
                                        IWbemContext* context, IWbemClassObject* inParams,
@@ -68,6 +88,9 @@ HRESULT CTestProvider::ExecMethodAsync(char* className, char* methodName, long f
     if (kBehaviour == Behaviour::SetsStatusTwice) {
         sink->SetStatus(0, 1, nullptr, nullptr);
     }
+    if (kBehaviour == Behaviour::ThrowsBehindItsAnswer) {
+        throw CTestProviderError();
+    }
     className[0] = '\0'; // the texts are its own for the time of the call
     methodName[0] = '\0';
     return WbemResult::kSuccess;
@@ -83,19 +106,27 @@ void CTestProvider::Echo(const char* className, const char* methodName, long fla
     CIWbemUtil::setBoolToIWbemClassObject(&output, "HasContext", context != nullptr);
     CIWbemUtil::setParameterClassToIWbemClassObject(&output, "In", inParams);
 
-    IWbemClassObject* definition = nullptr;
-    m_pServices->GetObject("VELTARO_ToolServiceLogger", 0, nullptr, &definition, nullptr);
+    IWbemClassObject* definition = GetDefinition();
     CIWbemUtil::setParameterClassToIWbemClassObject(&output, "Class", definition);
     if (definition != nullptr) {
         definition->Release();
     }
 
-    CIWbemUtil::setReturnValueToIWbemClassObject(&output, 176);
+    CIWbemUtil::setReturnValueToIWbemClassObject(&output,
+                                                 kBehaviour == Behaviour::Succeeds ? 0 : 176);
     IWbemClassObject* objects[] = {&output};
     sink->Indicate(1, objects);
 }
 
 } // namespace
+
+#ifdef KZM_LACKS_FUNCTION
+// Nobody calls it, and nobody has what it calls.
+extern "C" void NobodyHasThis();
+extern "C" __attribute__((visibility("default"))) void CallsIt() {
+    NobodyHasThis();
+}
+#endif
 
 #ifndef KZM_NO_CREATE
 extern "C" __attribute__((visibility("default"))) void* create() {

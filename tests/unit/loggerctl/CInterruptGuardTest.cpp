@@ -1,6 +1,8 @@
 #include "loggerctl/agent/CInterruptGuard.h"
 
 #include "providerbase/CVendor.h"
+#include "tests/support/CFailingCall.h"
+#include "tests/support/CNoThreads.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <string>
@@ -265,6 +268,29 @@ TEST(CInterruptGuard, TakesWhatCameMeanwhile) {
         return 0;
     });
     EXPECT_EQ(end.m_status, 0);
+}
+
+// What has begun is finished all the same: a signal waits until the guard goes.
+int InterruptWithoutADescriptor() {
+    const CFailingCall failing("signalfd", EMFILE);
+    const agent::CInterruptGuard guard(EndByFive);
+    kill(getpid(), SIGINT);
+    _exit(IsPending(SIGINT) && !guard.IsGivenUp() ? 0 : 1);
+}
+
+int InterruptWithoutAThread() {
+    const CNoThreads none;
+    const agent::CInterruptGuard guard(EndByFive);
+    kill(getpid(), SIGINT);
+    _exit(IsPending(SIGINT) && !guard.IsGivenUp() ? 0 : 1);
+}
+
+TEST(CInterruptGuard, HoldsTheSignalsBackWhereItCannotWatchThem) {
+    for (const auto function : {InterruptWithoutADescriptor, InterruptWithoutAThread}) {
+        const CEnd end = RunInChild(function);
+        EXPECT_EQ(end.m_status, 0);
+        EXPECT_EQ(end.m_error, "");
+    }
 }
 
 } // namespace

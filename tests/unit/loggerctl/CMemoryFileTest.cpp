@@ -1,11 +1,16 @@
 #include "loggerctl/record/CMemoryFile.h"
 
+#include "tests/support/CFileSizeLimit.h"
 #include "tests/support/CTestRoot.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+
+#include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -28,6 +33,26 @@ TEST(CMemoryFile, IsGoneWithItsObject) {
         path = file.Path();
     }
     EXPECT_FALSE(std::ifstream(path).is_open());
+}
+
+TEST(CMemoryFile, IsNotMadeInPart) {
+    const auto count = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                             std::filesystem::directory_iterator());
+    };
+    const auto before = count();
+    {
+        const CFileSizeLimit limit(3);
+        EXPECT_THROW(CMemoryFile("one", "text"), std::system_error);
+    }
+    EXPECT_EQ(count(), before);
+}
+
+TEST(CMemoryFile, IsNotHandedToProgramsThatAreStarted) {
+    const CMemoryFile file("one", "text");
+    const std::string path = file.Path();
+    const int descriptor = std::stoi(path.substr(path.rfind('/') + 1));
+    EXPECT_EQ(fcntl(descriptor, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
 } // namespace

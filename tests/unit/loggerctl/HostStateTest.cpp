@@ -190,6 +190,7 @@ TEST(FindHostState, SaysWhyAFileCannotBeRead) {
     const output::CHostState state = commands::FindHostState(before, Stage::Stopped, "ID");
     EXPECT_EQ(state.m_difference, std::string(KzmPaths::kAgentConfig) +
                                       ": is a directory. Put the agent's file in its place.\n");
+    EXPECT_EQ(state.m_filesText, "It is not known what the settings files hold:");
     EXPECT_EQ(state.m_recover, (Recover{kRestore, kStart}));
 }
 
@@ -207,6 +208,9 @@ TEST(FindHostStateAgainst, ShowsTheFilesAgainstWhatWasToBeWritten) {
     EXPECT_EQ(state.m_filesText, "The settings files, against what was to be written:");
     EXPECT_NE(state.m_difference.find("\n-a\n+b\n"), std::string::npos) << state.m_difference;
     EXPECT_EQ(state.m_recover, Recover{kRestore});
+    const output::CHostState same = commands::FindHostStateAgainst(Now(), "ID");
+    EXPECT_EQ(same.m_filesText, "The settings files are what was to be written.");
+    EXPECT_EQ(same.m_recover, Recover{});
     SetServiceStatus(root, 3);
     EXPECT_EQ(commands::FindHostStateAgainst(wanted, "ID").m_recover, (Recover{kRestore, kStart}));
 }

@@ -113,6 +113,8 @@ struct CNameRow {
 const CNameRow kNames[] = {
     {"plain", "/home", R"("VolumeName": "/home",)", R"("VolumeName": "/home",)"},
     {"quote and backslash", "/a\"\\", R"("VolumeName": "/a\"\\",)", R"("VolumeName": "/a\"\\",)"},
+    {"quote alone", "/a\"", R"("VolumeName": "/a\"",)", R"("VolumeName": "/a\"",)"},
+    {"backslash alone", "/a\\", R"("VolumeName": "/a\\",)", R"("VolumeName": "/a\\",)"},
     {"umlaut", "/\xC3\xBC", "\"VolumeName\": \"/\xC3\xBC\",", R"("VolumeName": "/\u00fc",)"},
     {"newline", "/\n", R"("VolumeName": "/\n",)", R"("VolumeName": "/\n",)"},
     {"delete", "/\x7F", R"("VolumeName": "/\u007f",)", R"("VolumeName": "/\u007f",)"},

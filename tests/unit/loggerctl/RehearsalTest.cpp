@@ -45,6 +45,20 @@ TEST(Rehearsal, GivesTheFilesThatTheProviderWouldWrite) {
     EXPECT_EQ(root.VendorCalls(), Texts{});
 }
 
+TEST(FindRefusal, TellsFaultsOfTheHostFromThoseOfTheFiles) {
+    const CTestRoot root;
+    EXPECT_TRUE(record::FindRefusal(Now()).empty());
+    root.SetAgentConfig("nothing\n");
+    EXPECT_FALSE(record::FindRefusal(Now()).empty());
+    EXPECT_FALSE(record::IsFaultOfHost(record::FindRefusal(Now())));
+    root.SetAgentConfig(CTestRoot::kAgentConfig);
+    for (const char* line :
+         {"CLoggerConf::CLoggerConf agent.cfg open error",
+          "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf GetMountPointList() failure"}) {
+        EXPECT_TRUE(record::IsFaultOfHost({{"", CTraceUtility::TRACE_DBG_FAILURE, line}})) << line;
+    }
+}
+
 TEST(Rehearsal, PutsTheRequestRight) {
     const CTestRoot root;
     CLoggerConf request = SampleConf();

@@ -9,9 +9,7 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
-#include <sched.h>
 #include <sys/ioctl.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -238,115 +236,13 @@ TEST(ToFailure, AdvisesThatRootIsNeeded) {
     EXPECT_EQ(child.Wait(), 0);
 }
 
-// ---- Room ----
-
-constexpr std::size_t kBlock = 4096;
-
-history::CSettingsCopy Texts(std::size_t agentSize, std::size_t alertSize) {
-    history::CSettingsCopy copy;
-    copy.m_files[0].m_text.assign(agentSize, 'x');
-    copy.m_files[1].m_text.assign(alertSize, 'x');
-    return copy;
-}
-
-// Runs a function where the settings files have a file system to themselves, of six blocks unless
-// another size is given, of which they take one each; false where there cannot be one.
-bool InSmallFileSystem(int (*function)(), const char* size = "size=24k") {
-    constexpr int kCannot = 77;
-    CChildProcess child([function, size] {
-        const std::string folder = std::filesystem::path(kAgent).parent_path();
-        if (unshare(CLONE_NEWNS) != 0 ||
-            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("none", folder.c_str(), "tmpfs", 0, size) != 0) {
-            return kCannot;
-        }
-        WriteFile(kAgent, "a\n");
-        WriteFile(kAlert, "b\n");
-        return function();
-    });
-    const int status = child.Wait();
-    EXPECT_TRUE(status == 0 || status == kCannot) << "row " << status;
-    return status != kCannot;
-}
-
-struct CRoomRow {
-    std::size_t m_agentSize;
-    std::size_t m_alertSize;
-    std::size_t m_needed; // 0: there is room
-};
-
-constexpr CRoomRow kRoomRows[] = {
-    {0, 0, 0},
-    {1, 1, 0},
-    {2 * kBlock, 2 * kBlock, 0},
-    {3 * kBlock, kBlock, 0},
-    {3 * kBlock, kBlock + 1, 5 * kBlock}, // each file takes whole blocks
-    {3 * kBlock + 1, 1, 5 * kBlock},
-    {0, 5 * kBlock, 5 * kBlock},
-};
-
-int CheckRooms() {
-    int number = 0;
-    for (const CRoomRow& row : kRoomRows) {
-        ++number;
-        const std::string wanted =
-            row.m_needed == 0 ? ""
-                              : kAgent + ": its file system has " + std::to_string(4 * kBlock) +
-                                    " bytes free, and writing the settings needs " +
-                                    std::to_string(row.m_needed) + ". Make room first.";
-        if (agent::WhyNoRoom(Texts(row.m_agentSize, row.m_alertSize)).m_text != wanted) {
-            return number;
-        }
-    }
-    return 0;
-}
-
-TEST(WhyNoRoom, CountsBothFilesOfOneFileSystem) {
-    const CTestRoot root;
-    if (sysconf(_SC_PAGESIZE) != kBlock || !InSmallFileSystem(CheckRooms)) {
-        GTEST_SKIP() << "this user cannot mount a small file system";
-    }
-}
-
-int CheckRoomsApart() {
-    // alert.cfg is one of another file system, with room.
-    const std::string elsewhere = CTestRoot::Path("/bin/alert.cfg");
-    WriteFile(elsewhere, "");
-    std::filesystem::remove(kAlert);
-    std::filesystem::create_symlink(elsewhere, kAlert);
-    return agent::WhyNoRoom(Texts(5 * kBlock, 100 * kBlock)).m_text.empty() &&
-                   !agent::WhyNoRoom(Texts(5 * kBlock + 1, 0)).m_text.empty()
-               ? 0
-               : 1;
-}
-
-TEST(WhyNoRoom, CountsEachFileSystemByItself) {
-    const CTestRoot root;
-    if (sysconf(_SC_PAGESIZE) != kBlock || !InSmallFileSystem(CheckRoomsApart)) {
-        GTEST_SKIP() << "this user cannot mount a small file system";
-    }
-}
-
-// Such a file system says that all its numbers are 0.
-TEST(WhyNoRoom, IsNoneWithoutALimit) {
-    const CTestRoot root;
-    const auto check = [] { return agent::WhyNoRoom(Texts(1, 1)).m_text.empty() ? 0 : 1; };
-    if (!InSmallFileSystem(check, "size=0")) {
-        GTEST_SKIP() << "this user cannot mount a small file system";
-    }
-}
-
-TEST(WhyNoRoom, LeavesMissingFilesToOthers) {
-    const CTestRoot root;
-    std::filesystem::remove(kAgent);
-    std::filesystem::remove(kAlert);
-    EXPECT_EQ(agent::WhyNoRoom(Texts(1, 1)).m_text, "");
-}
-
 // ---- The difference ----
 
 TEST(Difference, IsEmptyBetweenEquals) {
-    EXPECT_EQ(agent::Difference(Texts(1, 2), Texts(1, 2)), "");
+    history::CSettingsCopy copy;
+    copy.m_files[0].m_text = "a\n";
+    copy.m_files[1].m_text = "b";
+    EXPECT_EQ(agent::Difference(copy, copy), "");
 }
 
 TEST(Difference, HasTheFilesThatDiffer) {

@@ -1,7 +1,15 @@
 #include "loggerctl/commands/UsageProbe.h"
 
+#include "tests/support/CFailingCall.h"
+#include "tests/support/CTempFile.h"
+#include "tests/support/Descriptors.h"
+
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
 #include <thread>
 
@@ -41,6 +49,35 @@ TEST(AskUsages, KeepsToTheTimeOfAllTogether) {
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(commands::AskUsages(mountPoints, limits, Pretend), Usages(50));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, milliseconds(3000));
+}
+
+TEST(AskUsages, HasNoneWhereNobodyCanBeAsked) {
+    for (const char* call : {"mmap", "pipe"}) {
+        const CFailingCall failing(call, EMFILE);
+        EXPECT_EQ(commands::AskUsages({"1"}, {}, Pretend), Usages{std::nullopt}) << call;
+    }
+}
+
+// 1 where the descriptor of this number is open, 0 where it is not.
+std::optional<int> IsOpen(const std::string& number) {
+    return fcntl(std::stoi(number), F_GETFD) == -1 ? 0 : 1;
+}
+
+TEST(AskUsages, KeepsNothingOpenOfTheProcessThatAsks) {
+    const CTempFile file("");
+    const int opened = open(file.Path().c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GT(opened, STDERR_FILENO);
+    const std::vector<std::string> numbers{std::to_string(STDOUT_FILENO),
+                                           std::to_string(STDERR_FILENO), std::to_string(opened)};
+    const commands::CUsageLimits limits{milliseconds(20000), milliseconds(20000)};
+    EXPECT_EQ(commands::AskUsages(numbers, limits, IsOpen), (Usages{0, 0, 0}));
+    close(opened);
+}
+
+TEST(AskUsages, LeavesNothingOpen) {
+    const auto before = Descriptors();
+    commands::AskUsages({"1", "die", "3"}, {}, Pretend);
+    EXPECT_EQ(Descriptors(), before);
 }
 
 TEST(AskUsage, AsksTheFileSystem) {

@@ -1,5 +1,6 @@
 #include "loggerctl/output/CProgressLine.h"
 
+#include "tests/support/CNoThreads.h"
 #include "tests/system/loggerctl/CLocale.h"
 #include "tests/unit/output/CStreamCapture.h"
 
@@ -7,9 +8,15 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <fstream>
+#include <future>
+#include <optional>
+#include <thread>
+#include <utility>
 
 using namespace output;
 
@@ -47,21 +54,81 @@ bool EndsWith(const std::string& text, const std::string& end) {
            text.compare(text.size() - end.size(), std::string::npos, end) == 0;
 }
 
-// As by Ctrl-S.
-TEST_F(CProgressLineOnTerminal, DoesNotWaitForAStoppedTerminal) {
-    const Clock::time_point begin = Clock::now();
-    std::thread later([] {
-        std::this_thread::sleep_for(std::chrono::seconds(4));
-        tcflow(STDERR_FILENO, TCOON);
-    });
-    {
-        const CProgressLine line("Stopping the service", m_terminal);
-        EXPECT_TRUE(Await(" Stopping the service ... 0 s")) << m_capture.Text();
-        EXPECT_EQ(tcflow(STDERR_FILENO, TCOOFF), 0);
-        std::this_thread::sleep_for(milliseconds(500));
+// Stops the terminal as Ctrl-S does, and lets it go on at its end, or after some seconds so that
+// what waits for it is only late.
+class CStoppedTerminal {
+public:
+    CStoppedTerminal() { EXPECT_EQ(tcflow(STDERR_FILENO, TCOOFF), 0); }
+    ~CStoppedTerminal() {
+        m_over.set_value();
+        m_thread.join();
+        EXPECT_LT(Clock::now() - m_begin, kLong);
     }
-    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(3));
-    later.join();
+    CStoppedTerminal(const CStoppedTerminal&) = delete;
+    CStoppedTerminal& operator=(const CStoppedTerminal&) = delete;
+
+private:
+    static constexpr std::chrono::seconds kLong{4};
+    const Clock::time_point m_begin = Clock::now();
+    std::promise<void> m_over;
+    std::thread m_thread{[this] {
+        m_over.get_future().wait_for(kLong);
+        tcflow(STDERR_FILENO, TCOON);
+    }};
+};
+
+// Whether the thread waits in a system call.
+bool Sleeps(pid_t thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    return text.find(") S ") != std::string::npos;
+}
+
+TEST_F(CProgressLineOnTerminal, DoesNotWaitForAStoppedTerminal) {
+    std::optional<CProgressLine> line(std::in_place, "Stopping the service", m_terminal);
+    EXPECT_TRUE(Await(" Stopping the service ... 0 s")) << m_capture.Text();
+    {
+        const CStoppedTerminal stopped;
+        std::this_thread::sleep_for(milliseconds(500)); // it would be drawn again meanwhile
+        line.reset();
+    }
+    // What could not be erased in time does not come back.
+    CProgressLine::WriteAbove("behind\n");
+    EXPECT_TRUE(EndsWith(m_capture.Text(), "s" + kErase + "behind\n")) << m_capture.Text();
+    CProgressLine::WriteAbove("more\n");
+    EXPECT_TRUE(EndsWith(m_capture.Text(), "behind\nmore\n")) << m_capture.Text();
+}
+
+TEST_F(CProgressLineOnTerminal, DoesNotWaitForAMessageThatAStoppedTerminalTakes) {
+    std::optional<CProgressLine> line(std::in_place, "Stopping the service", m_terminal);
+    EXPECT_TRUE(Await(" Stopping the service ... 0 s")) << m_capture.Text();
+    std::thread writer;
+    {
+        const CStoppedTerminal stopped;
+        std::atomic<pid_t> thread{0};
+        writer = std::thread([&thread] {
+            thread = gettid();
+            CProgressLine::WriteAbove("A message.\n");
+        });
+        while (thread == 0 || !Sleeps(thread)) {
+            std::this_thread::yield();
+        }
+        line.reset();
+    }
+    writer.join();
+}
+
+TEST_F(CProgressLineOnTerminal, EndsAtOnce) {
+    Clock::duration shortest = std::chrono::hours(1);
+    for (int i = 0; i < 5; ++i) {
+        std::optional<CProgressLine> line(std::in_place, "Stopping the service", m_terminal);
+        std::this_thread::sleep_for(milliseconds(20)); // it waits for its first look
+        const Clock::time_point begin = Clock::now();
+        line.reset();
+        shortest = std::min(shortest, Clock::now() - begin);
+    }
+    EXPECT_LT(shortest, milliseconds(60)); // it looks every 125
 }
 
 TEST_F(CProgressLineOnTerminal, CountsTheSecondsAndErasesTheLine) {
@@ -158,6 +225,21 @@ TEST_F(CProgressLineOnTerminal, LeavesAllSignalsToOtherThreads) {
         m_terminal);
     EXPECT_FALSE(AreAllSignalsBlocked());
     EXPECT_TRUE(Await(" All blocked ... ")) << m_capture.Text();
+}
+
+TEST_F(CProgressLineOnTerminal, IsDoneWithoutWhereThereIsNoThread) {
+    sigset_t before{};
+    pthread_sigmask(SIG_SETMASK, nullptr, &before);
+    {
+        const CNoThreads none;
+        const CProgressLine line("Stopping the service", m_terminal);
+        sigset_t meanwhile{};
+        pthread_sigmask(SIG_SETMASK, nullptr, &meanwhile);
+        EXPECT_EQ(sigismember(&before, SIGINT), sigismember(&meanwhile, SIGINT));
+    }
+    CProgressLine::WriteAbove("done\n");
+    EXPECT_TRUE(Await("done"));
+    EXPECT_EQ(m_capture.Text().find("Stopping"), std::string::npos);
 }
 
 } // namespace

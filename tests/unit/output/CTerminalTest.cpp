@@ -4,6 +4,7 @@
 #include "tests/unit/output/CStreamCapture.h"
 
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -55,6 +56,18 @@ TEST(CTerminal, KnowsTheLocale) {
     EXPECT_TRUE(CTerminal::Of(STDERR_FILENO).m_utf8);
     const CLocale plain(kPlainLocale);
     EXPECT_FALSE(CTerminal::Of(STDERR_FILENO).m_utf8);
+}
+
+TEST(CTerminal, KnowsTheTerminalsWidth) {
+    const CStreamCapture capture(STDERR_FILENO, Kind::Terminal);
+    struct winsize size {};
+    size.ws_row = 24;
+    size.ws_col = 132;
+    ASSERT_EQ(ioctl(STDERR_FILENO, TIOCSWINSZ, &size), 0);
+    EXPECT_EQ(CTerminal::Of(STDERR_FILENO).m_columns, 132U);
+    size.ws_col = 0; // it does not know it
+    ASSERT_EQ(ioctl(STDERR_FILENO, TIOCSWINSZ, &size), 0);
+    EXPECT_EQ(CTerminal::Of(STDERR_FILENO).m_columns, 80U);
 }
 
 } // namespace

@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <filesystem>
 
 using namespace output;
 
@@ -128,6 +130,14 @@ TEST(ConsoleText, SaysWhatAFailureLeavesTheHostWith) {
     EXPECT_EQ(said.m_code, ExitCode::Exception);
 }
 
+TEST(ConsoleText, SaysTheStateOfTheHostWithoutReasons) {
+    CHostState state;
+    state.m_serviceText = "The agent's service is stopped.";
+    const CFailure failure{ExitCode::Failure, "No.", {}, state};
+    EXPECT_NE(Say({}, tl::unexpected(failure)).m_error.find(state.m_serviceText),
+              std::string::npos);
+}
+
 TEST(ConsoleText, ColoursTheDifferenceOnATerminal) {
     ASSERT_EQ(setenv("TERM", "xterm", 1), 0);
     ASSERT_EQ(unsetenv("NO_COLOR"), 0);
@@ -157,6 +167,51 @@ TEST(ConsoleText, IsAFailureWhenTheOutputIsClosed) {
     EXPECT_GE(fcntl(STDOUT_FILENO, F_GETFD), 0);
     EXPECT_EQ(CConsole(Format::Text, false).Finish(Answer()), ExitCode::Failure);
     EXPECT_EQ(error.Text(), "loggerctl: The output cannot be written: Bad file descriptor.\n");
+}
+
+TEST(ConsoleText, SaysThatAChangeWasMadeThatItCannotReport) {
+    const std::string done = "What was asked for has been done, though.";
+    CStreamCapture output(STDOUT_FILENO, Kind::File);
+    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    ASSERT_EQ(dup2(full, STDOUT_FILENO), STDOUT_FILENO);
+    close(full);
+    const auto saysDone = [&done](const Json& document) {
+        CStreamCapture error(STDERR_FILENO, Kind::File);
+        CAnswer answer = Answer();
+        answer.m_document = document;
+        EXPECT_EQ(CConsole(Format::Text, false).Finish(answer), ExitCode::Failure);
+        return error.Text().find(done) != std::string::npos;
+    };
+    EXPECT_TRUE(saysDone({{"changed", true}}));
+    EXPECT_TRUE(saysDone({{"changed", true}, {"dry_run", false}}));
+    EXPECT_FALSE(saysDone({{"changed", true}, {"dry_run", true}}));
+    EXPECT_FALSE(saysDone({{"changed", false}}));
+    EXPECT_FALSE(saysDone(Json::array({1})));
+}
+
+TEST(ConsoleText, LeavesTheOutputOpenAndNothingBesides) {
+    CStreamCapture output(STDOUT_FILENO, Kind::File);
+    const auto countOpen = [] {
+        const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+        return std::distance(begin(descriptors), end(descriptors));
+    };
+    const auto before = countOpen();
+    EXPECT_EQ(CConsole(Format::Text, false).Finish(Answer()), ExitCode::Stopped);
+    EXPECT_GE(fcntl(STDOUT_FILENO, F_GETFD), 0);
+    EXPECT_EQ(countOpen(), before);
+}
+
+TEST(SecureStandardStreams, OpensEachStreamThatIsClosedTheWrongWayRound) {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        const int former = dup(stream);
+        close(stream);
+        output::SecureStandardStreams();
+        const int flags = fcntl(stream, F_GETFL);
+        dup2(former, stream);
+        close(former);
+        ASSERT_GE(flags, 0) << stream;
+        EXPECT_EQ(flags & O_ACCMODE, stream == STDIN_FILENO ? O_WRONLY : O_RDONLY) << stream;
+    }
 }
 
 // ---- JSON ----
@@ -282,6 +337,22 @@ TEST(ConsoleJson, IsAFailureWhenItCannotBeWritten) {
     EXPECT_EQ(error.Text(), begin + Say({}, FailureWithState()).m_error);
 }
 
+TEST(ConsoleJson, SaysWhatFailedWhenTheReaderOfItsDocumentHasGone) {
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    CStreamCapture output(STDOUT_FILENO, Kind::File);
+    CStreamCapture error(STDERR_FILENO, Kind::File);
+    ASSERT_EQ(dup2(ends[1], STDOUT_FILENO), STDOUT_FILENO);
+    close(ends[1]);
+    EXPECT_EQ(CConsole(Format::Json, false).Finish(FailureWithState()), ExitCode::Failure);
+    const std::string begin = "loggerctl: The output cannot be written: Broken pipe.\n";
+    EXPECT_EQ(error.Text().substr(0, begin.size()), begin);
+    struct sigaction action {};
+    sigaction(SIGPIPE, nullptr, &action);
+    EXPECT_EQ(action.sa_handler, SIG_DFL);
+}
+
 // ---- JSON as text ----
 
 TEST(ToText, IsSafeToPrintAndMeansTheSame) {
@@ -297,6 +368,13 @@ TEST(ToText, IsSafeToPrintAndMeansTheSame) {
     EXPECT_EQ(ascii, "{\n  \"name\\u007f\": \"\\u001b[2J\\n\\t\\u007f\\u009b B\\u00fcro "
                      "\\u202e\\u2028 \\u65e5\"\n}\n");
     EXPECT_EQ(Json::parse(ascii), document);
+}
+
+TEST(ToText, IsSafeWithOneUnsafeCharacterAlone) {
+    const CLocale utf8(kUtf8Locale);
+    EXPECT_EQ(output::ToText("\x7F"), "\"\\u007f\"\n");
+    EXPECT_EQ(output::ToText("\xC2\x9B"), "\"\\u009b\"\n");
+    EXPECT_EQ(output::ToText("\xE2\x80\xAE"), "\"\\u202e\"\n");
 }
 
 TEST(ToText, ReplacesWhatIsNotUtf8) {

@@ -132,4 +132,15 @@ TEST(SafeText, HexadecimalDigitsAreTakenInBothCases) {
     }
 }
 
+// The first and the last of each range, and those beside them.
+TEST(IsUnsafe, IsTrueForControlsDirectionsAndLineEndsAlone) {
+    for (const char32_t code : {0x00, 0x1F, 0x7F, 0x80, 0x9F, 0x200E, 0x200F, 0x2028, 0x2029,
+                                0x202A, 0x202E, 0x2066, 0x2069}) {
+        EXPECT_TRUE(output::IsUnsafe(code)) << static_cast<unsigned int>(code);
+    }
+    for (const char32_t code : {0x20, 0x7E, 0xA0, 0x200D, 0x2010, 0x2027, 0x202F, 0x2065, 0x206A}) {
+        EXPECT_FALSE(output::IsUnsafe(code)) << static_cast<unsigned int>(code);
+    }
+}
+
 } // namespace

@@ -9,19 +9,14 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
-#include <cstddef>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -239,17 +234,6 @@ TEST(CommandRunnerTest, SignalsOfTheHostDoNotDisturbTheWait) {
     sigaction(SIGALRM, &before, nullptr);
 }
 
-TEST(CommandRunnerTest, AHostThatIgnoresItsChildrenLosesTheAnswer) {
-    const CTraceCapture trace("KzmProviderBase");
-    const auto before = signal(SIGCHLD, SIG_IGN);
-    EXPECT_EQ(127, RunShell("sleep 0.1; exit 3"));
-    signal(SIGCHLD, before);
-    EXPECT_EQ((TraceLines{{2, "CCommandRunner::Run() \"/bin/sh\" has lost its exit status; the "
-                              "host program must not ignore SIGCHLD or wait for processes that "
-                              "are not its own"}}),
-              trace.Lines(2));
-}
-
 // ---- Commands that are ended from outside ----
 
 // Ends the commands that run once the file has a text.
@@ -317,46 +301,6 @@ TEST(CommandRunnerTest, EndingCommandsEndsAllThatRunAndNoneThatFollows) {
         EXPECT_EQ(128 + SIGTERM, answers[i]);
     }
     EXPECT_EQ(3, RunShell("sleep 0.3; exit 3"));
-}
-
-// ---- Kernels that cannot wait by descriptor ----
-
-// From now on this process's calls for a process descriptor fail as on a kernel without them.
-bool RefuseProcessDescriptors() {
-    sock_filter rules[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_pidfd_open, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog program{4, rules};
-    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0 &&
-           syscall(SYS_pidfd_open, getpid(), 0) == -1;
-}
-
-TEST(CommandRunnerTest, WaitsWithoutProcessDescriptors) {
-    constexpr int kRight = 0;
-    constexpr int kWrong = 1;
-    constexpr int kNoFilter = 2;
-    const pid_t process = fork();
-    if (process == 0) {
-        if (!RefuseProcessDescriptors()) {
-            _exit(kNoFilter);
-        }
-        const Clock::time_point begin = Clock::now();
-        const bool isRight = RunShell("sleep 0.1; exit 3") == 3 &&
-                             RunShell("sleep 300", 1) == 124 &&
-                             Clock::now() - begin < std::chrono::seconds(5);
-        _exit(isRight ? kRight : kWrong);
-    }
-    int status = -1;
-    ASSERT_EQ(process, waitpid(process, &status, 0));
-    ASSERT_TRUE(WIFEXITED(status)) << status;
-    if (WEXITSTATUS(status) == kNoFilter) {
-        GTEST_SKIP() << "this system allows no filter of system calls";
-    }
-    EXPECT_EQ(kRight, WEXITSTATUS(status));
 }
 
 } // namespace

@@ -6,8 +6,23 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+// This program's own, which the libraries that it is linked to get, too.
+bool isFileKnown = true;
+extern "C" __attribute__((visibility("default"))) int fstat(int file,
+                                                            struct stat* status) noexcept {
+    if (!isFileKnown) {
+        errno = EIO;
+        return -1;
+    }
+    return fstatat(file, "", status, AT_EMPTY_PATH);
+}
 
 namespace {
 
@@ -60,6 +75,22 @@ const GoodRow kGoodRows[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, GoodDescriptionTest, testing::ValuesIn(kGoodRows), RowName<GoodRow>);
+
+// The first is a regular file whose reading fails.
+TEST(DeviceDescriptionTest, ThatFailsWhileItIsReadIsRefused) {
+    for (const bool isKnown : {true, false}) {
+        const CTempFile file("");
+        const CTraceCapture trace("KzmProviderBase");
+        isFileKnown = isKnown;
+        EXPECT_FALSE(CDeviceDescription::Read(isKnown ? "/proc/self/mem" : file.Path()));
+        isFileKnown = true;
+        ASSERT_EQ(1U, trace.Lines().size());
+        EXPECT_NE(std::string::npos, trace.Lines()[0].m_sText.find(
+                                         "cannot be read (Input/output error); make it readable "
+                                         "for the running user"))
+            << trace.Lines()[0];
+    }
+}
 
 // ---- Texts that are none ----
 
@@ -182,6 +213,28 @@ TEST_F(DescriptionFileTest, TheSizeHasALimit) {
     EXPECT_TRUE(CDeviceDescription::Read(largest.Path()));
     const CTempFile tooLarge(std::string(limit + 1, '#'));
     ExpectRefused(tooLarge.Path(), "is larger than 64 KiB; shorten it");
+}
+
+TEST_F(DescriptionFileTest, OfRootsIsTrustedByAll) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    ASSERT_EQ(0, chmod(m_file.Path().c_str(), 0644));
+    ASSERT_EQ(0, seteuid(1234));
+    const auto description = CDeviceDescription::Read(m_file.Path());
+    ASSERT_EQ(0, seteuid(0));
+    EXPECT_TRUE(description);
+}
+
+TEST_F(DescriptionFileTest, IsLeftClosed) {
+    const auto countOpen = [] {
+        const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+        return std::distance(begin(descriptors), end(descriptors));
+    };
+    const auto before = countOpen();
+    EXPECT_TRUE(CDeviceDescription::Read(m_file.Path()));
+    EXPECT_FALSE(CDeviceDescription::Read("/dev/null"));
+    EXPECT_EQ(countOpen(), before);
 }
 
 } // namespace

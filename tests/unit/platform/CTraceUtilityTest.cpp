@@ -12,6 +12,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cwchar>
+#include <new>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -159,6 +161,27 @@ TEST_F(CTraceUtilityTest, TheListenerHasAMaskOfItsOwn) {
     EXPECT_EQ(1U, heard.size());
 }
 
+TEST_F(CTraceUtilityTest, AFormatThatCannotBeFilledIsWrittenItself) {
+    // No character of the locale that a program starts with.
+    CTraceUtility::WriteDebug("M", kValue, "[%lc]", static_cast<wint_t>(0x1F600));
+    EXPECT_EQ((std::vector<std::string>{"1 M [%lc]"}), TextsOf(Traced()));
+}
+
+TEST_F(CTraceUtilityTest, ALineWithoutMemoryIsDropped) {
+    bool isFull = true;
+    std::vector<std::string> heard;
+    CTraceUtility::SetListener(0xF, [&](const CTraceUtility::Line& line) {
+        if (isFull) {
+            throw std::bad_alloc();
+        }
+        heard.push_back(line.m_sText);
+    });
+    EXPECT_NO_THROW(CTraceUtility::WriteDebug("M", kValue, "dropped"));
+    isFull = false;
+    CTraceUtility::WriteDebug("M", kValue, "heard");
+    EXPECT_EQ(std::vector<std::string>{"heard"}, heard);
+}
+
 TEST_F(CTraceUtilityTest, LinesOfManyThreadsStayWhole) {
     const std::string text(2000, 't');
     std::vector<std::thread> threads;
@@ -189,9 +212,9 @@ void PrintTo(const EnvironmentRow& row, std::ostream* out) {
 }
 
 // The standard error of the traced program.
-std::string RunTraceProgram(const std::string& environment) {
+std::string RunTraceProgram(const std::string& environment, const std::string& arguments = "") {
     const std::string command = "env -u KZM_TRACE -u KZM_TRACE_FILE " + environment + " " +
-                                KZM_TRACE_PROGRAM + " 2>&1 >/dev/null";
+                                KZM_TRACE_PROGRAM + " " + arguments + " 2>&1 >/dev/null";
     std::FILE* output = popen(command.c_str(), "r");
     std::string text;
     for (int character = std::fgetc(output); character != EOF; character = std::fgetc(output)) {
@@ -249,5 +272,42 @@ const EnvironmentRow kEnvironmentRows[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, TraceEnvironmentTest, testing::ValuesIn(kEnvironmentRows),
                          RowName<EnvironmentRow>);
+
+TEST(TraceEnvironment, CountsAlthoughSomebodyListens) {
+    EXPECT_EQ(std::vector<std::string>{"2 Module failure"},
+              TextsOf(RunTraceProgram("KZM_TRACE=2", "listening")));
+}
+
+TEST(TraceEnvironment, MakesNoFileWhereNothingIsTraced) {
+    const CTempFile file("");
+    unlink(file.Path().c_str());
+    EXPECT_EQ("", RunTraceProgram("KZM_TRACE_FILE=" + file.Path()));
+    EXPECT_NE(0, access(file.Path().c_str(), F_OK));
+}
+
+TEST_F(CTraceUtilityTest, StandardErrorStaysOpen) {
+    CTraceUtility::SetDestination(0, "");
+    CTraceUtility::SetDestination(0xF, m_file.Path());
+    EXPECT_GE(fcntl(STDERR_FILENO, F_GETFD), 0);
+}
+
+TEST_F(CTraceUtilityTest, ALineHasTheTimeOfItsWriting) {
+    const auto now = [] {
+        timespec time{};
+        clock_gettime(CLOCK_REALTIME, &time);
+        return time;
+    };
+    timespec before{};
+    timespec after{};
+    do { // both in one second
+        before = now();
+        CTraceUtility::WriteDebug("Module", kValue, "text");
+        after = now();
+    } while (before.tv_sec != after.tv_sec);
+    const std::string line = SplitLines(Traced()).back();
+    const long milliseconds = std::stol(line.substr(line.find('.') + 1, 3));
+    EXPECT_GE(milliseconds, before.tv_nsec / 1'000'000);
+    EXPECT_LE(milliseconds, after.tv_nsec / 1'000'000);
+}
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "providerbase/CVendorFactory.h"
 
 #include "providerbase/CVendor.h"
+#include "tests/support/CPthread.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/CTraceCapture.h"
 
@@ -150,6 +151,43 @@ TEST_F(CVendorFactoryTest, TheFactorysEndEndsEveryVendorObjectAndThrowsTheFirstF
         EXPECT_STREQ("end of vendor 1", fault.what());
     }
     EXPECT_EQ(3, m_iEnded);
+}
+
+// A vendor object whose end ends the thread that brings it about.
+class CEndingVendor : public CVendor {
+public:
+    explicit CEndingVendor(int* ended) : CVendor("Device", "Kind", {}), m_pEnded(ended) {}
+    ~CEndingVendor() noexcept(false) override {
+        if (++*m_pEnded == 1) {
+            CPthread::End();
+        }
+    }
+
+private:
+    int* m_pEnded;
+};
+
+TEST_F(CVendorFactoryTest, AThreadThatEndsInItDestroysTheRestAsWell) {
+    int ended = 0;
+    CVendorFactory::SetMaker([&ended](const auto&, const auto&, const auto&) {
+        return std::make_unique<CEndingVendor>(&ended);
+    });
+    auto* factory = new CVendorFactory;
+    for (int number = 0; number < 3; ++number) {
+        factory->GetVendorObject("Provider", "Device", "Kind");
+    }
+    CPthread thread([factory] { delete factory; });
+    EXPECT_TRUE(thread.WasCancelled());
+    EXPECT_EQ(3, ended);
+}
+
+TEST_F(CVendorFactoryTest, AMakerMaySetAnother) {
+    CVendorFactory::SetMaker([this](const auto&...) {
+        CVendorFactory::SetMaker({});
+        return std::make_unique<CTestVendor>(&m_iEnded, false);
+    });
+    CVendorFactory factory;
+    EXPECT_NE(nullptr, factory.GetVendorObject("TarnwellLogger", "Logger", "Kind"));
 }
 
 } // namespace

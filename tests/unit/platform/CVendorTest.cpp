@@ -89,4 +89,29 @@ TEST(CVendorTest, TheReservedOperationsDoNothing) {
     }
 }
 
+TEST(CVendorTest, ACommandHasTheTimeThatIsDescribed) {
+    CDeviceDescription description;
+    description.m_commands["CheckInstall"] = {"/bin/sleep", "30"};
+    description.m_timeout = std::chrono::seconds(1);
+    CVendor vendor("Logger", "Kind", description);
+    const CTraceCapture trace("KzmProviderBase");
+    EXPECT_EQ(124, vendor.ExecuteCommand("CheckInstall"));
+}
+
+TEST(CVendorTest, FindsWhatIsNoProgram) {
+    const CTempFile file("#!/bin/sh\n");
+    const auto findProblem = [](const std::string& program) {
+        CDeviceDescription description;
+        description.m_commands["CheckInstall"] = {program};
+        return CVendor("Logger", "Kind", description).FindProblem("CheckInstall");
+    };
+    for (const std::string& program : {std::string("/"), file.Path(), file.Path() + ".missing"}) {
+        EXPECT_EQ("The command CheckInstall cannot be run: \"" + program +
+                      "\" is no program that can be started",
+                  findProblem(program));
+    }
+    EXPECT_EQ("", findProblem("/bin/true"));
+    EXPECT_EQ("", findProblem("true"));
+}
+
 } // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 #include <string>
 
 namespace {
@@ -313,6 +315,38 @@ TEST(IWbemClassObjectTest, SpawnsAnInstanceWithoutValues) {
     EXPECT_TRUE(std::get<bool>(*definition.Get("Switch")));
     instance->Release();
     EXPECT_EQ(WbemResult::kInvalidParameter, definition.SpawnInstance(0, nullptr));
+}
+
+TEST(IWbemClassObjectTest, NullLeavesAPropertyItsType) {
+    IWbemClassObject object;
+    object.Put("Number", 1U);
+    object.Put("Number", std::monostate());
+    EXPECT_EQ(WbemType::UInt32, object.GetProperties().front().m_type);
+}
+
+TEST(IWbemClassObjectTest, APropertyCanBePutByTheNameThatItHas) {
+    IWbemClassObject object;
+    object.Put("Number", 1U);
+    for (const char letter : std::string("abcdefghijklmnopqrstuvwxyz")) { // so many are not kept
+        object.Put(std::string(1, letter).c_str(), true);
+    }
+    auto copy = std::make_unique<IWbemClassObject>(object);
+    const char* name = object.GetProperties().front().m_sName.c_str();
+    copy.reset();             // the properties are the object's alone, which does not know it
+    mallopt(M_PERTURB, 0x55); // what is freed is not as before
+    EXPECT_EQ(WbemResult::kSuccess, object.Put(name, 2U));
+    mallopt(M_PERTURB, 0);
+    EXPECT_EQ(2U, NumberOf(object));
+}
+
+TEST(IWbemClassObjectTest, SignaturesThatNobodyWantsAreNotMadeForEver) {
+    IWbemClassObject definition = MakeClass();
+    EXPECT_EQ(0, definition.GetMethod("SetParameter", 0, nullptr, nullptr));
+    const std::size_t before = mallinfo2().uordblks;
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(0, definition.GetMethod("SetParameter", 0, nullptr, nullptr));
+    }
+    EXPECT_LT(mallinfo2().uordblks, before + 1'000);
 }
 
 } // namespace

@@ -324,6 +324,10 @@ TEST_P(KzmExceptionOtherTest, OtherSignalsAreUntouched) {
         testing::KilledBySignal(SIGABRT), "");
 }
 
+TEST(KzmExceptionTextTest, NamesNoOtherSignal) {
+    EXPECT_STREQ("signal at 0x10", KzmException(SIGTERM, reinterpret_cast<void*>(0x10)).what());
+}
+
 TEST(KzmExceptionTextTest, NamesTheSignalAndTheAddress) {
     EXPECT_STREQ("SIGSEGV at 0x10",
                  KzmException(SIGSEGV, reinterpret_cast<const void*>(0x10)).what());

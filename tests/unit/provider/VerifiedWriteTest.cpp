@@ -1,16 +1,15 @@
 // Writing the settings and proving that they were written.
 
+#include "tests/support/CFileSizeLimit.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/CWithoutFilePrivileges.h"
 #include "tests/unit/provider/ScriptedRequest.h"
 
 #include "KzmPaths.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <functional>
 
 using std::string;
@@ -299,26 +298,6 @@ TEST_F(VerifiedWriteSteps, FileThatSomebodyChangesAfterTheWriteFails) {
                           "CLoggerConf::Compare SyslogOutputConf not same.", kNotSame}),
               FlowTrace());
 }
-
-// No file of this process can grow beyond this size while it lives.
-class CFileSizeLimit {
-public:
-    explicit CFileSizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~CFileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-    CFileSizeLimit(const CFileSizeLimit&) = delete;
-    CFileSizeLimit& operator=(const CFileSizeLimit&) = delete;
-
-private:
-    void (*m_handler)(int);
-    rlimit m_before{};
-};
 
 TEST_F(VerifiedWriteSteps, WriteThatBreaksOffIsFoundByReadingBack) {
     const CTestRoot root;

@@ -1,18 +1,12 @@
-// Editing agent.cfg and alert.cfg: the lines in memory, and the files on disk.
+// Editing the lines of agent.cfg and alert.cfg in memory.
 
 #include "settings/CLoggerConf.h"
 
-#include "KzmPaths.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/CTraceCapture.h"
-#include "tests/support/CWithoutFilePrivileges.h"
 #include "tests/support/SampleConf.h"
 #include "tests/support/TableTest.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
 #include <functional>
 #include <sstream>
 
@@ -136,6 +130,20 @@ TEST(EditAgentSwitches, EachSwitchGoesToItsOwnKey) {
         }
         EXPECT_TRUE(conf.EditAgent(lines));
         EXPECT_EQ(expected, Join(lines));
+    }
+}
+
+TEST(EditAgentSwitches, NoneOfTheFourKeysMayBeMissing) {
+    const CLoggerConf conf;
+    for (unsigned int present = 0; present < kLoggerSyslogAllSwitches; ++present) {
+        SCOPED_TRACE(present);
+        Lines lines;
+        for (const LoggerSyslogSwitch& entry : kLoggerSyslogSwitches) {
+            if ((present & entry.m_bit) != 0) {
+                lines.push_back(string(entry.m_pName) + "=True");
+            }
+        }
+        EXPECT_FALSE(conf.EditAgent(lines));
     }
 }
 
@@ -306,6 +314,24 @@ INSTANTIATE_TEST_SUITE_P(
                      "FSNAME=\"/CPU=(1)\"   (70)\nFSNAME=\"/FILESYSTEM=(1)\"   (70)\n"}),
     RowName<AlertRow>);
 
+TEST(EditAlertFields, AnyOtherNumberOfFieldsIsRefused) {
+    struct Key {
+        string name;
+        unsigned int fields;
+    };
+    for (const Key& key : {Key{"CPU", 4}, Key{"MEMORY", 4}, Key{"FILESYSTEM", 3}}) {
+        string list = "True";
+        for (unsigned int fields = 1; fields <= 8; ++fields, list += ",1") {
+            const string line = key.name + "=(" + list + ")";
+            SCOPED_TRACE(line);
+            // The other lines are good, and so is a later one of the key.
+            Lines lines = Split(line + "\n" + kCpu + kMemory + kFs);
+            EXPECT_EQ(fields == key.fields, SampleConf().EditAlert(lines));
+            EXPECT_EQ(fields != key.fields, lines.front() == line);
+        }
+    }
+}
+
 TEST(FindItem, FindsExactlyThisElement) {
     Lines list;
     EXPECT_FALSE(CLoggerConf::FindItem(&list, ""));
@@ -315,144 +341,5 @@ TEST(FindItem, FindsExactlyThisElement) {
     EXPECT_FALSE(CLoggerConf::FindItem(&list, "/home/"));
     EXPECT_FALSE(CLoggerConf::FindItem(&list, "/Home"));
 }
-
-// ---- Files ----
-
-bool Edit(const CLoggerConf& conf) {
-    return conf.EditConfigFile(KzmPaths::kAgentConfig, KzmPaths::kAlertConfig);
-}
-
-const string kChangedAgent = ChangedAgent();
-const string kChangedAlert = ChangedAlert();
-
-TEST(EditConfigFile, RewritesBothFilesInPlace) {
-    const CTestRoot root;
-    ASSERT_EQ(0, chmod(KzmPaths::kAgentConfig, 0640));
-    struct stat before {};
-    stat(KzmPaths::kAgentConfig, &before);
-    const CLoggerConf conf = ChangedConf();
-    const CTraceCapture trace;
-    EXPECT_TRUE(Edit(conf));
-    EXPECT_EQ(TraceLines{}, trace.Lines());
-    EXPECT_EQ(kChangedAgent, ReadFile(KzmPaths::kAgentConfig));
-    EXPECT_EQ(kChangedAlert, ReadFile(KzmPaths::kAlertConfig));
-    struct stat after {};
-    stat(KzmPaths::kAgentConfig, &after);
-    EXPECT_EQ(before.st_ino, after.st_ino);
-    EXPECT_EQ(before.st_mode, after.st_mode);
-    const auto folder = std::filesystem::path(KzmPaths::kAgentConfig).parent_path();
-    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
-TEST(EditConfigFile, ChangesNothingInFilesThatHoldTheRecord) {
-    const CTestRoot root;
-    EXPECT_TRUE(Edit(SampleConf()));
-    EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
-    EXPECT_EQ(CTestRoot::kAlertConfig, ReadFile(KzmPaths::kAlertConfig));
-}
-
-TEST(EditConfigFile, EveryLineEndsWithANewlineAfterwards) {
-    const CTestRoot root;
-    string agent = CTestRoot::kAgentConfig;
-    agent.pop_back();
-    root.SetAgentConfig(agent);
-    root.SetAlertConfig(string(CTestRoot::kAlertConfig) + "\n\nlast");
-    EXPECT_TRUE(Edit(SampleConf()));
-    EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
-    EXPECT_EQ(string(CTestRoot::kAlertConfig) + "\n\nlast\n", ReadFile(KzmPaths::kAlertConfig));
-}
-
-TEST(EditConfigFile, CarriageReturnsStayAndNoneAreAdded) {
-    const CTestRoot root;
-    string alert;
-    for (const string& line : Split(CTestRoot::kAlertConfig)) {
-        alert += line + "\r\n";
-    }
-    root.SetAlertConfig(alert);
-    EXPECT_TRUE(Edit(SampleConf()));
-    // The lines that are made anew end with a newline alone.
-    alert = Replace(alert, "FSNAME=\"/home\"   (90)\r", "FSNAME=\"/home\"   (90)");
-    alert = Replace(alert, "FSNAME=\"/data\"   (75)\r", "FSNAME=\"/data\"   (75)");
-    EXPECT_EQ(alert, ReadFile(KzmPaths::kAlertConfig));
-}
-
-TEST(EditConfigFile, ZeroBytesAreKept) {
-    const CTestRoot root;
-    const string agent = string("\0a\0\n", 4) + CTestRoot::kAgentConfig;
-    root.SetAgentConfig(agent);
-    EXPECT_TRUE(Edit(SampleConf()));
-    EXPECT_EQ(agent, ReadFile(KzmPaths::kAgentConfig));
-}
-
-struct FailureRow {
-    string name;
-    std::function<void(const CTestRoot&)> prepare;
-    string reason;
-    bool agentWritten;
-};
-std::ostream& operator<<(std::ostream& out, const FailureRow& row) {
-    return out << row.name;
-}
-
-class EditConfigFileFailure : public testing::TestWithParam<FailureRow> {};
-
-// The text of a file; empty when there is none that can be read.
-string TextOf(const string& path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return file.is_open() ? text.str() : string();
-}
-
-TEST_P(EditConfigFileFailure, TracesTheReasonAndLeavesTheFilesAsDocumented) {
-    const CTestRoot root;
-    GetParam().prepare(root);
-    const string agent = TextOf(KzmPaths::kAgentConfig);
-    const string alert = TextOf(KzmPaths::kAlertConfig);
-    {
-        const CLoggerConf conf = ChangedConf();
-        const CWithoutFilePrivileges privileges;
-        const CTraceCapture trace;
-        EXPECT_FALSE(Edit(conf));
-        EXPECT_EQ((TraceLines{{2, "CLoggerConf::EditConfigFile() " + GetParam().reason}}),
-                  trace.Lines());
-    }
-    EXPECT_EQ(GetParam().agentWritten ? kChangedAgent : agent, TextOf(KzmPaths::kAgentConfig));
-    EXPECT_EQ(alert, TextOf(KzmPaths::kAlertConfig));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, EditConfigFileFailure,
-    testing::Values(
-        FailureRow{"AgentMissing", [](const CTestRoot&) { unlink(KzmPaths::kAgentConfig); },
-                   "agent.cfg open error", false},
-        FailureRow{"AgentUnreadable", [](const CTestRoot&) { chmod(KzmPaths::kAgentConfig, 0200); },
-                   "agent.cfg open error", false},
-        FailureRow{"AgentNotEditable",
-                   [](const CTestRoot& root) { root.SetAgentConfig("SyslogOutput=True\n"); },
-                   "EditAgent failure", false},
-        FailureRow{"AgentEmpty", [](const CTestRoot& root) { root.SetAgentConfig(""); },
-                   "EditAgent failure", false},
-        FailureRow{"AgentIsAFolder",
-                   [](const CTestRoot&) {
-                       unlink(KzmPaths::kAgentConfig);
-                       std::filesystem::create_directory(KzmPaths::kAgentConfig);
-                   },
-                   "EditAgent failure", false},
-        FailureRow{"AgentReadOnly", [](const CTestRoot&) { chmod(KzmPaths::kAgentConfig, 0400); },
-                   "agent.cfg open error", false},
-        // agent.cfg comes first and is not taken back.
-        FailureRow{"AlertMissing", [](const CTestRoot&) { unlink(KzmPaths::kAlertConfig); },
-                   "alert.cfg open error", true},
-        FailureRow{"AlertUnreadable", [](const CTestRoot&) { chmod(KzmPaths::kAlertConfig, 0200); },
-                   "alert.cfg open error", true},
-        FailureRow{"AlertNotEditable",
-                   [](const CTestRoot& root) { root.SetAlertConfig("CPU=(1)\n"); },
-                   "EditAlert failure", true},
-        FailureRow{"AlertEmpty", [](const CTestRoot& root) { root.SetAlertConfig(""); },
-                   "EditAlert failure", true},
-        FailureRow{"AlertReadOnly", [](const CTestRoot&) { chmod(KzmPaths::kAlertConfig, 0400); },
-                   "alert.cfg open error", true}),
-    RowName<FailureRow>);
 
 } // namespace

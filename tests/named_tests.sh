@@ -1,9 +1,10 @@
 #!/bin/sh
-# The page on security and the tests keep together: every test that the page names exists, and every
-# test of this folder is named there.
+# named_tests.sh PAGE [FOLDER]: a page and the tests keep together. Every test that the page names exists,
+# and every test of the folder is named there.
 set -eu
-cd "$(dirname "$0")/../.."
-page=docs/security.md
+cd "$(dirname "$0")/.."
+page=$1
+folder=${2-}
 status=0
 
 # Suite.Name of every test in the sources below the folder.
@@ -24,7 +25,9 @@ complain() {
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 tests_below tests >"$work/all"
-tests_below tests/security >"$work/own"
+if [ -n "$folder" ]; then
+    tests_below "$folder"
+fi >"$work/own"
 # shellcheck disable=SC2016 # the quotes of the page
 grep -Eo '`[A-Z][A-Za-z0-9]+\.[A-Z][A-Za-z0-9]+`' "$page" | tr -d '`' | sort -u >"$work/named"
 # shellcheck disable=SC2016
@@ -38,8 +41,8 @@ done <"$work/scripts" >>"$work/unknown"
 
 complain "is named in $page, and there is no such test." <"$work/unknown"
 complain "is a test that $page does not name." <"$work/unnamed"
-if [ ! -s "$work/own" ] || [ ! -s "$work/named" ]; then
-    echo "No tests were found in $page or in tests/security." >&2
+if [ ! -s "$work/named" ] || { [ -n "$folder" ] && [ ! -s "$work/own" ]; }; then
+    echo "No tests were found in $page${folder:+ or in $folder}." >&2
     status=1
 fi
 exit $status

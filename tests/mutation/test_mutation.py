@@ -1,0 +1,101 @@
+"""Tests of what decides over changes: python3 -m unittest discover tests/mutation"""
+
+import pathlib
+import unittest
+from unittest import mock
+
+import choice
+import mutations
+import run
+
+TREE = pathlib.Path(__file__).resolve().parents[2]
+LIST = """[host/A.cpp]
+
+A bound is moved
+- a < b
++ a <= b
+
+A line is missing
+- one
+- two
+
+Nobody can notice
+- x
++ y
+= the reason
+"""
+
+
+def many(count, file="host/A.cpp", accepted=""):
+    return [mutations.Mutation(file, f"{accepted}{number}", "a", "b", accepted)
+            for number in range(count)]
+
+
+class ListTest(unittest.TestCase):
+    def test_changes_are_read(self):
+        bound, line, accepted = mutations.parse("host.txt", LIST)
+        self.assertEqual(bound.apply("if (a < b)"), "if (a <= b)")
+        self.assertEqual(line.apply("one\ntwo\nthree"), "\nthree")
+        self.assertEqual(accepted.accepted, "the reason")
+
+    def test_a_text_must_be_there_once(self):
+        for source in ("", "a < b a < b"):
+            with self.assertRaises(ValueError):
+                mutations.parse("host.txt", LIST)[0].apply(source)
+
+    def test_few_survivors_are_accepted_and_none_of_the_provider(self):
+        mutations.check(many(95) + many(5, accepted="why"))
+        with self.assertRaises(ValueError):
+            mutations.check(many(94) + many(6, accepted="why"))
+        with self.assertRaises(ValueError):
+            mutations.check(many(95) + many(1, "provider/A.cpp", "why"))
+
+    def test_the_lists_fit_the_tree(self):
+        self.assertTrue(mutations.load(TREE))
+
+
+class ChoiceTest(unittest.TestCase):
+    def test_shares_make_up_the_whole(self):
+        whole = many(10)
+        shares = [choice.share(whole, part, 3) for part in (1, 2, 3)]
+        self.assertEqual(sorted(sum(shares, []), key=whole.index), whole)
+
+    def sample(self, commit, touched, whole):
+        answers = {"rev-parse": commit, "log": "1000" if not touched else touched}
+        answer = lambda tree, *words: "1000" if "-1" in words else answers[words[0]]
+        with mock.patch.object(choice, "_git", answer):
+            return choice.sample(whole, TREE)
+
+    def test_a_sample_is_the_commits_own(self):
+        whole = many(80)
+        self.assertEqual(self.sample("a", "", whole), self.sample("a", "", whole))
+        self.assertEqual(len(self.sample("a", "", whole)), 80 // choice.SAMPLE_PARTS)
+        seen = {mutation for number in range(100) for mutation in self.sample(str(number), "", whole)}
+        self.assertEqual(len(seen), 80)
+
+    def test_a_sample_has_what_was_touched_and_is_bounded(self):
+        whole = many(400) + many(20, "host/B.cpp")
+        chosen = self.sample("a", "host/B.cpp\nhost/C.cpp", whole)
+        self.assertEqual(len(chosen), choice.SAMPLE_MOST)
+        self.assertGreaterEqual(sum(mutation.file == "host/B.cpp" for mutation in chosen), 20)
+
+
+class VerdictTest(unittest.TestCase):
+    def is_well(self, test="", problem="", accepted=""):
+        mutation = mutations.Mutation("host/A.cpp", "x", "a", "b", accepted)
+        return run.verdict(run.Outcome(mutation, test, problem, 1.0))[1]
+
+    def test_a_change_is_to_be_noticed_unless_it_is_accepted(self):
+        self.assertTrue(self.is_well(test="Some.Test"))
+        self.assertFalse(self.is_well())
+        self.assertTrue(self.is_well(accepted="why"))
+        self.assertFalse(self.is_well(test="Some.Test", accepted="why"))
+        self.assertFalse(self.is_well(problem="it does not build"))
+
+    def test_the_unchanged_tree_is_to_pass(self):
+        self.assertTrue(run.verdict(run.Outcome(run.UNCHANGED, "", "", 1.0))[1])
+        self.assertFalse(run.verdict(run.Outcome(run.UNCHANGED, "Some.Test", "", 1.0))[1])
+
+
+if __name__ == "__main__":
+    unittest.main()

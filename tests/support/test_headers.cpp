@@ -1,0 +1,4 @@
+// Does nothing: it stands for the headers that are compiled for all tests.
+int main() {
+    return 0;
+}
