@@ -16,6 +16,9 @@ if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
   set(CMAKE_INSTALL_PREFIX "${KZM_ROOT}/" CACHE PATH "" FORCE)
 endif()
 
+# What belongs to the management server says so; all else is the provider and its tool.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME provider)
+
 # Folders that the installation makes are their owner's to write, whatever the umask.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
