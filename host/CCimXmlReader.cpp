@@ -3,6 +3,7 @@
 #include "host/CCimElementReader.h"
 #include "host/CTextFile.h"
 #include "host/CXmlDocument.h"
+#include "host/CimText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -39,9 +40,6 @@ private:
     bool ReadQualifierValue(const CXmlElement& element, CCimQualifier* qualifier);
 
     bool ApplyEmbeddedInstance(const CXmlElement& element, bool isArray, CCimProperty* property);
-    // Null when there is none of this name.
-    static const CCimQualifier* FindQualifier(const std::vector<CCimQualifier>& qualifiers,
-                                              std::string_view name);
     bool ReadFlag(const CXmlElement& element, const CCimProperty& owner, const char* name,
                   bool* flag);
     bool CheckEmbeddedClasses();
@@ -168,16 +166,17 @@ bool CDeclarationReader::ReadQualifierValue(const CXmlElement& element, CCimQual
     std::string value = element.m_sText;
     bool isGood = true;
     if (qualifier->m_type == WbemType::Boolean) {
-        isGood = AreSameNames(value, "true") || AreSameNames(value, "false");
-        value = AreSameNames(value, "true") ? "true" : "false";
+        isGood = cim::AreSameNames(value, "true") || cim::AreSameNames(value, "false");
+        value = cim::AreSameNames(value, "true") ? "true" : "false";
     } else if (qualifier->m_type == WbemType::UInt32) {
         isGood = IsNumber<std::uint32_t>(value);
     } else if (qualifier->m_type == WbemType::SInt32) {
         isGood = IsNumber<std::int32_t>(value);
     }
     if (!isGood) {
-        return Fail(element, "holds " + Quote(element.m_sText) + ", which is not of the type of " +
-                                 "the qualifier " + Quote(qualifier->m_sName));
+        return Fail(element, "holds " + cim::Quote(element.m_sText) +
+                                 ", which is not of the type of " + "the qualifier " +
+                                 cim::Quote(qualifier->m_sName));
     }
     qualifier->m_values.push_back(std::move(value));
     return true;
@@ -185,7 +184,7 @@ bool CDeclarationReader::ReadQualifierValue(const CXmlElement& element, CCimQual
 
 bool CDeclarationReader::ApplyEmbeddedInstance(const CXmlElement& element, bool isArray,
                                                CCimProperty* property) {
-    const CCimQualifier* qualifier = FindQualifier(property->m_qualifiers, kEmbeddedInstance);
+    const CCimQualifier* qualifier = cim::FindNamed(property->m_qualifiers, kEmbeddedInstance);
     if (qualifier == nullptr) {
         return !isArray ||
                Fail(element, "is an array without an EmbeddedInstance qualifier; only arrays of "
@@ -202,24 +201,15 @@ bool CDeclarationReader::ApplyEmbeddedInstance(const CXmlElement& element, bool 
     return true;
 }
 
-const CCimQualifier* CDeclarationReader::FindQualifier(const std::vector<CCimQualifier>& qualifiers,
-                                                       std::string_view name) {
-    const auto found =
-        std::find_if(qualifiers.begin(), qualifiers.end(), [name](const CCimQualifier& item) {
-            return AreSameNames(item.m_sName, name);
-        });
-    return found == qualifiers.end() ? nullptr : &*found;
-}
-
 // Takes a boolean qualifier's value; leaves *flag alone when there is no such qualifier.
 bool CDeclarationReader::ReadFlag(const CXmlElement& element, const CCimProperty& owner,
                                   const char* name, bool* flag) {
-    const CCimQualifier* qualifier = FindQualifier(owner.m_qualifiers, name);
+    const CCimQualifier* qualifier = cim::FindNamed(owner.m_qualifiers, name);
     if (qualifier == nullptr) {
         return true;
     }
     if (qualifier->m_type != WbemType::Boolean || qualifier->m_bArray) {
-        return Fail(element, "has a qualifier " + Quote(name) + " that is not one boolean");
+        return Fail(element, "has a qualifier " + cim::Quote(name) + " that is not one boolean");
     }
     *flag = qualifier->m_values.front() == "true";
     return true;
@@ -254,8 +244,8 @@ bool CDeclarationReader::CheckEmbeddedClass(const CCimClass& owner, const CCimPr
     if (!isEmbedded || isDefined) {
         return true;
     }
-    return Fail(Quote(property.m_sName) + " in class " + owner.m_sName + " embeds the class " +
-                Quote(property.m_sEmbeddedClass) + ", which is not defined");
+    return Fail(cim::Quote(property.m_sName) + " in class " + owner.m_sName + " embeds the class " +
+                cim::Quote(property.m_sEmbeddedClass) + ", which is not defined");
 }
 
 } // namespace
