@@ -5,8 +5,8 @@
 
 #include <signal.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -93,7 +93,7 @@ std::unique_ptr<CWorkerProcess> CWorkerProcess::Start(const std::string& program
 CWorkerProcess::CWorkerProcess(CDescriptor socket, pid_t process)
     : m_socket(std::move(socket)),
       m_process(process),
-      m_processDescriptor(pidfd_open(process, 0)) {}
+      m_processDescriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0))) {}
 
 CWorkerProcess::~CWorkerProcess() {
     if (!m_hasEnded) {

@@ -63,6 +63,9 @@ Transfer Receive(int socket, std::size_t size, std::string* text, const Deadline
 } // namespace
 
 Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline) {
+    if (frame.empty()) {
+        return Transfer::Ended;
+    }
     while (!frame.empty()) {
         if (!WaitFor(socket, POLLOUT, deadline)) {
             return Transfer::TimedOut;

@@ -17,7 +17,8 @@ enum class Transfer {
     TimedOut
 };
 
-// Sends a whole frame. No signal is raised when the other side is gone.
+// Sends a whole frame. No signal is raised when the other side is gone. Ended as well for an empty
+// text, which stands for a payload that is too large for a frame.
 Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline);
 
 // Receives one frame and gives its payload. Memory is taken as the payload arrives.
