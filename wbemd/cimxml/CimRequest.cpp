@@ -68,9 +68,12 @@ std::optional<CRefusal> CheckVersions(const CXmlElement& root) {
 
 tl::expected<CXmlDocument, CRefusal> ParseRequest(std::string_view body) {
     CXmlError error;
-    std::optional<CXmlDocument> document = CXmlDocument::Parse(body, &error);
+    std::optional<CXmlDocument> document = 
+        CXmlDocument::Parse(body, &error, CXmlLimits::ForStrangers());
     if (!document) {
-        return tl::unexpected(CRefusal{400, kNotWellFormed, error.Text() + "."});
+        const bool isRefused = error.m_kind == CXmlError::Kind::Refused;
+        return tl::unexpected(
+            CRefusal{400, isRefused ? kNotValid : kNotWellFormed, error.Text() + "."});
     }
     return std::move(*document);
 }

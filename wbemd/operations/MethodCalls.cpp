@@ -2,7 +2,6 @@
 
 #include "host/CimText.h"
 #include "serverbase/Frames.h"
-#include "wbemd/cimxml/CInParameters.h"
 #include "wbemd/cimxml/CXmlWriter.h"
 #include "wbemd/operations/Rights.h"
 
@@ -64,11 +63,6 @@ CCimError ErrorOf(const CPendingCall& call, messages::CallResult result) {
     }
 }
 
-// What an embedded object that the method gave back is written as.
-void WriteOutParameter(const CCimParameter& parameter, const CWbemValue& value, CXmlWriter* xml) {
-    ...
-}
-
 } // namespace
 
 tl::expected<CPendingCall, CCimError> PrepareCall(const CServedNamespace& served,
@@ -92,11 +86,22 @@ tl::expected<CPendingCall, CCimError> PrepareCall(const CServedNamespace& served
     if (auto error = CheckRight(*method, right)) {
         return tl::unexpected(std::move(*error));
     }
-    const auto parameters = ReadInParameters(served, *method, request.m_parameters);
-    if (!parameters) {
-        return Fail(CimCode::InvalidParameter, parameters.error());
+    return CPendingCall{method->m_sName, {}, request.m_messageId, request.m_method};
+}
+
+tl::expected<std::string, CCimError> WriteCallAnswer(const CServedNamespace& served,
+                                                     const CPendingCall& call,
+                                                     const messages::CCallAnswer& answer) {
+    if (answer.m_result != messages::CallResult::Done) {
+        return tl::unexpected(ErrorOf(call, answer.m_result));
     }
-    return CPendingCall{method->m_sName, *parameters, request.m_messageId, request.m_method};
+    const CCimMethod* method =
+        FindMethod(served.FindClass(kProviderClass)->m_definition, call.m_method);
+    CXmlWriter xml;
+    xml.Open("RETURNVALUE", {{"PARAMTYPE", CimTypeName(method->m_returnType)}});
+    xml.Element("VALUE", std::to_string(answer.m_uiReturnValue));
+    xml.Close("RETURNVALUE");
+    return xml.Take();
 }
 
 } // namespace wbemd
