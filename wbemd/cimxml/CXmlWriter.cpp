@@ -19,7 +19,9 @@ void CXmlWriter::Close(std::string_view name) {
     m_xml += '>';
 }
 
-void CXmlWriter::Text(std::string_view text) { m_xml += cim::EscapeText(text); }
+void CXmlWriter::Text(std::string_view text) {
+    m_xml += cim::EscapeText(text);
+}
 
 void CXmlWriter::Element(std::string_view name, std::string_view text, Attributes attributes) {
     Open(name, attributes);
@@ -27,7 +29,9 @@ void CXmlWriter::Element(std::string_view name, std::string_view text, Attribute
     Close(name);
 }
 
-std::string CXmlWriter::Take() { return std::exchange(m_xml, {}); }
+std::string CXmlWriter::Take() {
+    return std::exchange(m_xml, {});
+}
 
 void CXmlWriter::Attribute(std::string_view name, std::string_view value) {
     m_xml += ' ';

@@ -68,7 +68,7 @@ std::optional<CRefusal> CheckVersions(const CXmlElement& root) {
 
 tl::expected<CXmlDocument, CRefusal> ParseRequest(std::string_view body) {
     CXmlError error;
-    std::optional<CXmlDocument> document = 
+    std::optional<CXmlDocument> document =
         CXmlDocument::Parse(body, &error, CXmlLimits::ForStrangers());
     if (!document) {
         const bool isRefused = error.m_kind == CXmlError::Kind::Refused;
