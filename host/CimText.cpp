@@ -1,6 +1,5 @@
 #include "host/CimText.h"
 
-#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -123,6 +122,19 @@ std::optional<Number> ParseNumber(std::string_view text) {
 bool AreSameNames(std::string_view left, std::string_view right) {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](char one, char other) { return ToLower(one) == ToLower(other); });
+}
+
+const char* TypeName(WbemType type) {
+    switch (type) {
+    case WbemType::Boolean:
+        return "boolean";
+    case WbemType::UInt32:
+        return "uint32";
+    case WbemType::SInt32:
+        return "sint32";
+    default:
+        return "string";
+    }
 }
 
 std::string Quote(std::string_view text) {
