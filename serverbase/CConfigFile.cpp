@@ -164,10 +164,9 @@ std::vector<std::string> CConfigFile::Problems() const {
     std::stable_sort(
         problems.begin(), problems.end(),
         [](const CProblem& left, const CProblem& right) { return left.m_line < right.m_line; });
-    std::vector<std::string> texts;
-    for (const CProblem& problem : problems) {
-        texts.push_back(Worded(problem));
-    }
+    std::vector<std::string> texts(problems.size());
+    std::transform(problems.begin(), problems.end(), texts.begin(),
+                   [this](const CProblem& problem) { return Worded(problem); });
     return texts;
 }
 

@@ -32,7 +32,7 @@ public:
     std::string TakeText() { return m_writer.TakePayload(); }
 
 private:
-    static void PutValue(std::monostate) {}
+    void PutValue(std::monostate) {}
     void PutValue(bool value) { m_writer.PutByte(value ? 1 : 0); }
     void PutValue(std::uint32_t value) { m_writer.PutNumber(value); }
     void PutValue(std::int32_t value) { m_writer.PutNumber(static_cast<std::uint32_t>(value)); }

@@ -40,18 +40,18 @@ std::string_view TakeNext(const char** position, const char* invalid) {
 
 std::string Printable(const std::string& text) {
     std::string safe;
+    std::size_t cut = 0; // where it can be cut
     const char* const end = text.data() + text.size();
     const char* invalid = utf8::find_invalid(text.data(), end);
     for (const char* position = text.data(); position != end;) {
         if (invalid < position) {
             invalid = utf8::find_invalid(position, end);
         }
-        const std::string_view next = TakeNext(&position, invalid);
-        const std::size_t room = position == end ? 0 : kCut.size();
-        if (safe.size() + next.size() + room > kPrintableBytes) {
-            return safe.append(kCut);
+        safe += TakeNext(&position, invalid);
+        cut = safe.size() + kCut.size() <= kPrintableBytes ? safe.size() : cut;
+        if (safe.size() > kPrintableBytes) {
+            return safe.substr(0, cut).append(kCut);
         }
-        safe += next;
     }
     return safe;
 }

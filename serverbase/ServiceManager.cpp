@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <numeric>
 
 namespace daemon_base {
 
@@ -56,10 +57,8 @@ const char* MarkOf(Level level) {
 
 std::vector<int> TakeListeners() {
     const int count = sd_listen_fds(1); // makes them close on exec, and clears the environment
-    std::vector<int> listeners;
-    for (int i = 0; i < count; ++i) {
-        listeners.push_back(SD_LISTEN_FDS_START + i);
-    }
+    std::vector<int> listeners(count > 0 ? static_cast<std::size_t>(count) : 0);
+    std::iota(listeners.begin(), listeners.end(), SD_LISTEN_FDS_START);
     return listeners;
 }
 
