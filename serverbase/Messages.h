@@ -18,6 +18,9 @@ struct CCredentials {
     std::string m_password;
 };
 inline constexpr std::size_t kCredentialBytes = 1024; // for the user and the password each
+inline constexpr std::size_t kPeerBytes = 128;        // for a peer
+inline constexpr std::size_t kMethodBytes = 256;      // for a method's name
+inline constexpr std::size_t kObjectBytes = kFrameBytes - std::size_t{4} * 1024; // for parameters
 
 // What a user may do; changing includes reading.
 enum class Right : std::uint8_t { None = 0, Read = 1, Change = 2 };
@@ -59,7 +62,8 @@ struct CCallAnswer {
     std::string m_outParameters;       // of Done: the output object, as EncodeObject writes it
 };
 
-// A message as a whole frame (Frames.h).
+// A message as a whole frame (Frames.h). Its texts must be within the limits above: one that is not
+// makes a frame that nobody takes for a message, or none.
 std::string Encode(const CCheckRequest& request);
 std::string Encode(const CCallRequest& request);
 std::string Encode(const CCheckAnswer& answer);

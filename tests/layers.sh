@@ -37,9 +37,10 @@ check host "host/|$platform" "$expat"
 check history "history/|KzmPaths\.h\"" "$expected"
 below="history/|settings/|$platform|KzmPaths\.h\"|loggerctl/output/"
 check loggerctl/output 'loggerctl/output/|history/CDescriptor\.h"' "$output"
-check loggerctl/agent "loggerctl/agent/|host/CProviderHost\.h\"|provider/MethodResult\.h\"|$below" "$expected"
+check loggerctl/agent "loggerctl/agent/|host/C(ProviderHost|ServiceSteps)\.h\"|provider/MethodResult\.h\"|$below" "$expected"
 check loggerctl/record "loggerctl/record/|loggerctl/agent/|$below" "$json$expected"
 check loggerctl/commands "loggerctl/|$below" "$json${expected}CLI/CLI\.hpp>|"
+check serverbase 'serverbase/|providerbase/IWbemClassObject\.h"' 'systemd/sd-daemon\.h>|utf8\.h>|'
 check loggerctl/main.cpp 'loggerctl/(commands|output)/' ''
 
 exit $status

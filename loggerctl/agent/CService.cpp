@@ -1,6 +1,7 @@
 #include "loggerctl/agent/CService.h"
 
 #include "KzmPaths.h"
+#include "host/CServiceSteps.h"
 #include "loggerctl/agent/Failures.h"
 #include "loggerctl/agent/SettingsFiles.h"
 #include "loggerctl/output/CProgressLine.h"
@@ -47,9 +48,9 @@ std::string DescriptionFile() {
 
 int RunShown(const std::function<int()>& run, const std::string& command) {
     std::string text;
-    if (command == kServiceStop) {
+    if (command == CServiceSteps::kStop) {
         text = "Stopping the agent's service";
-    } else if (command == kServiceStart) {
+    } else if (command == CServiceSteps::kStart) {
         text = "Starting the agent's service";
     }
     const output::CProgressLine line(text, output::CTerminal::Of(STDERR_FILENO));
@@ -93,7 +94,7 @@ Expected<void> CService::CheckCommands(const std::string& headline) {
         return NoVendor(headline);
     }
     std::vector<std::string> reasons;
-    for (const char* command : {kServiceStop, kServiceStart}) {
+    for (const char* command : {CServiceSteps::kStop, CServiceSteps::kStart}) {
         const std::string problem = m_vendor->FindProblem(command);
         if (!problem.empty()) {
             reasons.push_back(output::Escape(problem) + ". See " + LineOf(command));
@@ -106,11 +107,11 @@ Expected<void> CService::CheckCommands(const std::string& headline) {
 }
 
 Expected<void> CService::Start(const std::string& headline) {
-    return Expect0(headline, kServiceStart);
+    return Expect0(headline, CServiceSteps::kStart);
 }
 
 Expected<void> CService::Stop(const std::string& headline) {
-    return Expect0(headline, kServiceStop);
+    return Expect0(headline, CServiceSteps::kStop);
 }
 
 Expected<void> CService::Expect0(const std::string& headline, const std::string& command) {

@@ -10,10 +10,8 @@
 
 namespace agent {
 
-// The names of the device description's commands.
+// The names of the device description's commands, besides those of CServiceSteps.
 inline constexpr char kCheckInstall[] = "CheckInstall";
-inline constexpr char kServiceStart[] = "ServiceStart";
-inline constexpr char kServiceStop[] = "ServiceStop";
 inline constexpr char kServiceStatus[] = "ServiceStatus";
 
 // The path of the agent's device description.

@@ -1,6 +1,7 @@
 #include "loggerctl/agent/ProviderCall.h"
 
 #include "KzmPaths.h"
+#include "host/CServiceSteps.h"
 #include "loggerctl/agent/CService.h"
 #include "loggerctl/agent/Locks.h"
 #include "loggerctl/agent/SettingsFiles.h"
@@ -8,8 +9,6 @@
 #include "loggerctl/output/Console.h"
 #include "loggerctl/output/SafeText.h"
 #include "provider/MethodResult.h"
-#include "providerbase/CVendor.h"
-#include "settings/LoggerDefinitions.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,14 +22,12 @@ namespace agent {
 
 namespace {
 
-using LoggerDefinitions::kDevice;
 using output::CFailure;
 using output::ExitCode;
 using output::Expected;
 
 constexpr char kClass[] = "VELTARO_ToolServiceLogger";
 constexpr char kNotRead[] = "The settings cannot be read.";
-constexpr int kRefused = 125; // answered in place of a command that was not run
 
 // What a call came to, and what was traced meanwhile.
 struct CAnswer {
@@ -81,50 +78,6 @@ CFailure ToFailure(std::string headline, const CAnswer& answer, const CReasons& 
     return {plain ? known.m_code : answer.m_code, headline, reasons, {}};
 }
 
-// The agent's vendor object as the provider gets it: it lets the change's steps take place around
-// the service commands.
-class CSteppedVendor : public CVendor {
-public:
-    CSteppedVendor(CDeviceDescription description, const CChangeSteps& steps, CFailure* refusal)
-        : CVendor(kDevice, kDevice, std::move(description)),
-          m_steps(steps),
-          m_refusal(refusal) {}
-
-    int ExecuteCommand(const std::string& command) override {
-        if (command == kServiceStop) {
-            const Expected<void> allowed = m_steps.m_beforeStop();
-            if (!allowed) {
-                *m_refusal = allowed.error();
-                return kRefused;
-            }
-        }
-        if (command == kServiceStart && !m_steps.m_beforeStart()) {
-            return kRefused;
-        }
-        return RunShown([&] { return CVendor::ExecuteCommand(command); }, command);
-    }
-
-private:
-    const CChangeSteps& m_steps;
-    CFailure* m_refusal;
-};
-
-// From its construction to its destruction the process's vendor objects have these steps.
-class CStepping {
-public:
-    CStepping(const CChangeSteps& steps, CFailure* refusal) {
-        CVendorFactory::SetMaker([&steps, refusal](const auto&...) -> std::unique_ptr<CVendor> {
-            auto description = CDeviceDescription::Read(DescriptionFile());
-            return description
-                       ? std::make_unique<CSteppedVendor>(std::move(*description), steps, refusal)
-                       : nullptr;
-        });
-    }
-    ~CStepping() { CVendorFactory::SetMaker({}); }
-    CStepping(const CStepping&) = delete;
-    CStepping& operator=(const CStepping&) = delete;
-};
-
 // A pipe in a file's place would be waited at without end.
 Expected<void> RefusePipes() {
     for (const char* path : history::CSettingsCopy::kPaths) {
@@ -161,7 +114,14 @@ std::optional<CChangeFailure> ChangeSettings(const CProviderFiles& files, const 
     IWbemClassObject inParams;
     conf.ConvertToIWbemClassObject(&inParams);
     CFailure refusal{ExitCode::Success, "", {}, {}};
-    const CStepping stepping(steps, &refusal);
+    const auto beforeStop = [&] {
+        const Expected<void> allowed = steps.m_beforeStop();
+        if (!allowed) {
+            refusal = allowed.error();
+        }
+        return allowed.has_value();
+    };
+    const CServiceSteps stepping(DescriptionFile(), {beforeStop, steps.m_beforeStart, RunShown});
     const CAnswer answer = Call(files, "SetParameter", &inParams);
     if (refusal.m_code != ExitCode::Success) {
         return CChangeFailure{refusal, Stage::NotBegun};

@@ -1,0 +1,164 @@
+#include "providerd/CCallQueue.h"
+
+#include "providerd/CReplaceableWorker.h"
+#include "providerd/MethodNames.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace providerd {
+
+namespace {
+
+using messages::CallResult;
+
+// A call for everybody who waits for its end. Guarded by the queue's mutex; while it runs, m_call
+// belongs to the runner.
+struct CJob {
+    CMethodCall m_call;
+    std::size_t m_callers = 0;
+    bool m_isFinished = false;
+    CFinishedCall m_finished;
+    std::condition_variable m_end; // of the call
+};
+
+CFinishedCall Refusal(CallResult result) {
+    CFinishedCall finished;
+    finished.m_answer.m_result = result;
+    return finished;
+}
+
+bool CanShare(const CMethodCall& waiting, const CMethodCall& call) {
+    return call.m_method == kGetParameter && waiting.m_method == kGetParameter &&
+           waiting.m_inParameters == call.m_inParameters;
+}
+
+// Starts a thread that takes none of the process's signals.
+template <class Body>
+std::thread StartWithoutSignals(Body body) {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    std::thread thread(std::move(body));
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return thread;
+}
+
+} // namespace
+
+struct CCallQueue::Parts {
+    using Job = std::shared_ptr<CJob>;
+    using Lock = std::unique_lock<std::mutex>;
+
+    explicit Parts(const CQueueLimits& limits) : m_limits(limits) {}
+
+    Job Enqueue(CMethodCall call);
+    CFinishedCall Await(const Job& job, Lock& lock);
+    void RunAll();
+    static void Finish(CJob& job, CFinishedCall finished);
+
+    const CQueueLimits m_limits;
+    std::mutex m_mutex; // guards the members below and all jobs
+    std::deque<Job> m_waiting;
+    std::size_t m_callers = 0;
+    bool m_isShuttingDown = false;
+    std::condition_variable m_change; // of the two members that the runner looks at
+    std::thread m_runner;
+};
+
+CCallQueue::CCallQueue(const CQueueLimits& limits) : m_parts(std::make_unique<Parts>(limits)) {
+    m_parts->m_runner = StartWithoutSignals([parts = m_parts.get()] { parts->RunAll(); });
+}
+
+CCallQueue::~CCallQueue() {
+    ShutDown();
+}
+
+CFinishedCall CCallQueue::Run(CMethodCall call) {
+    Parts::Lock lock(m_parts->m_mutex);
+    if (m_parts->m_isShuttingDown) {
+        return Refusal(CallResult::ShuttingDown);
+    }
+    const Parts::Job job = m_parts->Enqueue(std::move(call));
+    return job == nullptr ? Refusal(CallResult::QueueFull) : m_parts->Await(job, lock);
+}
+
+void CCallQueue::ShutDown() {
+    {
+        const Parts::Lock lock(m_parts->m_mutex);
+        m_parts->m_isShuttingDown = true;
+        for (const Parts::Job& job : m_parts->m_waiting) {
+            Parts::Finish(*job, Refusal(CallResult::ShuttingDown));
+        }
+        m_parts->m_waiting.clear();
+        m_parts->m_change.notify_one();
+    }
+    if (m_parts->m_runner.joinable()) {
+        m_parts->m_runner.join();
+    }
+}
+
+CCallQueue::CCounts CCallQueue::Counts() const {
+    const Parts::Lock lock(m_parts->m_mutex);
+    return {m_parts->m_waiting.size(), m_parts->m_callers};
+}
+
+// The job that makes this call; null when there is no room for it.
+CCallQueue::Parts::Job CCallQueue::Parts::Enqueue(CMethodCall call) {
+    const auto shared = std::find_if(m_waiting.begin(), m_waiting.end(), [&call](const Job& job) {
+        return CanShare(job->m_call, call);
+    });
+    if (shared != m_waiting.end()) {
+        return *shared;
+    }
+    if (m_waiting.size() >= m_limits.m_waiting) {
+        return nullptr;
+    }
+    auto job = std::make_shared<CJob>();
+    job->m_call = std::move(call);
+    m_waiting.push_back(job);
+    m_change.notify_one();
+    return job;
+}
+
+CFinishedCall CCallQueue::Parts::Await(const Job& job, Lock& lock) {
+    ++m_callers;
+    ++job->m_callers;
+    job->m_end.wait(lock, [&job] { return job->m_isFinished; });
+    --m_callers;
+    --job->m_callers;
+    return job->m_callers == 0 ? std::move(job->m_finished) : job->m_finished; // may be large
+}
+
+void CCallQueue::Parts::Finish(CJob& job, CFinishedCall finished) {
+    job.m_finished = std::move(finished);
+    job.m_isFinished = true;
+    job.m_end.notify_all();
+}
+
+// The runner's thread.
+void CCallQueue::Parts::RunAll() {
+    CReplaceableWorker worker(m_limits);
+    Lock lock(m_mutex);
+    for (;;) {
+        m_change.wait(lock, [this] { return m_isShuttingDown || !m_waiting.empty(); });
+        if (m_isShuttingDown) {
+            return;
+        }
+        const Job job = m_waiting.front();
+        m_waiting.pop_front();
+        lock.unlock();
+        CFinishedCall finished = worker.Make(job->m_call);
+        lock.lock();
+        Finish(*job, std::move(finished));
+    }
+}
+
+} // namespace providerd

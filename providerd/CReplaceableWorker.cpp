@@ -1,0 +1,121 @@
+#include "providerd/CReplaceableWorker.h"
+
+#include "provider/MethodResult.h"
+#include "providerd/WorkMessages.h"
+#include "serverbase/ServiceManager.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+namespace providerd {
+
+namespace {
+
+using daemon_base::Level;
+using daemon_base::Log;
+using messages::CallResult;
+
+CFinishedCall Unfinished(CallResult result) {
+    CFinishedCall finished;
+    finished.m_answer.m_result = result;
+    return finished;
+}
+
+bool IsException(const CWorkAnswer& answer) {
+    return answer.m_result == CallResult::Done && answer.m_returnValue == MethodResult::kException;
+}
+
+} // namespace
+
+CReplaceableWorker::CReplaceableWorker(const CQueueLimits& limits) : m_limits(limits) {}
+
+CReplaceableWorker::~CReplaceableWorker() {
+    if (m_worker != nullptr) {
+        Replace(CWorkerProcess::End::ByItself);
+    }
+}
+
+CFinishedCall CReplaceableWorker::Make(const CMethodCall& call) {
+    try {
+        return Prepare() ? Exchange(call) : Unfinished(CallResult::Failed);
+    } catch (const std::bad_alloc&) {
+        Log(Level::Error, "There is no memory for the answer of a method; the worker is replaced.");
+        if (m_worker != nullptr) {
+            Replace(CWorkerProcess::End::ByItself); // it may have more to say
+        }
+        return Unfinished(CallResult::Died);
+    }
+}
+
+// Sees to it that there is a worker that waits for a request.
+bool CReplaceableWorker::Prepare() {
+    m_lingering.erase(std::remove_if(m_lingering.begin(), m_lingering.end(),
+                                     [](const auto& worker) { return worker->HasEnded(); }),
+                      m_lingering.end());
+    if (m_worker != nullptr && !m_worker->IsReady()) {
+        Log(Level::Warning, "The worker ended while it had nothing to do (" +
+                                Replace(CWorkerProcess::End::ByItself) +
+                                "); a fresh one takes over.");
+    }
+    if (m_worker == nullptr) {
+        std::string error;
+        m_worker = CWorkerProcess::Start(m_limits.m_workerProgram, &error);
+        m_calls = 0;
+        if (m_worker == nullptr) {
+            Log(Level::Error, "No worker can be started: " + error);
+        }
+    }
+    return m_worker != nullptr;
+}
+
+CFinishedCall CReplaceableWorker::Exchange(const CMethodCall& call) {
+    const Deadline deadline = std::chrono::steady_clock::now() + m_limits.m_callTime;
+    const std::string request = Encode(CWorkRequest{call.m_method, call.m_inParameters,
+                                                    call.m_origin.m_user, call.m_origin.m_from});
+    std::string payload;
+    Transfer transfer = SendFrame(m_worker->Socket(), request, deadline);
+    if (transfer == Transfer::Done) {
+        transfer = ReceiveFrame(m_worker->Socket(), &payload, deadline);
+    }
+    return Conclude(call.m_method, transfer, payload);
+}
+
+CFinishedCall CReplaceableWorker::Conclude(const std::string& method, Transfer transfer,
+                                           const std::string& payload) {
+    if (transfer == Transfer::TimedOut) {
+        Log(Level::Error, method + " took longer than " +
+                              std::to_string(m_limits.m_callTime.count()) +
+                              " ms and was ended with its worker (" +
+                              Replace(CWorkerProcess::End::Killed) + ").");
+        return Unfinished(CallResult::TimedOut);
+    }
+    const auto answer = transfer == Transfer::Done ? DecodeWorkAnswer(payload) : std::nullopt;
+    if (!answer) {
+        Log(Level::Error, "The worker ended in the midst of " + method + " (" +
+                              Replace(CWorkerProcess::End::ByItself) + ").");
+        return Unfinished(CallResult::Died);
+    }
+    ++m_calls;
+    if (IsException(*answer)) {
+        Log(Level::Warning, method + " ended with an exception; the worker is replaced.");
+    }
+    if (IsException(*answer) || answer->m_result != CallResult::Done ||
+        m_calls >= m_limits.m_callsOfAWorker) {
+        Replace(CWorkerProcess::End::ByItself);
+    }
+    return {{answer->m_result, answer->m_returnValue, answer->m_outParameters},
+            answer->m_historyId};
+}
+
+// Ends the worker; in words, how it ended.
+std::string CReplaceableWorker::Replace(CWorkerProcess::End end) {
+    std::unique_ptr<CWorkerProcess> worker = std::move(m_worker);
+    if (worker->Finish(end)) {
+        return worker->Description();
+    }
+    m_lingering.push_back(std::move(worker));
+    return "it cannot be ended yet";
+}
+
+} // namespace providerd

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Frames over a stream socket, which stays the caller's.
+namespace providerd {
+
+// Until when something may take; nothing: without end.
+using Deadline = std::optional<std::chrono::steady_clock::time_point>;
+
+enum class Transfer {
+    Done,
+    Ended, // the other side is gone, or what it sends is no frame
+    TimedOut
+};
+
+// Sends a whole frame. No signal is raised when the other side is gone.
+Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline);
+
+// Receives one frame and gives its payload. Memory is taken as the payload arrives.
+Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline);
+
+// Waits until there is something to be received, the other side's end included, or the descriptor
+// is ready in another way (of a process: that it has ended). False when the deadline comes first.
+bool WaitReadable(int descriptor, const Deadline& deadline);
+
+} // namespace providerd
