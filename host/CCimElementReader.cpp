@@ -1,7 +1,5 @@
 #include "host/CCimElementReader.h"
 
-#include <strings.h>
-
 namespace {
 
 bool IsIdentifier(std::string_view name) {
@@ -42,7 +40,7 @@ bool CCimElementReader::ReadType(const CXmlElement& element, WbemType* type) {
             return true;
         }
     }
-    return Fail(element, "has the type " + Quote(*value) +
+    return Fail(element, "has the type " + cim::Quote(*value) +
                              ", which is not one of boolean, uint32, sint32, string");
 }
 
@@ -78,7 +76,7 @@ bool CCimElementReader::ReadChildren(const CXmlElement& element, Steps steps) {
 bool CCimElementReader::Fail(const CXmlElement& element, const std::string& what) {
     std::string error = "line " + std::to_string(element.m_uiLine) + ": " + element.m_sName;
     if (const std::string* name = element.FindAttribute("NAME")) {
-        error += " " + Quote(*name);
+        error += " " + cim::Quote(*name);
     }
     if (!m_sClassName.empty() && element.m_sName != "CLASS") {
         error += " in class " + m_sClassName;
@@ -89,22 +87,4 @@ bool CCimElementReader::Fail(const CXmlElement& element, const std::string& what
 bool CCimElementReader::Fail(std::string error) {
     m_sError = std::move(error);
     return false;
-}
-
-bool CCimElementReader::AreSameNames(std::string_view left, std::string_view right) {
-    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
-}
-
-std::string CCimElementReader::Quote(std::string_view text) {
-    static const char kDigits[] = "0123456789ABCDEF";
-    std::string quoted = "\"";
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte >= 0x20 && byte < 0x7F) {
-            quoted += character;
-        } else {
-            quoted += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
-        }
-    }
-    return quoted + "\"";
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/CXmlDocument.h"
+#include "host/CimText.h"
 #include "providerbase/CWbemValue.h"
 
 #include <algorithm>
@@ -41,12 +42,6 @@ protected:
     bool Fail(const CXmlElement& element, const std::string& what);
     bool Fail(std::string error);
 
-    // As CIM compares names: letter case apart.
-    static bool AreSameNames(std::string_view left, std::string_view right);
-    // The text between quotes, safe to print on one line: other bytes than printable ASCII
-    // as "\x0A".
-    static std::string Quote(std::string_view text);
-
     std::string m_sClassName; // of the class that is being read; errors name it
 
 private:
@@ -56,7 +51,7 @@ private:
 template <typename Item>
 bool CCimElementReader::Append(const CXmlElement& element, Item item, std::vector<Item>* items) {
     const bool isKnown = std::any_of(items->begin(), items->end(), [&item](const Item& known) {
-        return AreSameNames(known.m_sName, item.m_sName);
+        return cim::AreSameNames(known.m_sName, item.m_sName);
     });
     if (isKnown) {
         return Fail(element, "is given twice");

@@ -3,6 +3,7 @@
 #include "host/CCimElementReader.h"
 #include "host/CTextFile.h"
 #include "host/CXmlDocument.h"
+#include "host/CimText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -168,16 +169,17 @@ bool CDeclarationReader::ReadQualifierValue(const CXmlElement& element, CCimQual
     std::string value = element.m_sText;
     bool isGood = true;
     if (qualifier->m_type == WbemType::Boolean) {
-        isGood = AreSameNames(value, "true") || AreSameNames(value, "false");
-        value = AreSameNames(value, "true") ? "true" : "false";
+        isGood = cim::AreSameNames(value, "true") || cim::AreSameNames(value, "false");
+        value = cim::AreSameNames(value, "true") ? "true" : "false";
     } else if (qualifier->m_type == WbemType::UInt32) {
         isGood = IsNumber<std::uint32_t>(value);
     } else if (qualifier->m_type == WbemType::SInt32) {
         isGood = IsNumber<std::int32_t>(value);
     }
     if (!isGood) {
-        return Fail(element, "holds " + Quote(element.m_sText) + ", which is not of the type of " +
-                                 "the qualifier " + Quote(qualifier->m_sName));
+        return Fail(element, "holds " + cim::Quote(element.m_sText) +
+                                 ", which is not of the type of " + "the qualifier " +
+                                 cim::Quote(qualifier->m_sName));
     }
     qualifier->m_values.push_back(std::move(value));
     return true;
@@ -206,7 +208,7 @@ const CCimQualifier* CDeclarationReader::FindQualifier(const std::vector<CCimQua
                                                        std::string_view name) {
     const auto found =
         std::find_if(qualifiers.begin(), qualifiers.end(), [name](const CCimQualifier& item) {
-            return AreSameNames(item.m_sName, name);
+            return cim::AreSameNames(item.m_sName, name);
         });
     return found == qualifiers.end() ? nullptr : &*found;
 }
@@ -219,7 +221,7 @@ bool CDeclarationReader::ReadFlag(const CXmlElement& element, const CCimProperty
         return true;
     }
     if (qualifier->m_type != WbemType::Boolean || qualifier->m_bArray) {
-        return Fail(element, "has a qualifier " + Quote(name) + " that is not one boolean");
+        return Fail(element, "has a qualifier " + cim::Quote(name) + " that is not one boolean");
     }
     *flag = qualifier->m_values.front() == "true";
     return true;
@@ -254,8 +256,8 @@ bool CDeclarationReader::CheckEmbeddedClass(const CCimClass& owner, const CCimPr
     if (!isEmbedded || isDefined) {
         return true;
     }
-    return Fail(Quote(property.m_sName) + " in class " + owner.m_sName + " embeds the class " +
-                Quote(property.m_sEmbeddedClass) + ", which is not defined");
+    return Fail(cim::Quote(property.m_sName) + " in class " + owner.m_sName + " embeds the class " +
+                cim::Quote(property.m_sEmbeddedClass) + ", which is not defined");
 }
 
 } // namespace

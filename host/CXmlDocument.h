@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,16 +24,28 @@ struct CXmlElement {
     [[nodiscard]] const std::string* FindAttribute(std::string_view name) const;
 };
 
-// How much of a text is read before it is refused.
+// How much of a text is read before it is refused. Each is counted before memory is taken for what
+// it counts.
 struct CXmlLimits {
     std::size_t m_uiBytes = std::size_t{8} * 1024 * 1024;
     std::size_t m_uiDepth = 64; // the root element has depth 1
     std::size_t m_uiElements = 100'000;
-    std::size_t m_uiAttributes = 100'000; // of all elements together
+    std::size_t m_uiAttributes = 100'000;          // of all elements together
+    std::size_t m_uiBytesForElement = 1;           // of the whole text, for each element in it
+    std::size_t m_uiAttributesOfElement = 100'000; // of any one element
+    std::size_t m_uiAttributeBytes = SIZE_MAX;     // of any one attribute's value, as it is written
+
+    // For what comes over the network.
+    static CXmlLimits ForStrangers();
 };
 
 // Why a text is no document, and where. Lines and columns count from 1.
 struct CXmlError {
+    // NotWellFormed: it is no XML 1.0 in UTF-8. Refused: it could be, but has a document type
+    // declaration, is beyond a limit, or there is no memory for it.
+    enum class Kind { NotWellFormed, Refused };
+
+    Kind m_kind = Kind::NotWellFormed;
     std::size_t m_uiLine = 1;
     std::size_t m_uiColumn = 1;
     std::string m_sReason;
@@ -44,8 +57,8 @@ struct CXmlError {
 // A whole XML text as a tree of elements. Comments and processing instructions are dropped.
 //
 // The text may come from anywhere: a document type declaration (and with it every entity that is
-// not built in), an encoding other than UTF-8, declared or not, and a text beyond the limits are
-// refused.
+// not built in), an encoding other than UTF-8, declared or not, another version of XML than 1.0 and
+// a text beyond the limits are refused.
 class CXmlDocument {
 public:
     // On failure nothing comes back and *error says why. Throws nothing.

@@ -7,6 +7,8 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <array>
+#include <climits>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -48,6 +50,11 @@ int Check() {
     return kSuccess;
 }
 
+std::string SystemName() {
+    std::array<char, HOST_NAME_MAX + 1> name{};
+    return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "localhost";
+}
+
 int Fail(const std::string& text) {
     Log(Level::Error, text);
     return kFailure;
@@ -60,8 +67,8 @@ int Serve() {
         Log(Level::Warning, "This runs as root and needs no rights at all: run it as another user.");
     }
     std::string error;
-    const auto operations = wbemd::COperations::Open(KzmPaths::kClassDefinitions,
-                                                     KzmPaths::kInteropDefinitions, &error);
+    const auto operations = wbemd::COperations::Open(
+        KzmPaths::kClassDefinitions, KzmPaths::kInteropDefinitions, SystemName(), &error);
     if (operations == nullptr) {
         return Fail(error);
     }

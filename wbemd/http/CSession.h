@@ -218,7 +218,7 @@ inline void CSession::OnHead(const CHttpHead& head) {
         m_credentials = std::move(*credentials);
         AskForCredentials();
     } else {
-        Answer(Refusal(Status::Unauthorized));
+        Answer(WrongCredentials());
     }
 }
 
@@ -241,7 +241,7 @@ inline void CSession::OnCredentials(const CReply& reply) {
     if (!answer) {
         Answer(Refusal(Status::Unavailable, kNoProviderd));
     } else if (!answer->m_authenticated) {
-        Answer(Refusal(Status::Unauthorized));
+        Answer(WrongCredentials());
     } else {
         m_right = answer->m_right;
         TakeBody();
@@ -325,10 +325,6 @@ inline void CSession::OnCalled(const CReply& reply) {
     if (!answer) {
         answer.emplace();
         answer->m_result = messages::CallResult::Died;
-    }
-    if (answer->m_result == messages::CallResult::WrongCredentials) {
-        Answer(Refusal(Status::Unauthorized));
-        return;
     }
     const std::size_t bytes = answer->m_outParameters.size();
     Compute(

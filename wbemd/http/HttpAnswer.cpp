@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <iterator>
 
 namespace wbemd {
@@ -17,7 +18,7 @@ struct CStatusText {
 constexpr CStatusText kStatusTexts[] = {
     {200, "OK", ""},
     {400, "Bad Request", "The request is not well-formed HTTP."},
-    {401, "Unauthorized", "A user and a password that are right are needed."},
+    {401, "Unauthorized", ""},
     {404, "Not Found", "Requests go to /cimom."},
     {405, "Method Not Allowed", "Requests are sent with POST."},
     {411, "Length Required", "The request must say its length with Content-Length."},
@@ -41,8 +42,8 @@ const CStatusText& TextOf(unsigned status) {
 
 // Those after which nothing of the request can be left on its way unseen.
 bool StaysOpen(Status status) {
-    return status == Status::Unauthorized || status == Status::NotFound ||
-           status == Status::MethodNotAllowed || status == Status::NotImplemented;
+    return status == Status::NotFound || status == Status::MethodNotAllowed ||
+           status == Status::NotImplemented;
 }
 
 // As HTTP writes dates, whatever the language of the process.
@@ -73,9 +74,7 @@ CHttpAnswer Refusal(Status status, const std::string& reason) {
     answer.m_status = static_cast<unsigned>(status);
     answer.m_keepOpen = StaysOpen(status);
     answer.m_headers.emplace_back("Content-Type", "text/plain; charset=\"utf-8\"");
-    if (status == Status::Unauthorized) {
-        answer.m_headers.emplace_back("WWW-Authenticate", "Basic realm=\"kzmwbemd\"");
-    } else if (status == Status::MethodNotAllowed) {
+    if (status == Status::MethodNotAllowed) {
         answer.m_headers.emplace_back("Allow", "POST");
     }
     answer.m_body = reason + "\n";

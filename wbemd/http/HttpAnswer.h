@@ -11,7 +11,6 @@ namespace wbemd {
 // The statuses that are given here; the operations give others besides.
 enum class Status : unsigned {
     BadRequest = 400,
-    Unauthorized = 401,
     NotFound = 404,
     MethodNotAllowed = 405,
     LengthRequired = 411,

@@ -37,15 +37,20 @@ struct CPendingCall {
     std::string m_spelledMethod; // as the request spells it
 };
 
+// The answer to a request without right credentials, whoever found out.
+CHttpAnswer WrongCredentials();
+
 // What the server serves (DSP0200 and DSP0201): reads a request whose credentials are right and
 // answers it, or says which call of the provider it asks for. Touches nothing but its class
 // definitions; any number of threads can ask at the same time.
 class COperations {
 public:
-    // Loads the class definitions. On failure null comes back and *error says which file is
-    // concerned, what is wrong with it and what to do.
+    // Loads the class definitions. The name of this system is what the server calls itself by in
+    // the namespace interop. On failure null comes back and *error says which file is concerned,
+    // what is wrong with it and what to do.
     static std::unique_ptr<COperations> Open(const std::string& definitionsPath,
-                                             const std::string& interopPath, std::string* error);
+                                             const std::string& interopPath,
+                                             const std::string& systemName, std::string* error);
     ~COperations();
     COperations(const COperations&) = delete;
     COperations& operator=(const COperations&) = delete;

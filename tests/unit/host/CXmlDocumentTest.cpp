@@ -134,10 +134,21 @@ std::ostream& operator<<(std::ostream& out, const BadRow& row) {
 
 class BadXml : public testing::TestWithParam<BadRow> {};
 
-TEST_P(BadXml, IsRefusedWithPlaceAndReason) {
+void CheckRefusal(const BadRow& row, CXmlError::Kind kind) {
     CXmlError error;
-    EXPECT_FALSE(CXmlDocument::Parse(GetParam().text, &error));
-    EXPECT_EQ(GetParam().expected, error.Text().substr(0, GetParam().expected.size()));
+    EXPECT_FALSE(CXmlDocument::Parse(row.text, &error));
+    EXPECT_EQ(row.expected, error.Text().substr(0, row.expected.size()));
+    EXPECT_EQ(kind, error.m_kind);
+}
+
+TEST_P(BadXml, IsNotWellFormed) {
+    CheckRefusal(GetParam(), CXmlError::Kind::NotWellFormed);
+}
+
+class HostileXml : public BadXml {};
+
+TEST_P(HostileXml, IsRefusedWithPlaceAndReason) {
+    CheckRefusal(GetParam(), CXmlError::Kind::Refused);
 }
 
 const char kBillionLaughs[] = "<?xml version='1.0'?>\n"
@@ -156,12 +167,17 @@ INSTANTIATE_TEST_SUITE_P(
         BadRow{"UnknownEntity", "<a>&what;</a>", "line 1, column 4: undefined entity"},
         BadRow{"NulByte", string("<a>x\0y</a>", 10), "line 1, column 5: not well-formed"},
         BadRow{"NulAtTheEnd", string("<a/>\0", 5), "line 1, column 5: not well-formed"},
-        BadRow{"BrokenUtf8", "<a>\xC3(</a>", "line 1, column 4: not well-formed"},
-        BadRow{"OverlongUtf8", "<a>\xC0\xAF</a>", "line 1, column 4: not well-formed"}),
+        BadRow{"BrokenUtf8", "<a>\xC3(</a>", "line 1, column 4: the text is not UTF-8"},
+        BadRow{"OverlongUtf8", "<a>\n\xC3\xBC\xC0\xAF</a>",
+               "line 2, column 2: the text is not UTF-8"},
+        BadRow{"BrokenUtf8BehindAnError", "<a></b>\n\xFF",
+               "line 2, column 1: the text is not UTF-8"},
+        BadRow{"Xml11", "<?xml version='1.1'?><a/>",
+               "line 1, column 1: XML 1.1 is declared, but only XML 1.0 is read"}),
     RowName<BadRow>);
 
 INSTANTIATE_TEST_SUITE_P(
-    Hostile, BadXml,
+    Texts, HostileXml,
     testing::Values(
         BadRow{"Doctype", "<!DOCTYPE a><a/>", "line 1, column 12: a document type declaration"},
         BadRow{"BillionLaughs", kBillionLaughs, "line 2, column 13: a document type declaration"},
@@ -252,6 +268,7 @@ TEST(XmlWithoutMemory, IsRefused) {
         isMet = CFailingCall::IsMet();
         EXPECT_NE(isMet, isParsed);
         EXPECT_EQ(isParsed ? "" : "out of memory", error.m_sReason);
+        EXPECT_TRUE(isParsed || error.m_kind == CXmlError::Kind::Refused);
     }
     EXPECT_GT(n, 2);
 }

@@ -1,0 +1,139 @@
+// The limits for texts that come over the network.
+
+#include "host/CXmlDocument.h"
+
+#include "tests/support/TableTest.h"
+
+using std::string;
+using Kind = CXmlError::Kind;
+
+namespace {
+
+const CXmlLimits kLimits = CXmlLimits::ForStrangers();
+
+string Repeat(const string& text, std::size_t count) {
+    string all;
+    for (std::size_t i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+// An element with so many attributes.
+string WithAttributes(std::size_t count) {
+    string text = "<a";
+    for (std::size_t i = 0; i < count; ++i) {
+        text += " x" + std::to_string(i) + "='>'";
+    }
+    return text + "></a>";
+}
+
+string WithValue(std::size_t bytes) {
+    return "<a x='" + string(bytes, 'v') + "'></a>";
+}
+
+// So many elements below the root, with so many bytes in all.
+string WithElements(std::size_t count, std::size_t bytes) {
+    string text = "<a>" + Repeat("<b/>", count);
+    text.resize(bytes - 4, ' ');
+    return text + "</a>";
+}
+
+struct GoodRow {
+    string name;
+    string text;
+};
+std::ostream& operator<<(std::ostream& out, const GoodRow& row) {
+    return out << testing::PrintToString(row.text.substr(0, 100));
+}
+
+class XmlWithinLimits : public testing::TestWithParam<GoodRow> {};
+
+TEST_P(XmlWithinLimits, IsRead) {
+    CXmlError error;
+    EXPECT_TRUE(CXmlDocument::Parse(GetParam().text, &error, kLimits)) << error.Text();
+}
+
+// Where a start tag would be beyond the limits, but for where it stands.
+const string kNoTag = WithAttributes(65) + WithValue(65'537);
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, XmlWithinLimits,
+    testing::Values(
+        GoodRow{"Bytes", "<a>" + string((std::size_t{16} << 20) - 7, 'x') + "</a>"},
+        GoodRow{"Depth", Repeat("<a> ", 16) + Repeat("</a> ", 16)},
+        GoodRow{"Elements", WithElements(99, 800)}, GoodRow{"Attributes", WithAttributes(64)},
+        GoodRow{"AttributesOfTwo", "<a>" + WithAttributes(64) + WithAttributes(64) + "</a>"},
+        GoodRow{"AttributeBytes", WithValue(65'536)},
+        GoodRow{"AttributesInAComment", "<!--" + kNoTag + "--><a>text</a>"},
+        GoodRow{"AttributesInCData", "<a><![CDATA[" + kNoTag + "]]></a>"},
+        GoodRow{"AttributesInAnInstruction", "<?pi " + kNoTag + "?><a>text</a>"},
+        GoodRow{"QuotesInText", "<a>" + Repeat("\"\" '' ", 65) + "</a>"},
+        GoodRow{"OtherQuotesInAValue", "<a x='" + Repeat("\"\"", 65) + "'></a>"},
+        GoodRow{"ManyMoreThanByDefault", "<a>" + Repeat("<b c='d'></b>", 100'001) + "</a>"}),
+    RowName<GoodRow>);
+
+struct BadRow {
+    string name;
+    string text;
+    Kind kind;
+    string expected;
+};
+std::ostream& operator<<(std::ostream& out, const BadRow& row) {
+    return out << testing::PrintToString(row.text.substr(0, 100));
+}
+
+class XmlBeyondLimits : public testing::TestWithParam<BadRow> {};
+
+TEST_P(XmlBeyondLimits, IsRefused) {
+    CXmlError error;
+    EXPECT_FALSE(CXmlDocument::Parse(GetParam().text, &error, kLimits));
+    EXPECT_EQ(GetParam().expected, error.Text());
+    EXPECT_EQ(GetParam().kind, error.m_kind);
+}
+
+const string kTooManyAttributes = "an element has more than 64 attributes";
+const string kTooLongValue = "an attribute's value is longer than 65536 bytes";
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, XmlBeyondLimits,
+    testing::Values(
+        BadRow{"Bytes", "<a>" + string((std::size_t{16} << 20) - 6, 'x') + "</a>", Kind::Refused,
+               "line 1, column 1: the text is longer than 16777216 bytes"},
+        BadRow{"Depth", Repeat("<a> ", 17) + Repeat("</a> ", 17), Kind::Refused,
+               "line 1, column 65: elements are nested deeper than 16"},
+        BadRow{"Elements", WithElements(100, 800), Kind::Refused,
+               "line 1, column 400: there is more than one element for 8 bytes of text"},
+        BadRow{"ElementsForALittleText", "<a/>", Kind::Refused,
+               "line 1, column 1: there is more than one element for 8 bytes of text"},
+        BadRow{"AttributesBehindText", "<?xml version='1.0'?>\n\n\xC3\xBC" + WithAttributes(65),
+               Kind::NotWellFormed, "line 3, column 2: not well-formed (invalid token)"},
+        BadRow{"AttributesOfTheRoot", "<?xml version='1.0'?>\n\n " + WithAttributes(65),
+               Kind::Refused, "line 3, column 2: " + kTooManyAttributes},
+        BadRow{"AttributesOfAChild", "<a>\n\xC3\xBC" + WithAttributes(65) + "</a>", Kind::Refused,
+               "line 2, column 2: " + kTooManyAttributes},
+        BadRow{"AttributesBehindAComment", "<!-- -- -->" + WithAttributes(65), Kind::NotWellFormed,
+               "line 1, column 8: not well-formed (invalid token)"},
+        BadRow{"AttributesWithoutAnEnd", "<a" + Repeat(" x=''", 65), Kind::Refused,
+               "line 1, column 1: " + kTooManyAttributes},
+        BadRow{"AttributeBytes", WithValue(65'537), Kind::Refused,
+               "line 1, column 1: " + kTooLongValue},
+        BadRow{"AttributeBytesWithoutAnEnd", "<a x='" + string(65'537, 'v'), Kind::Refused,
+               "line 1, column 1: " + kTooLongValue},
+        BadRow{"AWrongEndBeforeTheTag", "<a>\n</b>" + WithAttributes(65), Kind::NotWellFormed,
+               "line 2, column 3: mismatched tag"},
+        BadRow{"TheTagBeforeAWrongEnd", "<a>\n" + WithAttributes(65) + "</b>", Kind::Refused,
+               "line 2, column 1: " + kTooManyAttributes},
+        BadRow{"ADocumentTypeBeforeTheTag", "<!DOCTYPE a>" + WithAttributes(65), Kind::Refused,
+               "line 1, column 12: a document type declaration is not allowed"},
+        BadRow{"ATagInATag", "<a <b" + WithAttributes(65), Kind::NotWellFormed,
+               "line 1, column 4: not well-formed (invalid token)"},
+        BadRow{"AValueWithoutAnEnd", "<a x='v>/a>", Kind::NotWellFormed,
+               "line 1, column 1: unclosed token"},
+        BadRow{"ATagWithoutAnEnd", "<a x='v' ", Kind::NotWellFormed,
+               "line 1, column 1: unclosed token"},
+        BadRow{"ACommentWithoutAnEnd", "<!-- " + WithAttributes(65), Kind::NotWellFormed,
+               "line 1, column 1: unclosed token"}),
+    RowName<BadRow>);
+
+} // namespace

@@ -1,0 +1,130 @@
+#include "wbemd/operations/COperations.h"
+
+#include "host/CCimXmlReader.h"
+#include "host/CimText.h"
+#include "wbemd/operations/HttpAnswers.h"
+#include "wbemd/operations/Interop.h"
+#include "wbemd/operations/IntrinsicOperations.h"
+#include "wbemd/operations/MethodCalls.h"
+#include "wbemd/operations/RequestHead.h"
+
+#include <algorithm>
+
+namespace wbemd {
+
+namespace {
+
+constexpr char kProviderNamespace[] = "root/cimv2";
+
+CAnsweredRequest AnsweredRequest(const CCimRequest& request) {
+    return {request.m_isIntrinsic, request.m_messageId, request.m_method};
+}
+
+CHttpAnswer ToAnswer(const CAnsweredRequest& request,
+                     const tl::expected<std::string, CCimError>& content) {
+    return CimAnswer(content ? WriteAnswer(request, *content)
+                             : WriteError(request, content.error()));
+}
+
+} // namespace
+
+struct COperations::Parts {
+    CServedNamespace m_provider;
+    CServedNamespace m_interop;
+
+    [[nodiscard]] const CServedNamespace* FindNamespace(const std::string& name) const;
+    [[nodiscard]] std::variant<CHttpAnswer, CPendingCall> Serve(const CCimRequest& request,
+                                                                messages::Right right) const;
+};
+
+std::unique_ptr<COperations> COperations::Open(const std::string& definitionsPath,
+                                               const std::string& interopPath,
+                                               const std::string& systemName, std::string* error) {
+    auto classes = CCimXmlReader::ReadFile(definitionsPath, error);
+    if (!classes) {
+        return nullptr;
+    }
+    auto interop = CCimXmlReader::ReadFile(interopPath, error);
+    if (!interop) {
+        return nullptr;
+    }
+    auto parts = std::make_unique<Parts>(
+        Parts{CServedNamespace(kProviderNamespace, std::move(*classes)),
+              CServedNamespace(kInteropNamespace, std::move(*interop))});
+    if (parts->m_provider.FindClass(kProviderClass) == nullptr) {
+        *error = definitionsPath + ": does not define the class " + kProviderClass +
+                 "; install the package's own file again";
+        return nullptr;
+    }
+    const std::string problem = AddInteropInstances(
+        systemName, {parts->m_provider.Name(), parts->m_interop.Name()}, &parts->m_interop);
+    if (!problem.empty()) {
+        *error = interopPath + ": " + problem + "; install the package's own file again";
+        return nullptr;
+    }
+    return std::unique_ptr<COperations>(new COperations(std::move(parts)));
+}
+
+COperations::COperations(std::unique_ptr<Parts> parts) : m_parts(std::move(parts)) {}
+
+COperations::~COperations() = default;
+
+std::variant<CHttpAnswer, CPendingCall>
+COperations::Answer(const CRequestHead& head, std::string_view body, messages::Right right) const {
+    if (const auto refusal = CheckHead(head)) {
+        return RefusalAnswer(*refusal);
+    }
+    const auto document = ParseRequest(body);
+    if (!document) {
+        return RefusalAnswer(document.error());
+    }
+    const auto request = ReadRequest(document->GetRoot());
+    if (!request) {
+        return RefusalAnswer(request.error());
+    }
+    if (const auto refusal = CheckAnnounced(head, *request)) {
+        return RefusalAnswer(*refusal);
+    }
+    return m_parts->Serve(*request, right);
+}
+
+CHttpAnswer COperations::Finish(const CPendingCall& call,
+                                const messages::CCallAnswer& answer) const {
+    if (answer.m_result == messages::CallResult::WrongCredentials) {
+        return WrongCredentials();
+    }
+    return ToAnswer({false, call.m_messageId, call.m_spelledMethod},
+                    WriteCallAnswer(m_parts->m_provider, call, answer));
+}
+
+const CServedNamespace* COperations::Parts::FindNamespace(const std::string& name) const {
+    for (const CServedNamespace* served : {&m_provider, &m_interop}) {
+        if (cim::AreSameNames(served->Name(), name)) {
+            return served;
+        }
+    }
+    return nullptr;
+}
+
+std::variant<CHttpAnswer, CPendingCall>
+COperations::Parts::Serve(const CCimRequest& request, messages::Right right) const {
+    const CAnsweredRequest answered = AnsweredRequest(request);
+    const CServedNamespace* served = FindNamespace(request.m_namespace);
+    if (served == nullptr) {
+        return CimAnswer(WriteError(
+            answered, {CimCode::InvalidNamespace, "There is no namespace " +
+                                                      cim::Quote(request.m_namespace) +
+                                                      " here, but " + m_provider.Name() + " and " +
+                                                      m_interop.Name() + "."}));
+    }
+    if (request.m_isIntrinsic) {
+        return ToAnswer(answered, RunIntrinsic(*served, request, right));
+    }
+    auto call = PrepareCall(*served, request, right);
+    if (!call) {
+        return CimAnswer(WriteError(answered, call.error()));
+    }
+    return std::move(*call);
+}
+
+} // namespace wbemd
