@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 namespace history {
 
@@ -17,6 +18,9 @@ public:
 
     [[nodiscard]] bool IsOpen() const { return m_descriptor >= 0; }
     [[nodiscard]] int Get() const { return m_descriptor; }
+
+    // Gives it away: the caller closes it.
+    int Release() { return std::exchange(m_descriptor, -1); }
 
     // Closes it now. Returns 0, or the error that the file system reports only on closing.
     int Close();

@@ -1,0 +1,207 @@
+#pragma once
+
+#include "history/CDescriptor.h"
+#include "serverbase/Frames.h"
+#include "wbemd/http/Asio.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace wbemd {
+
+// How a question to the daemon that calls the provider went.
+struct CReply {
+    enum class State {
+        Unreachable, // nothing of the question was sent
+        Broken,      // something may have arrived, and no answer came
+        Answered
+    };
+    State m_state = State::Unreachable;
+    std::string m_payload; // of the answer
+};
+
+// Connections to the daemon that calls the provider, each of which carries one question at a time.
+// Some are kept. Nothing is ever sent twice.
+class CProviderdLink {
+public:
+    using Done = std::function<void(CReply)>;
+
+    CProviderdLink(asio::io_context& io, std::string path) : m_io(io), m_path(std::move(path)) {}
+
+    // Sends a frame. `done` is called once, on the loop's thread, perhaps before this returns.
+    void Ask(std::string frame, Done done);
+    // Closes what is kept.
+    void Clear() { m_idle.clear(); }
+
+private:
+    class CQuestion;
+
+    // A kept connection that the other side has not closed, or one that is not open.
+    CLocalSocket TakeSocket();
+    // A new connection: 0 or an error number. EAGAIN: too many wait for theirs.
+    int Connect(CLocalSocket* socket) const;
+    void Keep(CLocalSocket socket);
+
+    static constexpr std::size_t kKept = 16;
+
+    asio::io_context& m_io;
+    std::string m_path;
+    std::vector<CLocalSocket> m_idle;
+};
+
+// One question on its way. It keeps itself alive until it is answered.
+class CProviderdLink::CQuestion : public std::enable_shared_from_this<CQuestion> {
+public:
+    CQuestion(CProviderdLink& link, std::string frame, Done done)
+        : m_link(link), m_socket(link.TakeSocket()), m_timer(link.m_io), m_frame(std::move(frame)),
+          m_done(std::move(done)) {}
+
+    void Start() {
+        if (m_socket.is_open()) {
+            Write(Fresh::No);
+        } else {
+            Connect();
+        }
+    }
+
+private:
+    enum class Fresh { No, Yes }; // whether the connection is a new one
+
+    // The daemon's queue of connections may be full for a moment.
+    static constexpr int kConnectTries = 100;
+    static constexpr std::chrono::milliseconds kConnectPause{20};
+    static constexpr std::size_t kAnswerBytes = 512; // most answers are shorter
+
+    void Connect() {
+        const int error = m_link.Connect(&m_socket);
+        if (error == 0) {
+            Write(Fresh::Yes);
+        } else if (error == EAGAIN && ++m_tries < kConnectTries) {
+            m_timer.expires_after(kConnectPause);
+            m_timer.async_wait([self = shared_from_this()](const ErrorCode&) { self->Connect(); });
+        } else {
+            End({});
+        }
+    }
+
+    void Write(Fresh fresh) {
+        asio::async_write(m_socket, asio::buffer(m_frame),
+                          [self = shared_from_this(),
+                           fresh](const ErrorCode& error, std::size_t written) {
+                              if (!error) {
+                                  self->Read();
+                              } else if (written != 0) {
+                                  self->End({CReply::State::Broken, {}});
+                              } else if (fresh == Fresh::No) {
+                                  self->Connect();
+                              } else {
+                                  self->End({});
+                              }
+                          });
+    }
+
+    void Read() {
+        if (m_answer.size() == m_known) {
+            m_answer.resize(m_known + kAnswerBytes);
+        }
+        m_socket.async_read_some(
+            asio::buffer(&m_answer[m_known], m_answer.size() - m_known),
+            [self = shared_from_this()](const ErrorCode& error, std::size_t count) {
+                self->m_known += count;
+                if (error || !self->TakeLength()) {
+                    self->End({CReply::State::Broken, {}});
+                } else if (self->m_wanted == 0 || self->m_known < self->m_wanted) {
+                    self->Read();
+                } else {
+                    self->OnAnswer();
+                }
+            });
+    }
+
+    // Looks for the answer's length as soon as it can be known. False: it is none.
+    bool TakeLength() {
+        if (m_wanted != 0 || m_known < messages::kFrameHeaderBytes) {
+            return true;
+        }
+        const auto length = messages::DecodeFrameLength(
+            std::string_view(m_answer).substr(0, messages::kFrameHeaderBytes));
+        if (length) {
+            m_wanted = messages::kFrameHeaderBytes + *length;
+            m_answer.resize(std::max(m_wanted, m_known));
+        }
+        return length.has_value();
+    }
+
+    void OnAnswer() {
+        if (m_known == m_wanted) { // else more came than was asked for
+            m_link.Keep(std::move(m_socket));
+        }
+        m_answer.resize(m_wanted);
+        m_answer.erase(0, messages::kFrameHeaderBytes);
+        End({CReply::State::Answered, std::move(m_answer)});
+    }
+
+    void End(CReply reply) {
+        const Done done = std::move(m_done);
+        done(std::move(reply));
+    }
+
+    CProviderdLink& m_link;
+    CLocalSocket m_socket;
+    CTimer m_timer;
+    std::string m_frame;
+    Done m_done;
+    std::string m_answer;     // room for it
+    std::size_t m_known = 0;  // bytes of it that came
+    std::size_t m_wanted = 0; // bytes of the whole answer; 0: not known yet
+    int m_tries = 0;
+};
+
+inline void CProviderdLink::Ask(std::string frame, Done done) {
+    std::make_shared<CQuestion>(*this, std::move(frame), std::move(done))->Start();
+}
+
+inline CLocalSocket CProviderdLink::TakeSocket() {
+    while (!m_idle.empty()) {
+        CLocalSocket socket = std::move(m_idle.back());
+        m_idle.pop_back();
+        char byte = 0;
+        const ssize_t count = recv(socket.native_handle(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+        if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            return socket;
+        }
+    }
+    return CLocalSocket(m_io);
+}
+
+// A local connection is made at once or not at all: nothing of it waits.
+inline int CProviderdLink::Connect(CLocalSocket* socket) const {
+    const asio::local::stream_protocol::endpoint address(m_path);
+    history::CDescriptor opened(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!opened.IsOpen() ||
+        connect(opened.Get(), address.data(), static_cast<socklen_t>(address.size())) != 0) {
+        return errno;
+    }
+    ErrorCode error;
+    *socket = CLocalSocket(m_io);
+    socket->assign(asio::local::stream_protocol(), opened.Get(), error);
+    if (!error) {
+        opened.Release();
+    }
+    return error.value();
+}
+
+inline void CProviderdLink::Keep(CLocalSocket socket) {
+    if (m_idle.size() < kKept) {
+        m_idle.push_back(std::move(socket));
+    }
+}
+
+} // namespace wbemd
