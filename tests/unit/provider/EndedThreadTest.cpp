@@ -72,7 +72,7 @@ TEST_F(EndedThread, LeavesNothingHeldWhereverACallEnds) {
             call.Run(method, &request);
             notes = CScript::Get().m_notes;
         }
-        for (std::size_t number = 0; number < notes.size(); ++number) {
+        for (std::size_t number = 0; number < notes.size() && !HasFailure(); ++number) {
             if (!IsToEndAt(notes[number])) {
                 continue;
             }
