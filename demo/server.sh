@@ -45,7 +45,7 @@ server_stop() {
 # The port that the log says is listened at by https or http.
 server_await_port() {
     for _ in $(seq 100); do
-        port=$(sed -n "s,.*$2://127\\.0\\.0\\.1:\\([0-9]*\\).*,\\1,p" "$1" | head -n 1)
+        port=$(sed -n "s,^Listening on 127\\.0\\.0\\.1:\\([0-9]*\\) ($2).*,\\1,p" "$1" | head -n 1)
         if [ -n "$port" ]; then
             echo "$port"
             return
