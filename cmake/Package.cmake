@@ -24,7 +24,7 @@ set(CPACK_DEBIAN_PROVIDER_PACKAGE_DEPENDS mount)
 set(CPACK_DEBIAN_WBEMD_PACKAGE_NAME kzm-wbemd)
 set(CPACK_DEBIAN_WBEMD_DESCRIPTION
     "WBEM management server for the settings of the log-monitoring agent")
-set(CPACK_DEBIAN_WBEMD_PACKAGE_DEPENDS "libpam-runtime, systemd")
+set(CPACK_DEBIAN_WBEMD_PACKAGE_DEPENDS "libpam-runtime, procps, systemd")
 set(CPACK_COMPONENT_WBEMD_DEPENDS provider)
 set(control ${CMAKE_SOURCE_DIR}/packaging/debian)
 set(CPACK_DEBIAN_WBEMD_PACKAGE_CONTROL_EXTRA

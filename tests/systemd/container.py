@@ -8,7 +8,7 @@ import subprocess
 import time
 
 PACKAGES = ("ca-certificates,dbus,libexpat1,libpam-modules,libpam-runtime,libssl3,libstdc++6,mount,"
-            "openssl,systemd,systemd-sysv")
+            "openssl,procps,systemd,systemd-sysv")
 
 
 def make_base(folder: pathlib.Path) -> None:
