@@ -40,6 +40,14 @@ string GroupLine(const string& name, gid_t id, const std::vector<CAccounts::CUse
     return name + ":x:" + std::to_string(id) + ":" + members + "\n";
 }
 
+string ServiceFile(const string& passwords) {
+    string text;
+    for (const char* phase : {"auth", "account"}) {
+        text += string(phase) + " required " + PAM_MATRIX_MODULE + " passdb=" + passwords + "\n";
+    }
+    return text;
+}
+
 // Written beside the file and put into its place: readers find the one or the other.
 void Exchange(const string& path, const string& text) {
     WriteFile(path + ".new", text);
@@ -51,12 +59,8 @@ void Exchange(const string& path, const string& text) {
 CAccounts::CAccounts() : m_folder(testing::TempDir() + "kzm-accounts-XXXXXX") {
     EXPECT_NE(mkdtemp(m_folder.data()), nullptr) << m_folder;
     fs::create_directory(Path("services"));
-    string service;
-    for (const char* phase : {"auth", "account"}) {
-        service += string(phase) + " required " + PAM_MATRIX_MODULE +
-                   " passdb=" + Path("passwords") + "\n";
-    }
-    WriteFile(Path("services/") + kService, service);
+    WriteFile(Path("services/") + kService, ServiceFile(Path("passwords")));
+    WriteFile(Path("services/other"), ServiceFile("/nowhere")); // PAM misses it otherwise
     SetUsers(FirstUsers());
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 using std::string;
@@ -72,10 +73,10 @@ TEST(Door, WritesALineForEachCallAndEachRefusal) {
     CDoor door;
     ASSERT_TRUE(door.Start());
     const CDoorClient client;
-    client.Check("reader", kPassword);
-    client.Call("reader", kPassword, "GetParameter");
-    client.Call("reader", kPassword, "SetParameter");
-    client.Check("rea\"der\n<0>", kPassword + "wrong");
+    EXPECT_EQ(client.Check("reader", kPassword), "read");
+    EXPECT_EQ(client.Call("reader", kPassword, "GetParameter"), "Done 0x00000000");
+    EXPECT_EQ(client.Call("reader", kPassword, "SetParameter"), "NotAllowed");
+    EXPECT_EQ(client.Check("rea\"der\n<0>", kPassword + "wrong"), "wrong");
     const auto line = [&door] {
         const string logged = door.Daemon().AwaitLogged("user=");
         const std::size_t time = logged.find(" ms=");
