@@ -18,8 +18,9 @@ class CInstanceReading {
 public:
     explicit CInstanceReading(const std::vector<CCimClass>& classes) : m_classes(classes) {}
 
-    // What the text stands in: a property, or the entry of one that is an array. Errors name it.
-    void Enter(std::string where) { m_path.push_back(std::move(where)); }
+    // The text of the property's or parameter's value, or of this entry of it.
+    CWbemObjectPtr ReadEmbedded(std::string_view text, const CCimProperty& property,
+                                std::optional<std::size_t> index = std::nullopt);
     CWbemObjectPtr ReadText(std::string_view text, const std::string& className);
 
     [[nodiscard]] const std::string& GetError() const { return m_sError; }
@@ -32,15 +33,19 @@ private:
     bool CheckProperty(const CXmlElement& element, const CCimProperty& property);
     bool ReadValue(const CXmlElement& element, const CCimProperty& property, CWbemValue* value);
     bool ReadArray(const CXmlElement& array, const CCimProperty& property, CWbemValue* value);
-    bool ReadEmbedded(const std::string& text, const CCimProperty& property, std::string where,
-                      CWbemObjectPtr* object);
     bool ReadPlain(const std::string& text, const CCimProperty& property, CWbemValue* value);
 
     // Keeps the error and answers false.
     bool Fail(const std::string& what);
 
+    // What an embedded text stands in.
+    struct CPlace {
+        const std::string& m_sName;
+        std::optional<std::size_t> m_index;
+    };
+
     const std::vector<CCimClass>& m_classes;
-    std::vector<std::string> m_path;
+    std::vector<CPlace> m_path;
     std::size_t m_uiDepth = 0;
     // What is being read.
     std::string_view m_sClassName;
@@ -51,6 +56,18 @@ private:
 std::string_view WithoutBlanks(std::string_view text) {
     const std::size_t begin = std::min(text.find_first_not_of(" \t\r\n"), text.size());
     return text.substr(begin);
+}
+
+CWbemObjectPtr CInstanceReading::ReadEmbedded(std::string_view text, const CCimProperty& property,
+                                              std::optional<std::size_t> index) {
+    const std::string_view className = m_sClassName;
+    const std::string_view propertyName = m_sPropertyName;
+    m_path.push_back({property.m_sName, index});
+    CWbemObjectPtr object = ReadText(text, property.m_sEmbeddedClass);
+    m_path.pop_back();
+    m_sClassName = className;
+    m_sPropertyName = propertyName;
+    return object;
 }
 
 CWbemObjectPtr CInstanceReading::ReadText(std::string_view text, const std::string& className) {
@@ -142,11 +159,7 @@ bool CInstanceReading::ReadProperty(const CXmlElement& element, const CCimClass&
     if (!std::holds_alternative<std::monostate>(value)) {
         return Fail("is given twice; give it once");
     }
-    if (!CheckProperty(element, *property) || !ReadValue(element, *property, &value)) {
-        return false;
-    }
-    m_sClassName = definition.m_sName; // reading the value may have read another
-    return true;
+    return CheckProperty(element, *property) && ReadValue(element, *property, &value);
 }
 
 bool CInstanceReading::CheckProperty(const CXmlElement& element, const CCimProperty& property) {
@@ -180,8 +193,8 @@ bool CInstanceReading::ReadValue(const CXmlElement& element, const CCimProperty&
     }
     const std::string& text = element.m_children.back().m_sText;
     if (property.m_type == WbemType::Object) {
-        CWbemObjectPtr object;
-        const bool isRead = ReadEmbedded(text, property, property.m_sName, &object);
+        CWbemObjectPtr object = ReadEmbedded(text, property);
+        const bool isRead = object != nullptr;
         *value = std::move(object);
         return isRead;
     }
@@ -193,24 +206,17 @@ bool CInstanceReading::ReadArray(const CXmlElement& array, const CCimProperty& p
     CWbemObjectArray objects(array.m_children.size());
     for (std::size_t i = 0; i < objects.size(); ++i) {
         const CXmlElement& entry = array.m_children[i];
-        const std::string index = "[" + std::to_string(i) + "]";
         if (entry.m_sName == "VALUE.NULL") {
-            return Fail("the entry " + index + " is NULL; give it a VALUE, or leave it out");
+            return Fail("the entry [" + std::to_string(i) +
+                        "] is NULL; give it a VALUE, or leave it out");
         }
-        if (!ReadEmbedded(entry.m_sText, property, property.m_sName + index, &objects[i])) {
+        objects[i] = ReadEmbedded(entry.m_sText, property, i);
+        if (objects[i] == nullptr) {
             return false;
         }
     }
     *value = std::move(objects);
     return true;
-}
-
-bool CInstanceReading::ReadEmbedded(const std::string& text, const CCimProperty& property,
-                                    std::string where, CWbemObjectPtr* object) {
-    Enter(std::move(where));
-    *object = ReadText(text, property.m_sEmbeddedClass);
-    m_path.pop_back();
-    return *object != nullptr;
 }
 
 template <typename Value>
@@ -249,8 +255,9 @@ bool CInstanceReading::Fail(const std::string& what) {
         m_sError += "." + std::string(m_sPropertyName);
     }
     const char* separator = " in ";
-    for (const std::string& where : m_path) {
-        m_sError += separator + where;
+    for (const CPlace& place : m_path) {
+        m_sError += separator + place.m_sName;
+        m_sError += place.m_index ? "[" + std::to_string(*place.m_index) + "]" : "";
         separator = ".";
     }
     m_sError += ": " + what;
@@ -274,8 +281,7 @@ std::unique_ptr<IWbemClassObject> CInstanceReader::ReadParameter(const CCimPrope
                                                                  std::string_view text,
                                                                  std::string* error) const {
     CInstanceReading reading(m_classes);
-    reading.Enter(parameter.m_sName);
-    auto object = reading.ReadText(text, parameter.m_sEmbeddedClass);
+    auto object = reading.ReadEmbedded(text, parameter);
     *error = reading.GetError();
     return object;
 }

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -26,7 +27,7 @@ using history::CDescriptor;
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTimeToEnd{4000}; // of connections whose other side takes no answer
-constexpr int kBackOff = 1000;           // milliseconds until accepting is tried again
+constexpr milliseconds kBackOff{1000};   // until accepting is tried again
 constexpr char kReady[] = "Serves the front end";
 
 // The signals that ask for something, from now on told by the descriptor.
@@ -52,15 +53,6 @@ CQueueLimits LimitsOf(const CSettings& settings) {
     limits.m_waiting = settings.m_waitingCalls;
     limits.m_callTime = settings.m_callTime;
     return limits;
-}
-
-// How long nothing needs to happen, as poll takes it.
-int IdleTime(bool backsOff) {
-    const auto interval = static_cast<int>(daemon_base::AliveInterval());
-    if (!backsOff) {
-        return interval == 0 ? -1 : interval;
-    }
-    return interval == 0 ? kBackOff : std::min(interval, kBackOff);
 }
 
 } // namespace
@@ -123,15 +115,35 @@ void CDaemon::ServeUntilTheEnd() {
     for (;;) {
         std::array<pollfd, 2> polled{{{m_signals.Get(), POLLIN, 0}, {m_listener.Get(), POLLIN, 0}}};
         const nfds_t count = m_backsOff ? 1 : polled.size();
-        poll(polled.data(), count, IdleTime(m_backsOff));
+        poll(polled.data(), count, IdleTime());
         m_backsOff = false;
-        daemon_base::TellAlive();
+        TellAliveInTime();
         if (polled[0].revents != 0 && !GoesOn()) {
             return;
         }
         if (polled[1].revents != 0) {
             AcceptOne();
         }
+    }
+}
+
+int CDaemon::IdleTime() const {
+    const milliseconds interval(daemon_base::AliveInterval());
+    if (interval == milliseconds(0)) {
+        return m_backsOff ? static_cast<int>(kBackOff.count()) : -1;
+    }
+    const auto left = m_alive + interval - std::chrono::steady_clock::now();
+    const auto most = m_backsOff ? std::min(kBackOff, interval) : interval;
+    const auto time = std::chrono::ceil<milliseconds>(left);
+    return static_cast<int>(std::clamp(time, milliseconds(0), most).count());
+}
+
+void CDaemon::TellAliveInTime() {
+    const milliseconds interval(daemon_base::AliveInterval());
+    const TimePoint now = std::chrono::steady_clock::now();
+    if (interval != milliseconds(0) && now - m_alive >= interval) {
+        daemon_base::TellAlive();
+        m_alive = now;
     }
 }
 

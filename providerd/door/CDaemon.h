@@ -32,6 +32,9 @@ private:
     bool Listen();
     void Begin();
     void ServeUntilTheEnd();
+    // How long nothing needs to happen, as poll takes it.
+    [[nodiscard]] int IdleTime() const;
+    void TellAliveInTime();
     void AcceptOne();
     // What a signal asks for; whether the daemon goes on.
     bool GoesOn();
@@ -43,6 +46,7 @@ private:
     history::CDescriptor m_listener;
     std::string m_ownSocket; // the path of a listener that this object made
     bool m_backsOff = false; // after an accept that found no memory
+    TimePoint m_alive = std::chrono::steady_clock::now(); // when that was told last
     CPamAccounts m_accounts;
     std::unique_ptr<CAuthentication> m_authentication;
     std::unique_ptr<CCallQueue> m_queue;

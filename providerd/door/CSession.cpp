@@ -51,14 +51,18 @@ void CSession::Serve(int socket) const {
         std::string payload;
         payload.reserve(kUsualBytes);
         const Transfer received = ReceiveFrame(socket, &payload, {});
-        if (received == Transfer::Done) {
-            const std::optional<std::string> frame = Answer(payload);
-            Wipe(&payload);
-            if (frame && SendFrame(socket, *frame, {}) == Transfer::Done) {
-                continue;
-            }
+        if (received == Transfer::Broken) {
+            Log(Level::Warning, "A connection was closed: what came is no frame, or broke off.");
         }
-        return;
+        if (received != Transfer::Done) {
+            Wipe(&payload);
+            return;
+        }
+        const std::optional<std::string> frame = Answer(payload);
+        Wipe(&payload);
+        if (!frame || SendFrame(socket, *frame, {}) != Transfer::Done) {
+            return;
+        }
     }
 }
 

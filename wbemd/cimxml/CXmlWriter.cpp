@@ -4,6 +4,21 @@
 
 namespace wbemd {
 
+namespace {
+
+// White space in an attribute goes by its number: readers make blanks of any other.
+void AppendAttributeText(std::string_view value, std::string* xml) {
+    for (const char character : cim::EscapeAttribute(value)) {
+        if (character == '\t' || character == '\n' || character == '\r') {
+            *xml += "&#" + std::to_string(character) + ";";
+        } else {
+            *xml += character;
+        }
+    }
+}
+
+} // namespace
+
 void CXmlWriter::Open(std::string_view name, Attributes attributes) {
     m_xml += '<';
     m_xml += name;
@@ -37,7 +52,7 @@ void CXmlWriter::Attribute(std::string_view name, std::string_view value) {
     m_xml += ' ';
     m_xml += name;
     m_xml += "=\"";
-    m_xml += cim::EscapeAttribute(value);
+    AppendAttributeText(value, &m_xml);
     m_xml += '"';
 }
 

@@ -107,9 +107,7 @@ TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
     testing::internal::GetCapturedStderr();
     EXPECT_TRUE(IsLockFree());
     // What hung is gone: nobody waits at the FIFO any more.
-    while (open(fifo.Path().c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC) != -1) {
-    }
-    EXPECT_EQ(ENXIO, errno);
+    fifo.AwaitAbandonment();
     ExpectNothingButThis();
     ExpectUsable(queue);
 }
@@ -135,32 +133,64 @@ TEST(WorkerWithoutMemory, IsReplaced) {
     ExpectUsable(queue);
 }
 
-// A daemon that is killed while the service is stopped.
+// The orphans among the processes below this one become its children.
+class CSubreaper {
+public:
+    CSubreaper() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
+    ~CSubreaper() { prctl(PR_SET_CHILD_SUBREAPER, 0); }
+    CSubreaper(const CSubreaper&) = delete;
+    CSubreaper& operator=(const CSubreaper&) = delete;
+};
+
+// Runs a daemon that makes this call, and kills it at an event of that call.
+void KillDaemon(const CMethodCall& call, const CQueueLimits& limits, const CFifo& event) {
+    const CChildProcess daemon([&] {
+        CCallQueue queue(limits);
+        queue.Run(call);
+        return 0;
+    });
+    event.Await();
+}
+
+// The status of the worker, once it has ended.
+int AwaitWorker() {
+    int status = -1;
+    EXPECT_LT(0, waitpid(-1, &status, 0));
+    return status;
+}
+
 TEST(WorkerWithoutDaemon, FinishesItsChange) {
+    const CSubreaper subreaper;
     const CTestRoot root;
     const CFifo stopped;
     const CFifo onward;
     SetVendorScript("if [ \"$1\" = ServiceStop ]; then : > " + stopped.Path() + "; : < " +
                     onward.Path() + "; " + kFindHost +
                     "kill -TERM $host; kill -HUP $host; kill -INT $host; fi");
-    prctl(PR_SET_CHILD_SUBREAPER, 1); // its worker is then waited for here
-    {
-        const CChildProcess daemon([] {
-            CCallQueue queue(WorkerLimits());
-            queue.Run(SetCall());
-            return 0;
-        });
-        stopped.Await();
-    } // is killed
+    KillDaemon(SetCall(), WorkerLimits(), stopped);
     onward.Release();
-    int status = -1;
-    EXPECT_LT(0, waitpid(-1, &status, 0));
-    prctl(PR_SET_CHILD_SUBREAPER, 0);
-
-    EXPECT_EQ(0, status);
+    EXPECT_EQ(0, AwaitWorker());
     ExpectChangedFiles();
     EXPECT_EQ((Texts{"CheckInstall", "ServiceStop", "ServiceStart"}), root.VendorCalls());
     root.SetVendorAnswers(0, 0, 0);
+    CCallQueue queue(WorkerLimits());
+    ExpectUsable(queue);
+}
+
+TEST(WorkerWithoutDaemon, DoesNotHangForever) {
+    const CSubreaper subreaper;
+    const CTestRoot root;
+    const CFifo begun;
+    const CFifo never;
+    SetMountScript(": > " + begun.Path() + "; : < " + never.Path());
+    CQueueLimits limits = WorkerLimits();
+    limits.m_callTime = std::chrono::milliseconds(300);
+    KillDaemon(GetCall(), limits, begun);
+    const int status = AwaitWorker();
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) << status;
+    SetMountScript("");
+    never.Release();
+    EXPECT_LT(0, waitpid(-1, nullptr, 0)); // the mount command, which the worker has left behind
     CCallQueue queue(WorkerLimits());
     ExpectUsable(queue);
 }
