@@ -13,7 +13,8 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
 enum class Transfer {
     Done,
-    Ended, // the other side is gone, or what it sends is no frame
+    Ended,  // the other side is gone
+    Broken, // what it sends is no frame, or not a whole one
     TimedOut
 };
 
