@@ -81,15 +81,19 @@ TEST_F(FrameTransfer, TakesOneFrameAfterTheOther) {
 }
 
 TEST_F(FrameTransfer, EndsWithinAFrame) {
-    const std::string parts[] = {"", std::string("\1\0", 2), std::string("\3\0\0\0xx", 6)};
-    for (const std::string& part : parts) {
+    const std::pair<std::string, Transfer> rows[] = {
+        {"", Transfer::Ended},
+        {std::string("\1\0", 2), Transfer::Broken},
+        {std::string("\3\0\0\0", 4), Transfer::Broken},
+        {std::string("\3\0\0\0xx", 6), Transfer::Broken}};
+    for (const auto& [part, expected] : rows) {
         SCOPED_TRACE(testing::PrintToString(part));
         int ends[2];
         ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
         EXPECT_EQ(static_cast<ssize_t>(part.size()), send(ends[1], part.data(), part.size(), 0));
         close(ends[1]);
         std::string payload;
-        EXPECT_EQ(Transfer::Ended, ReceiveFrame(ends[0], &payload, std::nullopt));
+        EXPECT_EQ(expected, ReceiveFrame(ends[0], &payload, std::nullopt));
         close(ends[0]);
     }
 }
@@ -108,7 +112,7 @@ TEST_F(FrameTransfer, RefusesATooLargeFrameAtOnce) {
     const std::string header("\1\0\0\2", 4); // one byte more than there may be
     ASSERT_EQ(4, send(Other(), header.data(), header.size(), 0));
     std::string payload;
-    EXPECT_EQ(Transfer::Ended, ReceiveFrame(Ours(), &payload, std::nullopt));
+    EXPECT_EQ(Transfer::Broken, ReceiveFrame(Ours(), &payload, std::nullopt));
 }
 
 TEST_F(FrameTransfer, SendsToNobodyWithoutASignal) {
