@@ -73,6 +73,9 @@ rlim_t FirstFreeDescriptor() {
 }
 
 TEST(CCallQueueFault, DescriptorsThatAreMissingAreAnswered) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers need descriptors of their own";
+#endif
     struct Row {
         rlim_t m_free; // descriptors
         const char* m_log;
