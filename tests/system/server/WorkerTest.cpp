@@ -277,16 +277,21 @@ TEST(Worker, IsNotStartedByHand) {
 }
 
 TEST(Worker, EndsWhenItIsSentNoRequest) {
-    testing::internal::CaptureStderr();
-    std::string error;
-    const auto worker = CWorkerProcess::Start(TEST_WORKER, &error);
-    ASSERT_NE(nullptr, worker) << error;
-    const std::string frame("\1\0\0\0x", 5);
-    EXPECT_EQ(5, send(worker->Socket(), frame.data(), frame.size(), 0));
-    EXPECT_TRUE(worker->Finish(CWorkerProcess::End::ByItself));
-    EXPECT_EQ("exit status 1", worker->Description());
-    EXPECT_EQ("The worker was sent something that is no request.\n",
-              testing::internal::GetCapturedStderr());
+    const std::string texts[] = {std::string("\1\0\0\0x", 5), std::string("\1\0\0\0", 4),
+                                 "\xFF\xFF\xFF\xFF", "x"};
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(testing::PrintToString(text));
+        testing::internal::CaptureStderr();
+        std::string error;
+        const auto worker = CWorkerProcess::Start(TEST_WORKER, &error);
+        ASSERT_NE(nullptr, worker) << error;
+        EXPECT_EQ(static_cast<ssize_t>(text.size()),
+                  send(worker->Socket(), text.data(), text.size(), 0));
+        EXPECT_TRUE(worker->Finish(CWorkerProcess::End::ByItself));
+        EXPECT_EQ("exit status 1", worker->Description());
+        EXPECT_EQ("The worker was sent something that is no request.\n",
+                  testing::internal::GetCapturedStderr());
+    }
 }
 
 } // namespace
