@@ -50,10 +50,7 @@ private:
 
 template <typename Item>
 bool CCimElementReader::Append(const CXmlElement& element, Item item, std::vector<Item>* items) {
-    const bool isKnown = std::any_of(items->begin(), items->end(), [&item](const Item& known) {
-        return cim::AreSameNames(known.m_sName, item.m_sName);
-    });
-    if (isKnown) {
+    if (cim::FindNamed(*items, item.m_sName) != nullptr) {
         return Fail(element, "is given twice");
     }
     items->push_back(std::move(item));

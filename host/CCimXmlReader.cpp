@@ -40,9 +40,6 @@ private:
     bool ReadQualifierValue(const CXmlElement& element, CCimQualifier* qualifier);
 
     bool ApplyEmbeddedInstance(const CXmlElement& element, bool isArray, CCimProperty* property);
-    // Null when there is none of this name.
-    static const CCimQualifier* FindQualifier(const std::vector<CCimQualifier>& qualifiers,
-                                              std::string_view name);
     bool ReadFlag(const CXmlElement& element, const CCimProperty& owner, const char* name,
                   bool* flag);
     bool CheckEmbeddedClasses();
@@ -187,7 +184,7 @@ bool CDeclarationReader::ReadQualifierValue(const CXmlElement& element, CCimQual
 
 bool CDeclarationReader::ApplyEmbeddedInstance(const CXmlElement& element, bool isArray,
                                                CCimProperty* property) {
-    const CCimQualifier* qualifier = FindQualifier(property->m_qualifiers, kEmbeddedInstance);
+    const CCimQualifier* qualifier = cim::FindNamed(property->m_qualifiers, kEmbeddedInstance);
     if (qualifier == nullptr) {
         return !isArray ||
                Fail(element, "is an array without an EmbeddedInstance qualifier; only arrays of "
@@ -204,19 +201,10 @@ bool CDeclarationReader::ApplyEmbeddedInstance(const CXmlElement& element, bool 
     return true;
 }
 
-const CCimQualifier* CDeclarationReader::FindQualifier(const std::vector<CCimQualifier>& qualifiers,
-                                                       std::string_view name) {
-    const auto found =
-        std::find_if(qualifiers.begin(), qualifiers.end(), [name](const CCimQualifier& item) {
-            return cim::AreSameNames(item.m_sName, name);
-        });
-    return found == qualifiers.end() ? nullptr : &*found;
-}
-
 // Takes a boolean qualifier's value; leaves *flag alone when there is no such qualifier.
 bool CDeclarationReader::ReadFlag(const CXmlElement& element, const CCimProperty& owner,
                                   const char* name, bool* flag) {
-    const CCimQualifier* qualifier = FindQualifier(owner.m_qualifiers, name);
+    const CCimQualifier* qualifier = cim::FindNamed(owner.m_qualifiers, name);
     if (qualifier == nullptr) {
         return true;
     }

@@ -1,23 +1,12 @@
 #include "host/CMofWriter.h"
 
+#include "host/CimText.h"
+
 #include <cstddef>
 
 namespace {
 
 constexpr std::size_t kLiteralWidth = 72;
-
-const char* TypeName(WbemType type) {
-    switch (type) {
-    case WbemType::Boolean:
-        return "boolean";
-    case WbemType::UInt32:
-        return "uint32";
-    case WbemType::SInt32:
-        return "sint32";
-    default:
-        return "string"; // embedded objects are strings with an EmbeddedInstance qualifier
-    }
-}
 
 std::string Escape(const std::string& text) {
     std::string escaped;
@@ -88,8 +77,8 @@ std::string Qualifiers(const std::vector<CCimQualifier>& qualifiers, const std::
 }
 
 std::string Property(const CCimProperty& property, const std::string& indent) {
-    return Qualifiers(property.m_qualifiers, indent) + indent + TypeName(property.m_type) + " " +
-           property.m_sName + (property.m_type == WbemType::ObjectArray ? "[]" : "");
+    return Qualifiers(property.m_qualifiers, indent) + indent + cim::TypeName(property.m_type) +
+           " " + property.m_sName + (property.m_type == WbemType::ObjectArray ? "[]" : "");
 }
 
 std::string Method(const CCimMethod& method, const std::string& indent) {
@@ -97,8 +86,8 @@ std::string Method(const CCimMethod& method, const std::string& indent) {
     for (const CCimParameter& parameter : method.m_parameters) {
         parameters += (parameters.empty() ? "\n" : ",\n") + Property(parameter, indent + "    ");
     }
-    return Qualifiers(method.m_qualifiers, indent) + indent + TypeName(method.m_returnType) + " " +
-           method.m_sName + "(" + parameters + ")";
+    return Qualifiers(method.m_qualifiers, indent) + indent + cim::TypeName(method.m_returnType) +
+           " " + method.m_sName + "(" + parameters + ")";
 }
 
 std::string Class(const CCimClass& definition) {

@@ -136,7 +136,7 @@ void Guard(void* userData, Step step) {
     try {
         step(*builder);
     } catch (...) {
-        builder->Refuse(kNoMemory);
+        builder->Refuse(kNoMemory, Kind::NoMemory);
     }
 }
 
@@ -270,7 +270,7 @@ std::optional<CXmlDocument> CXmlDocument::Parse(std::string_view text, CXmlError
         }
         return CXmlDocument(std::move(*root));
     } catch (const std::bad_alloc&) {
-        error->m_kind = Kind::Refused;
+        error->m_kind = Kind::NoMemory;
         error->m_sReason = kNoMemory;
         return std::nullopt;
     }

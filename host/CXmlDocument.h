@@ -42,8 +42,8 @@ struct CXmlLimits {
 // Why a text is no document, and where. Lines and columns count from 1.
 struct CXmlError {
     // NotWellFormed: it is no XML 1.0 in UTF-8. Refused: it could be, but has a document type
-    // declaration, is beyond a limit, or there is no memory for it.
-    enum class Kind { NotWellFormed, Refused };
+    // declaration or is beyond a limit. NoMemory: it could be, but there is no memory for it.
+    enum class Kind { NotWellFormed, Refused, NoMemory };
 
     Kind m_kind = Kind::NotWellFormed;
     std::size_t m_uiLine = 1;

@@ -1,7 +1,7 @@
 #include "host/CimText.h"
 
-#include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <limits>
 
 namespace cim {
@@ -13,6 +13,16 @@ constexpr std::string_view kNotACharacter[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"};
 
 unsigned char ByteAt(std::string_view text, std::size_t at) {
     return static_cast<unsigned char>(text[at]);
+}
+
+// Texts are mostly ASCII: so many bytes are looked at together.
+constexpr std::size_t kStride = sizeof(std::uint64_t);
+
+// Of at most kStride bytes.
+bool IsAscii(std::string_view text) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, text.data(), text.size());
+    return (bytes & 0x8080808080808080U) == 0;
 }
 
 char ToLower(char character) {
@@ -61,26 +71,32 @@ void AppendByNumber(unsigned char byte, std::string* text) {
     *text += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
 }
 
-std::string Escape(std::string_view text, std::string_view special) {
+// How the character is written; empty when it stands for itself.
+std::string_view NameOf(char character, bool isInAttribute) {
+    switch (character) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '"':
+        return isInAttribute ? "&quot;" : "";
+    default:
+        return {};
+    }
+}
+
+std::string Escape(std::string_view text, bool isInAttribute) {
     std::string escaped;
     escaped.reserve(text.size());
     std::size_t done = 0;
-    for (std::size_t at = 0; (at = text.find_first_of(special, at)) != std::string_view::npos;) {
-        escaped.append(text, done, at - done);
-        switch (text[at]) {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        default:
-            escaped += "&quot;";
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const std::string_view name = NameOf(text[at], isInAttribute);
+        if (!name.empty()) {
+            escaped.append(text, done, at - done).append(name);
+            done = at + 1;
         }
-        done = ++at;
     }
     return escaped.append(text, done);
 }
@@ -125,6 +141,19 @@ bool AreSameNames(std::string_view left, std::string_view right) {
                       [](char one, char other) { return ToLower(one) == ToLower(other); });
 }
 
+const char* TypeName(WbemType type) {
+    switch (type) {
+    case WbemType::Boolean:
+        return "boolean";
+    case WbemType::UInt32:
+        return "uint32";
+    case WbemType::SInt32:
+        return "sint32";
+    default:
+        return "string";
+    }
+}
+
 std::string Quote(std::string_view text) {
     std::string quoted = "\"";
     for (const char character : text) {
@@ -140,6 +169,10 @@ std::string Quote(std::string_view text) {
 std::size_t Utf8Bytes(std::string_view text) {
     std::size_t at = 0;
     while (at < text.size()) {
+        if (IsAscii(text.substr(at, kStride))) {
+            at = std::min(at + kStride, text.size());
+            continue;
+        }
         const std::size_t bytes = CharacterBytes(text.substr(at));
         if (bytes == 0) {
             break;
@@ -154,11 +187,11 @@ bool IsUtf8(std::string_view text) {
 }
 
 std::string EscapeText(std::string_view text) {
-    return Escape(text, "&<>");
+    return Escape(text, false);
 }
 
 std::string EscapeAttribute(std::string_view text) {
-    return Escape(text, "&<>\"");
+    return Escape(text, true);
 }
 
 std::string EncodeString(std::string_view bytes) {

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "providerbase/CWbemValue.h"
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,6 +15,18 @@ namespace cim {
 
 // As CIM compares names: letter case apart, which only the letters of ASCII have.
 bool AreSameNames(std::string_view left, std::string_view right);
+
+// The first of the items (classes, properties and the like) that has this name; null when none has.
+template <typename Items>
+auto FindNamed(Items& items, std::string_view name) {
+    const auto found = std::find_if(std::begin(items), std::end(items), [name](const auto& item) {
+        return AreSameNames(item.m_sName, name);
+    });
+    return found == std::end(items) ? nullptr : &*found;
+}
+
+// The type as CIM names it. Embedded objects are strings.
+const char* TypeName(WbemType type);
 
 // The text between quotes, safe to print on one line: other bytes than printable ASCII as "\x0A".
 std::string Quote(std::string_view text);

@@ -57,10 +57,14 @@ void CTagScanner::SkipBehind(std::string_view end, std::size_t bytes) {
 
 std::string CTagScanner::ScanTag() {
     std::size_t attributes = 0;
-    ++m_at;
-    while ((m_at = std::min(m_text.find_first_of("<>\"'", m_at), m_text.size())) < m_text.size()) {
-        if (m_text[m_at] == '>' || m_text[m_at] == '<') {
+    for (++m_at; m_at < m_text.size();) {
+        const char character = m_text[m_at];
+        if (character == '>' || character == '<') {
             return {};
+        }
+        if (character != '"' && character != '\'') {
+            ++m_at;
+            continue;
         }
         std::string reason = ScanValue(++attributes);
         if (!reason.empty()) {

@@ -16,6 +16,12 @@ using daemon_base::Level;
 using daemon_base::Log;
 using messages::CallResult;
 
+// In milliseconds. Longer than the call may take, so that it is ended here, with what it runs.
+std::uint32_t TimeOfWorker(std::chrono::milliseconds callTime) {
+    constexpr std::chrono::milliseconds kMore{1000};
+    return static_cast<std::uint32_t>((callTime + kMore).count());
+}
+
 CFinishedCall Unfinished(CallResult result) {
     CFinishedCall finished;
     finished.m_answer.m_result = result;
@@ -71,8 +77,9 @@ bool CReplaceableWorker::Prepare() {
 
 CFinishedCall CReplaceableWorker::Exchange(const CMethodCall& call) {
     const Deadline deadline = std::chrono::steady_clock::now() + m_limits.m_callTime;
-    const std::string request = Encode(CWorkRequest{call.m_method, call.m_inParameters,
-                                                    call.m_origin.m_user, call.m_origin.m_from});
+    const std::string request =
+        Encode(CWorkRequest{call.m_method, call.m_inParameters, call.m_origin.m_user,
+                            call.m_origin.m_from, TimeOfWorker(m_limits.m_callTime)});
     std::string payload;
     Transfer transfer = SendFrame(m_worker->Socket(), request, deadline);
     if (transfer == Transfer::Done) {
@@ -90,7 +97,7 @@ CFinishedCall CReplaceableWorker::Conclude(const std::string& method, Transfer t
                               Replace(CWorkerProcess::End::Killed) + ").");
         return Unfinished(CallResult::TimedOut);
     }
-    const auto answer = transfer == Transfer::Done ? DecodeWorkAnswer(payload) : std::nullopt;
+    auto answer = transfer == Transfer::Done ? DecodeWorkAnswer(payload) : std::nullopt;
     if (!answer) {
         Log(Level::Error, "The worker ended in the midst of " + method + " (" +
                               Replace(CWorkerProcess::End::ByItself) + ").");
@@ -104,8 +111,8 @@ CFinishedCall CReplaceableWorker::Conclude(const std::string& method, Transfer t
         m_calls >= m_limits.m_callsOfAWorker) {
         Replace(CWorkerProcess::End::ByItself);
     }
-    return {{answer->m_result, answer->m_returnValue, answer->m_outParameters},
-            answer->m_historyId};
+    return {{answer->m_result, answer->m_returnValue, std::move(answer->m_outParameters)},
+            std::move(answer->m_historyId)};
 }
 
 // Ends the worker; in words, how it ended.

@@ -5,8 +5,8 @@
 
 #include <signal.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -79,26 +79,38 @@ std::unique_ptr<CWorkerProcess> CWorkerProcess::Start(const std::string& program
         *error = std::string("there is no connection to be had (") + std::strerror(errno) + ").";
         return nullptr;
     }
-    CDescriptor ours(ends[0]);
     const CDescriptor theirs(ends[1]);
-    pid_t process = -1;
-    const int problem = CSpawnSettings(theirs.Get()).Spawn(program, &process);
+    std::unique_ptr<CWorkerProcess> worker(new CWorkerProcess(CDescriptor(ends[0])));
+    int problem = CSpawnSettings(theirs.Get()).Spawn(program, &worker->m_process);
+    if (problem == 0) {
+        problem = worker->Watch();
+    }
     if (problem != 0) {
         *error = program + ": cannot be started (" + std::strerror(problem) + ").";
         return nullptr;
     }
-    return std::unique_ptr<CWorkerProcess>(new CWorkerProcess(std::move(ours), process));
+    return worker;
 }
 
-CWorkerProcess::CWorkerProcess(CDescriptor socket, pid_t process)
-    : m_socket(std::move(socket)),
-      m_process(process),
-      m_processDescriptor(pidfd_open(process, 0)) {}
+CWorkerProcess::CWorkerProcess(CDescriptor socket) : m_socket(std::move(socket)) {}
 
 CWorkerProcess::~CWorkerProcess() {
-    if (!m_hasEnded) {
+    if (m_isRunning) {
         Finish(End::ByItself);
     }
+}
+
+// Returns 0, or an error number: then the process has been ended.
+int CWorkerProcess::Watch() {
+    m_processDescriptor = CDescriptor(static_cast<int>(syscall(SYS_pidfd_open, m_process, 0)));
+    m_isRunning = m_processDescriptor.IsOpen();
+    if (m_isRunning) {
+        return 0;
+    }
+    const int error = errno;
+    kill(m_process, SIGKILL);
+    waitpid(m_process, nullptr, 0);
+    return error;
 }
 
 bool CWorkerProcess::IsReady() const {
@@ -117,11 +129,11 @@ bool CWorkerProcess::Finish(End end) {
 }
 
 bool CWorkerProcess::WaitForEnd(milliseconds time) {
-    if (!m_hasEnded && WaitReadable(m_processDescriptor.Get(), In(time))) {
+    if (m_isRunning && WaitReadable(m_processDescriptor.Get(), In(time))) {
         waitpid(m_process, &m_status, 0);
-        m_hasEnded = true;
+        m_isRunning = false;
     }
-    return m_hasEnded;
+    return !m_isRunning;
 }
 
 std::string CWorkerProcess::Description() const {

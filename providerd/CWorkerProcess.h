@@ -49,14 +49,15 @@ public:
     [[nodiscard]] std::string Description() const;
 
 private:
-    CWorkerProcess(history::CDescriptor socket, pid_t process);
+    explicit CWorkerProcess(history::CDescriptor socket);
+    int Watch();
     bool WaitForEnd(std::chrono::milliseconds time);
 
     history::CDescriptor m_socket;
-    pid_t m_process;
-    history::CDescriptor m_processDescriptor;
-    bool m_hasEnded = false;
-    int m_status = 0; // as waitpid gives it
+    pid_t m_process = -1;
+    history::CDescriptor m_processDescriptor; // which tells of its end
+    bool m_isRunning = false;                 // or not waited for yet
+    int m_status = 0;                         // of the end, as waitpid gives it
 };
 
 } // namespace providerd

@@ -63,6 +63,9 @@ Transfer Receive(int socket, std::size_t size, std::string* text, const Deadline
 } // namespace
 
 Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline) {
+    if (frame.empty()) {
+        return Transfer::Ended;
+    }
     while (!frame.empty()) {
         if (!WaitFor(socket, POLLOUT, deadline)) {
             return Transfer::TimedOut;
@@ -78,16 +81,13 @@ Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline)
 
 Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline) {
     std::string header;
-    const Transfer transfer = Receive(socket, messages::kFrameHeaderBytes, &header, deadline);
-    if (transfer != Transfer::Done) {
-        return transfer;
+    Transfer transfer = Receive(socket, messages::kFrameHeaderBytes, &header, deadline);
+    if (transfer == Transfer::Done) {
+        const std::optional<std::size_t> size = messages::DecodeFrameLength(header);
+        payload->clear();
+        transfer = size ? Receive(socket, *size, payload, deadline) : Transfer::Ended;
     }
-    const std::optional<std::size_t> size = messages::DecodeFrameLength(header);
-    if (!size) {
-        return Transfer::Ended;
-    }
-    payload->clear();
-    return Receive(socket, *size, payload, deadline);
+    return transfer == Transfer::Ended && !header.empty() ? Transfer::Broken : transfer;
 }
 
 bool WaitReadable(int descriptor, const Deadline& deadline) {

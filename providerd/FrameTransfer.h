@@ -13,11 +13,13 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
 enum class Transfer {
     Done,
-    Ended, // the other side is gone, or what it sends is no frame
+    Ended,  // the other side is gone
+    Broken, // what it sends is no frame, or not a whole one
     TimedOut
 };
 
-// Sends a whole frame. No signal is raised when the other side is gone.
+// Sends a whole frame. No signal is raised when the other side is gone. Ended as well for an empty
+// text, which stands for a payload that is too large for a frame.
 Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline);
 
 // Receives one frame and gives its payload. Memory is taken as the payload arrives.

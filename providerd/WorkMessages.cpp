@@ -13,6 +13,7 @@ std::string Encode(const CWorkRequest& request) {
     writer.PutText(request.m_inParameters);
     writer.PutText(request.m_user);
     writer.PutText(request.m_peer);
+    writer.PutNumber(request.m_time);
     return writer.TakeFrame();
 }
 
@@ -32,6 +33,7 @@ std::optional<CWorkRequest> DecodeWorkRequest(std::string_view payload) {
     request.m_inParameters = reader.TakeText(kFrameBytes);
     request.m_user = reader.TakeText(kFrameBytes);
     request.m_peer = reader.TakeText(kFrameBytes);
+    request.m_time = reader.TakeNumber();
     return reader.IsWhole() ? std::optional(std::move(request)) : std::nullopt;
 }
 

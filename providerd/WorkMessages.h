@@ -19,6 +19,7 @@ struct CWorkRequest {
     std::string m_inParameters; // an object as messages::EncodeObject writes it; empty: none
     std::string m_user;         // who asks; empty where it is not known
     std::string m_peer;         // from where
+    std::uint32_t m_time = 0; // in milliseconds, of the call: the worker dies when it takes longer
 };
 
 struct CWorkAnswer {

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/time.h>
 
 namespace providerd {
 
@@ -29,6 +30,16 @@ void SurviveRequestsToEnd() {
     }
 }
 
+// Has the process die at the end of the time, 0: not. The daemon ends calls earlier than that, as
+// long as it lives.
+void DieIn(std::uint32_t milliseconds) {
+    constexpr std::uint32_t kSecond = 1000;
+    itimerval timer{};
+    timer.it_value.tv_sec = milliseconds / kSecond;
+    timer.it_value.tv_usec = milliseconds % kSecond * kSecond;
+    setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
 } // namespace
 
 int RunWorker(const CWorkerOptions& options) {
@@ -49,8 +60,10 @@ int RunWorker(const CWorkerOptions& options) {
             Log(Level::Error, "The worker was sent something that is no request.");
             return 1;
         }
-        if (SendFrame(kWorkerDescriptor, Encode(caller.Call(*request)), std::nullopt) !=
-            Transfer::Done) {
+        DieIn(request->m_time);
+        const CWorkAnswer answer = caller.Call(*request);
+        DieIn(0);
+        if (SendFrame(kWorkerDescriptor, Encode(answer), std::nullopt) != Transfer::Done) {
             return 0;
         }
     }

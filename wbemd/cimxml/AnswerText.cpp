@@ -7,6 +7,7 @@ namespace wbemd {
 namespace {
 
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+constexpr std::size_t kSentenceBytes = 500;
 
 // The envelope around what the method answers.
 std::string WriteMessage(const CAnsweredRequest& request, std::string_view response) {
@@ -42,8 +43,22 @@ std::string WriteAnswer(const CAnsweredRequest& request, std::string_view conten
 std::string WriteError(const CAnsweredRequest& request, const CCimError& error) {
     const std::string code = std::to_string(static_cast<unsigned>(error.m_code));
     CXmlWriter xml;
-    xml.Element("ERROR", "", {{"CODE", code}, {"DESCRIPTION", error.m_text}});
+    xml.Element("ERROR", "", {{"CODE", code}, {"DESCRIPTION", Sentence(error.m_text)}});
     return WriteMessage(request, xml.Take());
+}
+
+std::string Sentence(std::string_view text) {
+    constexpr std::string_view kMore = "...";
+    std::string sentence(text.substr(0, kSentenceBytes));
+    for (char& character : sentence) {
+        if (character < ' ' || character > '~') {
+            character = '?';
+        }
+    }
+    if (text.size() > kSentenceBytes) {
+        sentence.replace(kSentenceBytes - kMore.size(), kMore.size(), kMore);
+    }
+    return sentence;
 }
 
 } // namespace wbemd

@@ -18,4 +18,8 @@ struct CAnsweredRequest {
 std::string WriteAnswer(const CAnsweredRequest& request, std::string_view content);
 std::string WriteError(const CAnsweredRequest& request, const CCimError& error);
 
+// The text as it is said to a client: on one line, in printable ASCII, and not longer than a person
+// reads, however long the names are that it repeats.
+std::string Sentence(std::string_view text);
+
 } // namespace wbemd

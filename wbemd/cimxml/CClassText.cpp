@@ -41,8 +41,7 @@ std::string CDefinitionWriter::Head() {
 }
 
 std::string CDefinitionWriter::Property(const CCimProperty& property) {
-    const char* element =
-        property.m_type == WbemType::ObjectArray ? "PROPERTY.ARRAY" : "PROPERTY";
+    const char* element = property.m_type == WbemType::ObjectArray ? "PROPERTY.ARRAY" : "PROPERTY";
     OpenDeclared(element, property.m_sName, property.m_type);
     Qualifiers(property.m_qualifiers);
     m_xml.Close(element);
@@ -76,9 +75,9 @@ void CDefinitionWriter::Parameter(const CCimParameter& parameter) {
 
 void CDefinitionWriter::OpenDeclared(const char* element, const std::string& name, WbemType type) {
     if (m_filter.m_origin) {
-        m_xml.Open(element, {{"NAME", name},
-                             {"TYPE", CimTypeName(type)},
-                             {"CLASSORIGIN", m_definition.m_sName}});
+        m_xml.Open(
+            element,
+            {{"NAME", name}, {"TYPE", CimTypeName(type)}, {"CLASSORIGIN", m_definition.m_sName}});
     } else {
         m_xml.Open(element, {{"NAME", name}, {"TYPE", CimTypeName(type)}});
     }
@@ -135,10 +134,9 @@ std::string CClassText::WithProperties(const CClassFilter& filter,
     const CPieces& pieces = m_pieces[IndexOf(filter)];
     std::string text = pieces.m_head;
     for (const CProperty& property : pieces.m_properties) {
-        const bool isWanted =
-            std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-                return cim::AreSameNames(name, property.m_name);
-            });
+        const bool isWanted = std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+            return cim::AreSameNames(name, property.m_name);
+        });
         if (isWanted) {
             text += property.m_text;
         }

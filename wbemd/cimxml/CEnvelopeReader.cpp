@@ -117,15 +117,15 @@ bool CEnvelopeReader::ReadNamespace(const CXmlElement& path) {
 }
 
 bool CEnvelopeReader::ReadParameter(const CXmlElement& parameter) {
-    const bool isKnown = parameter.m_sName == (m_request.m_isIntrinsic ? "IPARAMVALUE" : "PARAMVALUE");
+    const bool isKnown =
+        parameter.m_sName == (m_request.m_isIntrinsic ? "IPARAMVALUE" : "PARAMVALUE");
     if (!isKnown) {
         return Fail(parameter, "is not understood behind what the method is called on");
     }
     const bool hasGoodAttributes =
         m_request.m_isIntrinsic
             ? CheckAttributes(parameter, {"NAME"})
-            : CheckAttributes(parameter,
-                              {"NAME", "PARAMTYPE", "EmbeddedObject", "EMBEDDEDOBJECT"});
+            : CheckAttributes(parameter, {"NAME", "PARAMTYPE", "EmbeddedObject", "EMBEDDEDOBJECT"});
     std::string name;
     if (!hasGoodAttributes || !TakeAttribute(parameter, "NAME", &name)) {
         return false;
@@ -148,11 +148,9 @@ bool CEnvelopeReader::CheckContent(const CXmlElement& element, Names names) {
     if (!CheckNoText(element)) {
         return false;
     }
-    const bool isGood =
-        std::equal(element.m_children.begin(), element.m_children.end(), names.begin(), names.end(),
-                   [](const CXmlElement& child, std::string_view name) {
-                       return child.m_sName == name;
-                   });
+    const bool isGood = std::equal(
+        element.m_children.begin(), element.m_children.end(), names.begin(), names.end(),
+        [](const CXmlElement& child, std::string_view name) { return child.m_sName == name; });
     if (isGood) {
         return true;
     }

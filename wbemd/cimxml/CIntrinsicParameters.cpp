@@ -8,7 +8,9 @@ namespace wbemd {
 
 namespace {
 
-const std::string& NameOf(const CXmlElement& parameter) { return *parameter.FindAttribute("NAME"); }
+const std::string& NameOf(const CXmlElement& parameter) {
+    return *parameter.FindAttribute("NAME");
+}
 
 bool HoldsText(const CXmlElement& element) {
     return element.m_sText.find_first_not_of(" \t\r\n") != std::string::npos;

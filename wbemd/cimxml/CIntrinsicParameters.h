@@ -15,8 +15,7 @@ namespace wbemd {
 class CIntrinsicParameters {
 public:
     // The elements must outlive this object.
-    explicit CIntrinsicParameters(std::vector<const CXmlElement*> sent)
-        : m_left(std::move(sent)) {}
+    explicit CIntrinsicParameters(std::vector<const CXmlElement*> sent) : m_left(std::move(sent)) {}
 
     // A boolean; the default when it was not sent, or not well.
     bool TakeFlag(std::string_view name, bool absent);

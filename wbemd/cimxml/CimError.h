@@ -17,8 +17,7 @@ enum class CimCode : unsigned {
     MethodNotFound = 17
 };
 
-// An operation that failed. The text tells the caller what to do, without paths and internals; it
-// is safe to print.
+// An operation that failed. The text tells the caller what to do, without paths and internals.
 struct CCimError {
     CimCode m_code = CimCode::Failed;
     std::string m_text;

@@ -64,16 +64,25 @@ std::optional<CRefusal> CheckVersions(const CXmlElement& root) {
     return std::nullopt;
 }
 
+CRefusal RefusalOf(const CXmlError& error) {
+    switch (error.m_kind) {
+    case CXmlError::Kind::NotWellFormed:
+        return {400, kNotWellFormed, error.Text() + "."};
+    case CXmlError::Kind::Refused:
+        return {400, kNotValid, error.Text() + "."};
+    default:
+        return {503, {}, "The server is out of memory. Try again later."};
+    }
+}
+
 } // namespace
 
 tl::expected<CXmlDocument, CRefusal> ParseRequest(std::string_view body) {
     CXmlError error;
-    std::optional<CXmlDocument> document = 
+    std::optional<CXmlDocument> document =
         CXmlDocument::Parse(body, &error, CXmlLimits::ForStrangers());
     if (!document) {
-        const bool isRefused = error.m_kind == CXmlError::Kind::Refused;
-        return tl::unexpected(
-            CRefusal{400, isRefused ? kNotValid : kNotWellFormed, error.Text() + "."});
+        return tl::unexpected(RefusalOf(error));
     }
     return std::move(*document);
 }

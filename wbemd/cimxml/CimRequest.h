@@ -14,7 +14,7 @@ namespace wbemd {
 struct CRefusal {
     unsigned m_status = 400;
     std::string_view m_cimError; // of the header CIMError; empty: there is none
-    std::string m_text;          // one sentence for people, safe to print
+    std::string m_text;          // one sentence for people
 };
 
 // What a request's envelope says. The names are as they were sent.
@@ -30,7 +30,7 @@ struct CCimRequest {
     std::vector<const CXmlElement*> m_parameters;
 };
 
-// The body of a request as a document.
+// The body of a request as a document. Without memory for it, the status is 503.
 tl::expected<CXmlDocument, CRefusal> ParseRequest(std::string_view body);
 
 // The request that the document is. The versions, and whether it is one request, are looked at

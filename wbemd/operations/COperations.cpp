@@ -15,6 +15,14 @@ namespace wbemd {
 namespace {
 
 constexpr char kProviderNamespace[] = "root/cimv2";
+constexpr char kInstallAgain[] = "; install the package's own file again";
+
+// What makes the definitions of no use; empty when they are good.
+std::string FindProblem(const CServedNamespace& provider) {
+    const CServedClass* served = provider.FindClass(kProviderClass);
+    return served == nullptr ? std::string("the class ") + kProviderClass + " is not defined"
+                             : FindUnservable(served->m_definition);
+}
 
 CAnsweredRequest AnsweredRequest(const CCimRequest& request) {
     return {request.m_isIntrinsic, request.m_messageId, request.m_method};
@@ -48,18 +56,18 @@ std::unique_ptr<COperations> COperations::Open(const std::string& definitionsPat
     if (!interop) {
         return nullptr;
     }
-    auto parts = std::make_unique<Parts>(
-        Parts{CServedNamespace(kProviderNamespace, std::move(*classes)),
-              CServedNamespace(kInteropNamespace, std::move(*interop))});
-    if (parts->m_provider.FindClass(kProviderClass) == nullptr) {
-        *error = definitionsPath + ": does not define the class " + kProviderClass +
-                 "; install the package's own file again";
+    auto parts =
+        std::make_unique<Parts>(Parts{CServedNamespace(kProviderNamespace, std::move(*classes)),
+                                      CServedNamespace(kInteropNamespace, std::move(*interop))});
+    std::string problem = FindProblem(parts->m_provider);
+    if (!problem.empty()) {
+        *error = definitionsPath + ": " + problem + kInstallAgain;
         return nullptr;
     }
-    const std::string problem = AddInteropInstances(
-        systemName, {parts->m_provider.Name(), parts->m_interop.Name()}, &parts->m_interop);
+    problem = AddInteropInstances(systemName, {parts->m_provider.Name(), parts->m_interop.Name()},
+                                  &parts->m_interop);
     if (!problem.empty()) {
-        *error = interopPath + ": " + problem + "; install the package's own file again";
+        *error = interopPath + ": " + problem + kInstallAgain;
         return nullptr;
     }
     return std::unique_ptr<COperations>(new COperations(std::move(parts)));
@@ -106,16 +114,15 @@ const CServedNamespace* COperations::Parts::FindNamespace(const std::string& nam
     return nullptr;
 }
 
-std::variant<CHttpAnswer, CPendingCall>
-COperations::Parts::Serve(const CCimRequest& request, messages::Right right) const {
+std::variant<CHttpAnswer, CPendingCall> COperations::Parts::Serve(const CCimRequest& request,
+                                                                  messages::Right right) const {
     const CAnsweredRequest answered = AnsweredRequest(request);
     const CServedNamespace* served = FindNamespace(request.m_namespace);
     if (served == nullptr) {
         return CimAnswer(WriteError(
-            answered, {CimCode::InvalidNamespace, "There is no namespace " +
-                                                      cim::Quote(request.m_namespace) +
-                                                      " here, but " + m_provider.Name() + " and " +
-                                                      m_interop.Name() + "."}));
+            answered, {CimCode::InvalidNamespace,
+                       "There is no namespace " + cim::Quote(request.m_namespace) + " here, but " +
+                           m_provider.Name() + " and " + m_interop.Name() + "."}));
     }
     if (request.m_isIntrinsic) {
         return ToAnswer(answered, RunIntrinsic(*served, request, right));

@@ -32,10 +32,12 @@ bool IsNamed(const CServedInstance& instance, const CSentInstanceName& name) {
 
 } // namespace
 
-CServedNamespace::CServedNamespace(std::string name, std::vector<CCimClass> classes)
-    : m_name(std::move(name)) {
-    for (CCimClass& definition : classes) {
-        m_classes.emplace_back(std::move(definition));
+CServedNamespace::CServedNamespace(std::string name, std::vector<CCimClass> definitions)
+    : m_name(std::move(name)),
+      m_definitions(std::move(definitions)),
+      m_reader(m_definitions) {
+    for (const CCimClass& definition : m_definitions) {
+        m_classes.push_back({definition, CClassText(definition)});
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/CCimClass.h"
+#include "host/CInstanceReader.h"
 #include "wbemd/cimxml/CClassText.h"
 #include "wbemd/cimxml/InstanceName.h"
 
@@ -13,11 +14,7 @@ namespace wbemd {
 
 // A class with its definition as it is served.
 struct CServedClass {
-    explicit CServedClass(CCimClass definition)
-        : m_definition(std::move(definition)),
-          m_text(m_definition) {}
-
-    CCimClass m_definition;
+    const CCimClass& m_definition;
     CClassText m_text;
 };
 
@@ -31,9 +28,15 @@ struct CServedInstance {
 // The classes of one namespace, and the instances that the server itself has there.
 class CServedNamespace {
 public:
-    CServedNamespace(std::string name, std::vector<CCimClass> classes);
+    CServedNamespace(std::string name, std::vector<CCimClass> definitions);
+    CServedNamespace(CServedNamespace&&) = default;
+    CServedNamespace& operator=(CServedNamespace&&) = delete;
+    ~CServedNamespace() = default;
 
     [[nodiscard]] const std::string& Name() const { return m_name; }
+    [[nodiscard]] const std::vector<CCimClass>& Definitions() const { return m_definitions; }
+    // Of the instances that requests embed.
+    [[nodiscard]] const CInstanceReader& InstanceReader() const { return m_reader; }
     [[nodiscard]] const std::vector<CServedClass>& Classes() const { return m_classes; }
     [[nodiscard]] const std::vector<CServedInstance>& Instances() const { return m_instances; }
 
@@ -46,7 +49,9 @@ public:
 
 private:
     std::string m_name;
-    std::vector<CServedClass> m_classes;
+    std::vector<CCimClass> m_definitions;
+    CInstanceReader m_reader;
+    std::vector<CServedClass> m_classes; // point to their definitions
     std::vector<CServedInstance> m_instances;
 };
 

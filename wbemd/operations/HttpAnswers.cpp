@@ -7,6 +7,9 @@ namespace {
 constexpr char kContentType[] = "Content-Type";
 constexpr char kPlainText[] = "text/plain; charset=\"utf-8\"";
 
+constexpr unsigned kUnavailable = 503;
+constexpr unsigned kUnauthorized = 401;
+
 CHttpAnswer PlainAnswer(unsigned status, const std::string& sentence) {
     CHttpAnswer answer;
     answer.m_status = status;
@@ -26,7 +29,8 @@ CHttpAnswer CimAnswer(std::string body) {
 }
 
 CHttpAnswer RefusalAnswer(const CRefusal& refusal) {
-    CHttpAnswer answer = PlainAnswer(refusal.m_status, refusal.m_text);
+    CHttpAnswer answer = PlainAnswer(refusal.m_status, Sentence(refusal.m_text));
+    answer.m_keepOpen = refusal.m_status != kUnavailable;
     if (!refusal.m_cimError.empty()) {
         answer.m_headers.emplace_back("CIMError", refusal.m_cimError);
     }
@@ -34,7 +38,7 @@ CHttpAnswer RefusalAnswer(const CRefusal& refusal) {
 }
 
 CHttpAnswer WrongCredentials() {
-    CHttpAnswer answer = PlainAnswer(401, "A user and a password that are right are needed.");
+    CHttpAnswer answer = PlainAnswer(kUnauthorized, "A user and a password that are right are needed.");
     answer.m_headers.emplace_back("WWW-Authenticate", "Basic realm=\"kzmwbemd\"");
     return answer;
 }

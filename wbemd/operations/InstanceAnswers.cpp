@@ -10,10 +10,9 @@ namespace {
 
 bool IsWanted(const CCimProperty& property, const CInstanceFilter& filter) {
     return !filter.m_properties ||
-           std::any_of(filter.m_properties->begin(), filter.m_properties->end(),
-                       [&](const std::string& name) {
-                           return cim::AreSameNames(name, property.m_sName);
-                       });
+           std::any_of(
+               filter.m_properties->begin(), filter.m_properties->end(),
+               [&](const std::string& name) { return cim::AreSameNames(name, property.m_sName); });
 }
 
 void WriteProperty(const CCimProperty& property, const std::string& value,
@@ -37,8 +36,7 @@ void WriteInstanceName(const CServedInstance& instance, CXmlWriter* xml) {
     for (std::size_t i = 0; i < definition.m_properties.size(); ++i) {
         if (IsKey(definition.m_properties[i])) {
             xml->Open("KEYBINDING", {{"NAME", definition.m_properties[i].m_sName}});
-            xml->Element("KEYVALUE", instance.m_values[i],
-                         {{"VALUETYPE", "string"}});
+            xml->Element("KEYVALUE", instance.m_values[i], {{"VALUETYPE", "string"}});
             xml->Close("KEYBINDING");
         }
     }

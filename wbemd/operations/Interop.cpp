@@ -73,7 +73,7 @@ std::string AddInteropInstances(const std::string& systemName,
     for (const std::string& name : namespaces) {
         isGood = isGood && Add(kNamespaceClass, NamespaceValues(systemName, name), interop);
     }
-    return isGood ? "" : "does not define the classes of this server";
+    return isGood ? "" : "the classes of the server are not defined as it needs them";
 }
 
 } // namespace wbemd

@@ -12,8 +12,7 @@
 namespace wbemd {
 
 // What IRETURNVALUE of an intrinsic operation's answer holds, or why it failed.
-tl::expected<std::string, CCimError> RunIntrinsic(const CServedNamespace& served,
-                                                  const CCimRequest& request,
-                                                  messages::Right right);
+tl::expected<std::string, CCimError>
+RunIntrinsic(const CServedNamespace& served, const CCimRequest& request, messages::Right right);
 
 } // namespace wbemd

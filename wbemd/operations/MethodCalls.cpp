@@ -1,8 +1,10 @@
 #include "wbemd/operations/MethodCalls.h"
 
 #include "host/CimText.h"
+#include "host/InstanceText.h"
 #include "serverbase/Frames.h"
 #include "wbemd/cimxml/CXmlWriter.h"
+#include "wbemd/cimxml/InParameters.h"
 #include "wbemd/operations/Rights.h"
 
 #include <algorithm>
@@ -63,11 +65,38 @@ CCimError ErrorOf(const CPendingCall& call, messages::CallResult result) {
     }
 }
 
+// What the method gave back by its out-parameters; those that it did not set are left out. False
+// when one is not what the class says.
+bool WriteOutParameters(const CServedNamespace& served, const CCimMethod& method,
+                        const IWbemClassObject& output, CXmlWriter* xml) {
+    for (const CCimParameter& parameter : method.m_parameters) {
+        const CWbemValue* value = output.Get(parameter.m_sName.c_str());
+        if (!parameter.m_bOut || value == nullptr ||
+            std::holds_alternative<std::monostate>(*value)) {
+            continue;
+        }
+        const auto* object = std::get_if<CWbemObjectPtr>(value);
+        std::string error;
+        const auto text = object == nullptr
+                              ? std::nullopt
+                              : cim::InstanceText(**object, parameter.m_sEmbeddedClass,
+                                                  served.Definitions(), &error);
+        if (!text) {
+            return false;
+        }
+        xml->Open("PARAMVALUE", {{"NAME", parameter.m_sName},
+                                 {"PARAMTYPE", CimTypeName(parameter.m_type)},
+                                 {"EmbeddedObject", "instance"}});
+        xml->Element("VALUE", *text);
+        xml->Close("PARAMVALUE");
+    }
+    return true;
+}
+
 } // namespace
 
-tl::expected<CPendingCall, CCimError> PrepareCall(const CServedNamespace& served,
-                                                  const CCimRequest& request,
-                                                  messages::Right right) {
+tl::expected<CPendingCall, CCimError>
+PrepareCall(const CServedNamespace& served, const CCimRequest& request, messages::Right right) {
     if (request.m_isOfInstance) {
         return Fail(CimCode::NotFound, "There is no such instance. The methods are static: call "
                                        "them on the class.");
@@ -80,13 +109,20 @@ tl::expected<CPendingCall, CCimError> PrepareCall(const CServedNamespace& served
     const CCimMethod* method = FindMethod(target->m_definition, request.m_method);
     if (method == nullptr) {
         return Fail(CimCode::MethodNotFound, "The class " + target->m_definition.m_sName +
-                                                 " has no method " +
-                                                 cim::Quote(request.m_method) + ".");
+                                                 " has no method " + cim::Quote(request.m_method) +
+                                                 ".");
     }
     if (auto error = CheckRight(*method, right)) {
         return tl::unexpected(std::move(*error));
     }
-    return CPendingCall{method->m_sName, {}, request.m_messageId, request.m_method};
+    const auto parameters =
+        ReadInParameters(served.InstanceReader(), *method, request.m_parameters);
+    if (!parameters) {
+        return Fail(CimCode::InvalidParameter, parameters.error());
+    }
+    const bool isEmpty = parameters->GetProperties().empty();
+    return CPendingCall{method->m_sName, isEmpty ? "" : messages::EncodeObject(*parameters),
+                        request.m_messageId, request.m_method};
 }
 
 tl::expected<std::string, CCimError> WriteCallAnswer(const CServedNamespace& served,
@@ -101,7 +137,31 @@ tl::expected<std::string, CCimError> WriteCallAnswer(const CServedNamespace& ser
     xml.Open("RETURNVALUE", {{"PARAMTYPE", CimTypeName(method->m_returnType)}});
     xml.Element("VALUE", std::to_string(answer.m_uiReturnValue));
     xml.Close("RETURNVALUE");
+    if (answer.m_outParameters.empty()) {
+        return xml.Take();
+    }
+    const auto output = messages::DecodeObject(answer.m_outParameters);
+    if (output == nullptr || !WriteOutParameters(served, *method, *output, &xml)) {
+        return Fail(CimCode::Failed, "What the provider answered does not fit the class. The "
+                                     "method has ended; its return value was " +
+                                         std::to_string(answer.m_uiReturnValue) + ".");
+    }
     return xml.Take();
+}
+
+std::string FindUnservable(const CCimClass& definition) {
+    for (const CCimMethod& method : definition.m_methods) {
+        for (const CCimParameter& parameter : method.m_parameters) {
+            if (parameter.m_type != WbemType::Object) {
+                return "the parameter " + parameter.m_sName + " of the method " + method.m_sName +
+                       " is not one embedded instance, and no other can be passed on";
+            }
+        }
+        if (method.m_returnType != WbemType::UInt32) {
+            return "the method " + method.m_sName + " does not return a uint32";
+        }
+    }
+    return {};
 }
 
 } // namespace wbemd

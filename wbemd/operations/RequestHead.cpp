@@ -35,8 +35,7 @@ std::string_view Unquote(std::string_view text) {
 // XML in UTF-8. Other parameters than the character set do not matter.
 bool IsXmlInUtf8(std::string_view contentType) {
     const std::string_view type = TakeUpTo(';', &contentType);
-    bool isGood =
-        cim::AreSameNames(type, "application/xml") || cim::AreSameNames(type, "text/xml");
+    bool isGood = cim::AreSameNames(type, "application/xml") || cim::AreSameNames(type, "text/xml");
     while (!contentType.empty()) {
         std::string_view parameter = TakeUpTo(';', &contentType);
         if (cim::AreSameNames(TakeUpTo('=', &parameter), "charset")) {
@@ -104,7 +103,8 @@ std::optional<CRefusal> CheckHead(const CRequestHead& head) {
         return CRefusal{415, {}, "Requests are sent as they are, without Content-Encoding."};
     }
     if (!head.m_cimOperation || !cim::AreSameNames(Trim(*head.m_cimOperation), "MethodCall")) {
-        return CRefusal{400, "unsupported-operation", "The header CIMOperation must be MethodCall."};
+        return CRefusal{400, "unsupported-operation",
+                        "The header CIMOperation must be MethodCall."};
     }
     return std::nullopt;
 }

@@ -6,8 +6,12 @@
 namespace wbemd {
 
 // Changing includes reading.
-inline bool MayRead(messages::Right right) { return right >= messages::Right::Read; }
-inline bool MayChange(messages::Right right) { return right >= messages::Right::Change; }
+inline bool MayRead(messages::Right right) {
+    return right >= messages::Right::Read;
+}
+inline bool MayChange(messages::Right right) {
+    return right >= messages::Right::Change;
+}
 
 // The errors of those who may not, whoever finds out.
 inline CCimError MayNotRead() {

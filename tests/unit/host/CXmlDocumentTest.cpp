@@ -268,7 +268,7 @@ TEST(XmlWithoutMemory, IsRefused) {
         isMet = CFailingCall::IsMet();
         EXPECT_NE(isMet, isParsed);
         EXPECT_EQ(isParsed ? "" : "out of memory", error.m_sReason);
-        EXPECT_TRUE(isParsed || error.m_kind == CXmlError::Kind::Refused);
+        EXPECT_TRUE(isParsed || error.m_kind == CXmlError::Kind::NoMemory);
     }
     EXPECT_GT(n, 2);
 }

@@ -1,0 +1,134 @@
+#include "providerd/door/CSession.h"
+
+#include "providerd/FrameTransfer.h"
+#include "providerd/door/Audit.h"
+#include "providerd/door/Rights.h"
+#include "providerd/door/Secrets.h"
+#include "serverbase/ServiceManager.h"
+
+#include <utility>
+
+namespace providerd {
+
+namespace {
+
+using daemon_base::Level;
+using daemon_base::Log;
+using messages::CallResult;
+using messages::Right;
+using Checked = CAuthentication::CAnswer;
+using For = CAuthentication::For;
+
+// A usual request fits, and so is never moved to other memory, where its password would stay.
+constexpr std::size_t kUsualBytes = std::size_t{64} * 1024;
+
+// How long a request takes.
+class CStopwatch {
+public:
+    [[nodiscard]] std::chrono::milliseconds Time() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now() - m_begin);
+    }
+
+private:
+    TimePoint m_begin = std::chrono::steady_clock::now();
+};
+
+CFinishedCall Unmade(CallResult result) {
+    CFinishedCall finished;
+    finished.m_answer.m_result = result;
+    return finished;
+}
+
+void WipePassword(messages::Request* request) {
+    std::visit([](auto& message) { Wipe(&message.m_credentials.m_password); }, *request);
+}
+
+} // namespace
+
+void CSession::Serve(int socket) const {
+    for (;;) {
+        std::string payload;
+        payload.reserve(kUsualBytes);
+        const Transfer received = ReceiveFrame(socket, &payload, {});
+        if (received == Transfer::Broken) {
+            Log(Level::Warning, "A connection was closed: what came is no frame, or broke off.");
+        }
+        if (received != Transfer::Done) {
+            Wipe(&payload);
+            return;
+        }
+        const std::optional<std::string> frame = Answer(payload);
+        Wipe(&payload);
+        if (!frame || SendFrame(socket, *frame, {}) != Transfer::Done) {
+            return;
+        }
+    }
+}
+
+std::optional<std::string> CSession::Answer(std::string_view payload) const {
+    std::optional<messages::Request> request = messages::DecodeRequest(payload);
+    if (!request) {
+        Log(Level::Warning, "A connection was closed: " + std::to_string(payload.size()) +
+                                " bytes came that are no request.");
+        return std::nullopt;
+    }
+    auto answer = std::visit([this](const auto& message) { return AnswerTo(message); }, *request);
+    WipePassword(&*request);
+    return answer;
+}
+
+std::optional<std::string> CSession::AnswerTo(const messages::CCheckRequest& request) const {
+    const CStopwatch stopwatch;
+    const Checked checked =
+        m_authentication->Check(request.m_credentials, request.m_peer, For::Reading);
+    if (checked.m_kind == Checked::Kind::Stopped) {
+        return std::nullopt;
+    }
+    const bool isRight = checked.m_kind == Checked::Kind::Right;
+    if (!isRight) {
+        Log(Level::Notice, RefusalLine({request.m_credentials.m_user, request.m_peer,
+                                        kCheckOperation, stopwatch.Time()},
+                                       checked.m_reason));
+    }
+    return Encode(messages::CCheckAnswer{isRight, checked.m_right});
+}
+
+std::optional<std::string> CSession::AnswerTo(const messages::CCallRequest& request) const {
+    const CStopwatch stopwatch;
+    const For purpose =
+        NeededRight(request.m_method) == Right::Change ? For::Changing : For::Reading;
+    const Checked checked = m_authentication->Check(request.m_credentials, request.m_peer, purpose);
+    CAuditedRequest audited{request.m_credentials.m_user, request.m_peer, request.m_method, {}};
+    if (checked.m_kind == Checked::Kind::Wrong) {
+        audited.m_time = stopwatch.Time();
+        Log(Level::Notice, RefusalLine(audited, checked.m_reason));
+        return Encode(Unmade(CallResult::WrongCredentials).m_answer);
+    }
+    const CFinishedCall finished = checked.m_kind == Checked::Kind::Stopped
+                                       ? Unmade(CallResult::ShuttingDown)
+                                       : Call(request, checked.m_right);
+    audited.m_time = stopwatch.Time();
+    Log(Level::Info, CallLine(audited, finished));
+    return Encode(finished.m_answer);
+}
+
+CFinishedCall CSession::Call(const messages::CCallRequest& request, Right right) const {
+    const Right needed = NeededRight(request.m_method);
+    if (needed == Right::None) {
+        return Unmade(CallResult::NoMethod);
+    }
+    if (right < needed) {
+        return Unmade(CallResult::NotAllowed);
+    }
+    CMethodCall call{request.m_method, request.m_inParameters, {}};
+    call.m_origin.m_user = request.m_credentials.m_user;
+    call.m_origin.m_from = request.m_peer;
+    CFinishedCall finished = m_run(std::move(call));
+    if (finished.m_answer.m_outParameters.size() > messages::kObjectBytes) {
+        finished.m_answer = Unmade(CallResult::Failed).m_answer; // it has no frame
+    }
+    return finished;
+}
+
+} // namespace providerd

@@ -1,0 +1,163 @@
+#include "tests/support/CDaemonProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+
+using std::string;
+
+namespace {
+
+constexpr int kPatience = 10000; // milliseconds
+constexpr int kFirstListener = 3;
+constexpr int kCannotExecute = 127;
+
+// A socket at an abstract name of its own.
+int BoundSocket(const string& name) {
+    const int made = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    name.copy(address.sun_path + 1, name.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), length), 0) << name;
+    return made;
+}
+
+std::vector<char*> Pointers(std::vector<string>* words) {
+    std::vector<char*> pointers;
+    for (string& word : *words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+} // namespace
+
+CDaemonProcess::CDaemonProcess(const string& program, const Words& arguments,
+                               const Words& environment, const std::vector<int>& listeners) {
+    static int count = 0;
+    m_notifyPath = "kzm-daemon-" + std::to_string(getpid()) + "-" + std::to_string(++count);
+    m_notify = BoundSocket(m_notifyPath);
+    std::array<int, 2> log{};
+    EXPECT_EQ(pipe2(log.data(), O_CLOEXEC | O_NONBLOCK), 0);
+    m_logReader = log[0];
+    m_logWriter = log[1];
+    m_process = fork();
+    if (m_process == 0) {
+        Execute(program, arguments, environment, listeners);
+    }
+    close(m_logWriter);
+    m_end = static_cast<int>(syscall(SYS_pidfd_open, m_process, 0));
+}
+
+CDaemonProcess::~CDaemonProcess() {
+    if (m_process > 0) {
+        Signal(SIGKILL);
+        AwaitExit();
+    }
+    close(m_notify);
+    close(m_logReader);
+}
+
+void CDaemonProcess::Execute(const string& program, const Words& arguments,
+                             const Words& environment, const std::vector<int>& listeners) const {
+    fcntl(m_logWriter, F_SETFL, 0);
+    dup2(m_logWriter, STDERR_FILENO);
+    Words variables = {"PATH=/usr/bin:/bin", "LC_ALL=C", "NOTIFY_SOCKET=@" + m_notifyPath};
+    int next = kFirstListener;
+    for (const int listener : listeners) {
+        if (listener == next) {
+            fcntl(listener, F_SETFD, 0);
+        } else {
+            dup2(listener, next);
+        }
+        ++next;
+    }
+    if (!listeners.empty()) {
+        variables.push_back("LISTEN_FDS=" + std::to_string(listeners.size()));
+        variables.push_back("LISTEN_PID=" + std::to_string(getpid()));
+    }
+    variables.insert(variables.end(), environment.begin(), environment.end());
+    Words words = {program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    execve(program.c_str(), Pointers(&words).data(), Pointers(&variables).data());
+    _exit(kCannotExecute);
+}
+
+// Whether there is something to be read before the daemon ends.
+bool CDaemonProcess::AwaitReadable(int descriptor) {
+    std::array<pollfd, 2> polled{{{descriptor, POLLIN, 0}, {m_end, POLLIN, 0}}};
+    EXPECT_GT(poll(polled.data(), polled.size(), kPatience), 0) << "nothing came; log:\n" << m_log;
+    return (polled[0].revents & POLLIN) != 0;
+}
+
+bool CDaemonProcess::AwaitTold(const string& line) {
+    std::array<char, 4096> buffer{};
+    while (AwaitReadable(m_notify)) {
+        const ssize_t size = recv(m_notify, buffer.data(), buffer.size(), 0);
+        const string told = "\n" + string(buffer.data(), size < 0 ? 0 : std::size_t(size)) + "\n";
+        if (told.find("\n" + line + "\n") != string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+string CDaemonProcess::AwaitLogged(const string& part) {
+    for (;;) {
+        TakeLog();
+        for (std::size_t end = m_log.find('\n', m_given); end != string::npos;
+             end = m_log.find('\n', m_given)) {
+            const string line = m_log.substr(m_given, end - m_given);
+            m_given = end + 1;
+            if (line.find(part) != string::npos) {
+                return line;
+            }
+        }
+        if (!AwaitReadable(m_logReader)) {
+            return {};
+        }
+    }
+}
+
+void CDaemonProcess::Signal(int signal) const {
+    kill(m_process, signal);
+}
+
+int CDaemonProcess::AwaitExit() {
+    pollfd polled{m_end, POLLIN, 0};
+    EXPECT_EQ(poll(&polled, 1, kPatience), 1) << "it goes on; log:\n" << Log();
+    int status = 0;
+    kill(m_process, SIGKILL); // nothing to one that has ended
+    waitpid(m_process, &status, 0);
+    m_process = -1;
+    close(m_end);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+string CDaemonProcess::Log() {
+    TakeLog();
+    return m_log;
+}
+
+void CDaemonProcess::TakeLog() {
+    std::array<char, 4096> buffer{};
+    for (;;) {
+        const ssize_t size = read(m_logReader, buffer.data(), buffer.size());
+        if (size <= 0) {
+            return;
+        }
+        m_log.append(buffer.data(), static_cast<std::size_t>(size));
+    }
+}

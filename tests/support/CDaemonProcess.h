@@ -1,0 +1,53 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+// A daemon of this build as a process, with a service manager that hears what it tells. Its
+// environment is PATH, LC_ALL=C and what is given. Killed when this object goes.
+class CDaemonProcess {
+public:
+    using Words = std::vector<std::string>;
+
+    // Of the daemon's descriptors, those that are given become 3, 4 and so on.
+    CDaemonProcess(const std::string& program, const Words& arguments, const Words& environment,
+                   const std::vector<int>& listeners = {});
+    ~CDaemonProcess();
+    CDaemonProcess(const CDaemonProcess&) = delete;
+    CDaemonProcess& operator=(const CDaemonProcess&) = delete;
+
+    [[nodiscard]] pid_t Id() const { return m_process; }
+
+    // Waits until the daemon tells this, such as "READY=1"; false when it ends first, or takes ten
+    // seconds. What it tells meanwhile is dropped.
+    bool AwaitTold(const std::string& line);
+
+    // Waits until a line of its log has this in it, and gives that line, of those that were not
+    // given yet; empty when the daemon ends first, or takes ten seconds.
+    std::string AwaitLogged(const std::string& part);
+
+    void Signal(int signal) const;
+
+    // Waits for its end: its exit status, 128+n when signal n ended it.
+    int AwaitExit();
+
+    // All that it has logged until now; after AwaitExit, all.
+    std::string Log();
+
+private:
+    [[noreturn]] void Execute(const std::string& program, const Words& arguments,
+                              const Words& environment, const std::vector<int>& listeners) const;
+    void TakeLog();
+    bool AwaitReadable(int descriptor);
+
+    std::string m_notifyPath;
+    int m_notify = -1;
+    int m_logReader = -1;
+    int m_logWriter = -1;
+    pid_t m_process = -1;
+    int m_end = -1; // readable once it has ended
+    std::string m_log;
+    std::size_t m_given = 0; // of the log
+};
