@@ -118,11 +118,9 @@ bool CWorkerProcess::IsReady() const {
 }
 
 bool CWorkerProcess::Finish(End end) {
-    if (end == End::ByItself) {
-        m_socket.Close();
-        if (WaitForEnd(kTimeToEnd)) {
-            return true;
-        }
+    m_socket.Close();
+    if (end == End::ByItself && WaitForEnd(kTimeToEnd)) {
+        return true;
     }
     KillWithPrograms(m_process);
     return WaitForEnd(kKillTime);

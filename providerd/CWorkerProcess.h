@@ -38,7 +38,7 @@ public:
     // that it runs.
     //
     // True when it has ended then: nothing is left of it. False when the system has not let it end
-    // within two seconds.
+    // within two seconds. The connection is closed in any case.
     enum class End { ByItself, Killed };
     bool Finish(End end);
 

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <cerrno>
@@ -240,20 +239,6 @@ TEST(CCallQueue, AnswersWhenThereIsNoWorkerToBeHad) {
     EXPECT_EQ("No worker can be started: /no/such/program: cannot be started (No such file or "
               "directory).\n",
               testing::internal::GetCapturedStderr());
-}
-
-TEST(CCallQueue, StartsAWorkerAsSoonAsThereAreDescriptors) {
-    CCallQueue queue(Limits());
-    rlimit before{};
-    getrlimit(RLIMIT_NOFILE, &before);
-    const rlimit none{0, before.rlim_max};
-    testing::internal::CaptureStderr();
-    setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_EQ(Failure(CallResult::Failed), AnswerOf(queue, kGet, ""));
-    setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_EQ("No worker can be started: there is no connection to be had (Too many open files).\n",
-              testing::internal::GetCapturedStderr());
-    EXPECT_EQ(Success(1, kGet, ""), AnswerOf(queue, kGet, ""));
 }
 
 TEST(CCallQueue, LeavesNoDescriptorAndNoProcess) {
