@@ -1,5 +1,7 @@
 #include "tests/system/server/http/CClient.h"
 
+#include "tests/support/CAnswerCheck.h"
+
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
@@ -78,6 +80,22 @@ std::size_t CheckHead(string* head) {
     const std::size_t bytes = found.empty() ? 0 : std::stoul(found[1]);
     *head = std::regex_replace(*head, date, "Date: *\r\n");
     return bytes;
+}
+
+// What must be true of refusals; the answers of the fake operations are not CIM-XML.
+void CheckRefusal(const string& head, const string& body) {
+    const unsigned status =
+        static_cast<unsigned>(std::stoul(head.substr(string("HTTP/1.1 ").size())));
+    CAnswerCheck::Headers fields;
+    for (std::size_t at = head.find("\r\n") + 2; head.compare(at, 2, "\r\n") != 0;
+         at = head.find("\r\n", at) + 2) {
+        const std::size_t colon = head.find(": ", at);
+        fields.emplace_back(head.substr(at, colon - at),
+                            head.substr(colon + 2, head.find("\r\n", colon) - colon - 2));
+    }
+    if (status >= 400 && !body.empty()) {
+        EXPECT_EQ(CAnswerCheck::Problems(status, fields, body), std::vector<string>()) << head;
+    }
 }
 
 } // namespace
@@ -166,6 +184,7 @@ string CClient::Answer() {
     }
     const string body = m_input.substr(0, length);
     m_input.erase(0, length);
+    CheckRefusal(head, body);
     return head + body;
 }
 
@@ -206,7 +225,8 @@ string Post(const string& body, const string& fields) {
 
 string Repeated(const string& body) {
     const string text = "right=2\n" + body + "\n";
-    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain\r\nContent-Length: " +
+    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
+           "charset=\"utf-8\"\r\nContent-Length: " +
            std::to_string(text.size()) + "\r\n\r\n" + text;
 }
 

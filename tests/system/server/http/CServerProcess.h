@@ -43,7 +43,8 @@ public:
 
 private:
     CServerProcess(pid_t process, history::CDescriptor log)
-        : m_process(process), m_log(std::move(log)) {}
+        : m_process(process),
+          m_log(std::move(log)) {}
     bool ReadMore();
 
     pid_t m_process = -1;

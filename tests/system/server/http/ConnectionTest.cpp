@@ -20,7 +20,8 @@ const string kBusy = Refused("503 Service Unavailable",
                              "The server is busy or shutting down. Try again later.", true);
 
 string LongAnswer(std::size_t length) {
-    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain\r\nContent-Length: " +
+    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
+           "charset=\"utf-8\"\r\nContent-Length: " +
            std::to_string(length) + "\r\n\r\n" + string(length, 'x');
 }
 

@@ -24,7 +24,7 @@ std::string Shown(const char* name, const std::optional<std::string>& value) {
 
 CHttpAnswer Said(std::string body) {
     CHttpAnswer answer;
-    answer.m_headers.emplace_back("Content-Type", "text/plain");
+    answer.m_headers.emplace_back("Content-Type", "text/plain; charset=\"utf-8\"");
     answer.m_body = std::move(body);
     return answer;
 }

@@ -20,7 +20,8 @@ const string kAway = Refused("503 Service Unavailable",
                              true);
 
 string Called(const string& text) {
-    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain\r\nContent-Length: " +
+    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
+           "charset=\"utf-8\"\r\nContent-Length: " +
            std::to_string(text.size() + 1) + "\r\n\r\n" + text + "\n";
 }
 

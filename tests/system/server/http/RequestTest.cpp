@@ -117,7 +117,8 @@ const CRow kGoodRows[] = {
      Closing(Repeated("hi"))},
     {"LongBody", Post(string(100000, 'x')), Repeated(string(100000, 'x'))},
     {"ClosedAsTold", Post("status 400"),
-     "HTTP/1.1 400 Bad Request\r\nDate: *\r\nContent-Type: text/plain\r\nContent-Length: 8\r\n"
+     "HTTP/1.1 400 Bad Request\r\nDate: *\r\nContent-Type: text/plain; "
+     "charset=\"utf-8\"\r\nContent-Length: 8\r\n"
      "Connection: close\r\n\r\nas told\n"},
     {"HeadOfTheGreatestSize",
      kLine + kFields + "X: " + string(16384 - kLine.size() - kFields.size() - 7, 'x') +
@@ -242,7 +243,8 @@ const CRow kCredentialRows[] = {
     {"Closing", WithAuthorization("Connection: close\r\n"), WrongCredentials(true)},
     {"ExpectingContinue", WithAuthorization("Expect: 100-continue\r\n"), WrongCredentials(true)},
     {"Reader", WithAuthorization(Authorization("reader", "right")),
-     "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain\r\nContent-Length: 11\r\n\r\n"
+     "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; charset=\"utf-8\"\r\nContent-Length: "
+     "11\r\n\r\n"
      "right=1\nhi\n"},
     {"LongestUser", WithAuthorization(Authorization(string(1024, 'u'), "right")), Repeated("hi")}};
 
