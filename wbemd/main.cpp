@@ -64,7 +64,8 @@ int Serve() {
     std::signal(SIGPIPE, SIG_IGN);
     mallopt(M_MMAP_THRESHOLD, kMappedBytes);
     if (geteuid() == 0) {
-        Log(Level::Warning, "This runs as root and needs no rights at all: run it as another user.");
+        Log(Level::Warning,
+            "This runs as root and needs no rights at all: run it as another user.");
     }
     std::string error;
     const auto operations = wbemd::COperations::Open(

@@ -15,7 +15,10 @@ class CListener : public std::enable_shared_from_this<CListener> {
 public:
     // `text` is the address as the configuration has it.
     CListener(CShared& shared, std::string text, bool hasTls)
-        : m_shared(shared), m_text(std::move(text)), m_hasTls(hasTls), m_acceptor(shared.m_io),
+        : m_shared(shared),
+          m_text(std::move(text)),
+          m_hasTls(hasTls),
+          m_acceptor(shared.m_io),
           m_timer(shared.m_io) {}
 
     // Takes the socket over; an error when it is no socket of TCP.
@@ -91,9 +94,9 @@ inline void CListener::OnAccept(const ErrorCode& error, CSocket socket) {
 // What a connection needs is not there, descriptors or memory: others give theirs back.
 inline void CListener::AcceptLater(const ErrorCode& error) {
     if (!std::exchange(m_isFailing, true)) {
-        daemon_base::Log(daemon_base::Level::Error, "Connections to " + m_text +
-                                                        " cannot be taken for now: " +
-                                                        error.message() + ".");
+        daemon_base::Log(daemon_base::Level::Error,
+                         "Connections to " + m_text +
+                             " cannot be taken for now: " + error.message() + ".");
     }
     m_timer.expires_after(kPause);
     m_timer.async_wait([self = shared_from_this()](const ErrorCode&) {
@@ -124,9 +127,9 @@ inline void CListener::Refuse(CSocket socket, const std::string& peer) {
         return; // which closes it
     }
     ++shared.m_refused;
-    std::make_shared<CSession>(shared, std::move(socket), nullptr, peer,
-                               [&shared] { --shared.m_refused; })
-        ->RefuseAll();
+    std::make_shared<CSession>(shared, std::move(socket), nullptr, peer, [&shared] {
+        --shared.m_refused;
+    })->RefuseAll();
 }
 
 inline std::string CListener::PeerOf(const CSocket& socket) {

@@ -60,7 +60,10 @@ private:
 class CProviderdLink::CQuestion : public std::enable_shared_from_this<CQuestion> {
 public:
     CQuestion(CProviderdLink& link, std::string frame, Done done)
-        : m_link(link), m_socket(link.TakeSocket()), m_timer(link.m_io), m_frame(std::move(frame)),
+        : m_link(link),
+          m_socket(link.TakeSocket()),
+          m_timer(link.m_io),
+          m_frame(std::move(frame)),
           m_done(std::move(done)) {}
 
     void Start() {
@@ -92,19 +95,19 @@ private:
     }
 
     void Write(Fresh fresh) {
-        asio::async_write(m_socket, asio::buffer(m_frame),
-                          [self = shared_from_this(),
-                           fresh](const ErrorCode& error, std::size_t written) {
-                              if (!error) {
-                                  self->Read();
-                              } else if (written != 0) {
-                                  self->End({CReply::State::Broken, {}});
-                              } else if (fresh == Fresh::No) {
-                                  self->Connect();
-                              } else {
-                                  self->End({});
-                              }
-                          });
+        asio::async_write(
+            m_socket, asio::buffer(m_frame),
+            [self = shared_from_this(), fresh](const ErrorCode& error, std::size_t written) {
+                if (!error) {
+                    self->Read();
+                } else if (written != 0) {
+                    self->End({CReply::State::Broken, {}});
+                } else if (fresh == Fresh::No) {
+                    self->Connect();
+                } else {
+                    self->End({});
+                }
+            });
     }
 
     void Read() {

@@ -20,7 +20,8 @@ public:
     struct COptions {
         std::string m_configurationPath;
         std::string m_providerdSocket;
-        std::vector<int> m_listeners; // from the service manager, for https; the server's from now on
+        std::vector<int>
+            m_listeners; // from the service manager, for https; the server's from now on
     };
 
     // Listens. On failure null comes back, and *error says why, as a sentence. The operations must

@@ -29,7 +29,9 @@ inline constexpr char kNoMemory[] = "The server has no memory left for this answ
 struct CShared {
     CShared(const COperations& operations, asio::io_context& io, asio::thread_pool& worker,
             std::string providerdSocket)
-        : m_operations(operations), m_io(io), m_worker(worker),
+        : m_operations(operations),
+          m_io(io),
+          m_worker(worker),
           m_link(io, std::move(providerdSocket)) {}
 
     // One of the requests that were begun is answered, or will never be.
@@ -60,8 +62,11 @@ public:
     // `gone` is called when the connection has ended.
     CSession(CShared& shared, CSocket socket, asio::ssl::context* tls, std::string peer,
              std::function<void()> gone)
-        : m_shared(shared), m_transport(std::move(socket), tls), m_peer(std::move(peer)),
-          m_gone(std::move(gone)), m_timer(shared.m_io) {}
+        : m_shared(shared),
+          m_transport(std::move(socket), tls),
+          m_peer(std::move(peer)),
+          m_gone(std::move(gone)),
+          m_timer(shared.m_io) {}
     ~CSession() {
         EndRequest();
         m_gone();
@@ -123,6 +128,7 @@ private:
     void CutAfter(Duration time) { CutAt(Clock::now() + time); }
     void CutNever() { CutAt(Clock::time_point::max()); }
     void StartTimer();
+    void OnCutTime();
 
     CShared& m_shared;
     CTransport m_transport;
@@ -134,15 +140,15 @@ private:
     Clock::time_point m_timerTime = Clock::time_point::max(); // when the timer looks at it
     Clock::time_point m_requestEnd;                           // when the request must have come
 
-    std::string m_input;          // what came and was not taken yet
-    std::size_t m_looked = 0;     // bytes of it that are known to hold no end of a head
-    bool m_isBegun = false;       // counted as a begun request
+    std::string m_input;      // what came and was not taken yet
+    std::size_t m_looked = 0; // bytes of it that are known to hold no end of a head
+    bool m_isBegun = false;   // counted as a begun request
     bool m_sentContinue = false;
     CRequestPlan m_plan;
     CRequestHead m_head;
     messages::CCredentials m_credentials;
     messages::Right m_right = messages::Right::None;
-    std::size_t m_missing = 0;   // bytes of the request's body that have not come, or not been taken
+    std::size_t m_missing = 0; // bytes of the request's body that have not come, or not been taken
     std::size_t m_bodyShare = 0; // of the memory for bodies
     std::string m_body;
     CPendingCall m_call;
@@ -150,6 +156,7 @@ private:
     std::string m_output;
     std::string m_outputBody; // of a long answer
     std::size_t m_written = 0;
+    int m_untaken = 0; // bytes that the client had not taken when that was looked at last
     bool m_keepOpen = false;
 };
 
@@ -199,8 +206,7 @@ inline void CSession::OnHeadBytes() {
     } else if (extent.m_state != CHeadExtent::State::Complete) {
         const bool isTooLong = extent.m_state == CHeadExtent::State::TooLong;
         Answer(Refusal(isTooLong ? Status::HeaderTooLarge : Status::BadRequest));
-    } else if (const auto head =
-                   ReadHead(std::string_view(m_input).substr(0, extent.m_length))) {
+    } else if (const auto head = ReadHead(std::string_view(m_input).substr(0, extent.m_length))) {
         m_input.erase(0, extent.m_length);
         OnHead(*head);
     } else {
@@ -225,13 +231,12 @@ inline void CSession::OnHead(const CHttpHead& head) {
 // The time that the answer takes is not the client's.
 inline void CSession::AskForCredentials() {
     CutNever();
-    m_shared.m_link.Ask(
-        messages::Encode(messages::CCheckRequest{m_credentials, m_peer}),
-        [self = shared_from_this(), asked = Clock::now()](const CReply& reply) {
-            self->m_requestEnd += Clock::now() - asked;
-            self->CutAt(self->m_requestEnd);
-            self->OnCredentials(reply);
-        });
+    m_shared.m_link.Ask(messages::Encode(messages::CCheckRequest{m_credentials, m_peer}),
+                        [self = shared_from_this(), asked = Clock::now()](const CReply& reply) {
+                            self->m_requestEnd += Clock::now() - asked;
+                            self->CutAt(self->m_requestEnd);
+                            self->OnCredentials(reply);
+                        });
 }
 
 inline void CSession::OnCredentials(const CReply& reply) {
@@ -307,10 +312,9 @@ inline void CSession::Call() {
     request.m_peer = m_peer;
     request.m_method = m_call.m_method;
     request.m_inParameters = std::move(m_call.m_inParameters);
-    m_shared.m_link.Ask(messages::Encode(request), [self = shared_from_this()](
-                                                       const CReply& reply) {
-        self->OnCalled(reply);
-    });
+    m_shared.m_link.Ask(
+        messages::Encode(request),
+        [self = shared_from_this()](const CReply& reply) { self->OnCalled(reply); });
 }
 
 inline void CSession::OnCalled(const CReply& reply) {
@@ -385,15 +389,16 @@ inline void CSession::Write(std::string* text, void (CSession::*then)()) {
         (this->*then)();
         return;
     }
-    m_transport.WriteSome(asio::buffer(text->data() + m_written, text->size() - m_written),
-                          [self = shared_from_this(), text, then](const ErrorCode& error,
-                                                                  std::size_t count) {
-                              if (!error) {
-                                  self->m_written += count;
-                                  self->CutAfter(self->m_shared.m_settings.m_answerTime);
-                                  self->Write(text, then);
-                              }
-                          });
+    m_untaken = m_transport.Untaken();
+    m_transport.WriteSome(
+        asio::buffer(text->data() + m_written, text->size() - m_written),
+        [self = shared_from_this(), text, then](const ErrorCode& error, std::size_t count) {
+            if (!error) {
+                self->m_written += count;
+                self->CutAfter(self->m_shared.m_settings.m_answerTime);
+                self->Write(text, then);
+            }
+        });
 }
 
 inline void CSession::AfterAnswer() {
@@ -477,12 +482,23 @@ inline void CSession::StartTimer() {
             return;
         }
         self->m_timerTime = Clock::time_point::max();
-        if (Clock::now() >= self->m_cutTime) {
-            self->m_transport.Cut();
-        } else {
+        if (Clock::now() < self->m_cutTime) {
             self->CutAt(self->m_cutTime);
+        } else {
+            self->OnCutTime();
         }
     });
+}
+
+// A client that is slow frees room for more of its answer only now and then, and is not cut.
+inline void CSession::OnCutTime() {
+    const int untaken = m_output.empty() && m_outputBody.empty() ? 0 : m_transport.Untaken();
+    if (untaken < m_untaken && untaken != 0) {
+        m_untaken = untaken;
+        CutAfter(m_shared.m_settings.m_answerTime);
+    } else {
+        m_transport.Cut();
+    }
 }
 
 } // namespace wbemd

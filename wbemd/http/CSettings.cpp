@@ -54,8 +54,7 @@ void TakeLimits(CConfigFile* file, CSettings* settings) {
     settings->m_connections = file->TakeNumber("MaxConnections", 256, 1, kMostConnections);
     settings->m_connectionsPerPeer =
         file->TakeNumber("MaxConnectionsPerPeer", 32, 1, kMostConnections);
-    settings->m_bodyBytes =
-        file->TakeNumber("MaxBodyBytes", 16 * kMiB, 1, kMostBodyMiB * kMiB);
+    settings->m_bodyBytes = file->TakeNumber("MaxBodyBytes", 16 * kMiB, 1, kMostBodyMiB * kMiB);
     settings->m_bodyMemoryBytes =
         file->TakeNumber("MaxBodyMemoryBytes", 128 * kMiB, 1, kMostBodyMiB * kMiB);
     settings->m_handshakeTime = TakeTime(file, "HandshakeMilliseconds", 5'000);

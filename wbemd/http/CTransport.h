@@ -2,6 +2,9 @@
 
 #include "wbemd/http/Asio.h"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+
 #include <optional>
 #include <utility>
 
@@ -54,6 +57,11 @@ public:
     template <class Handler>
     void ReadRest(const asio::mutable_buffer& buffer, Handler&& handler) {
         m_socket.async_read_some(buffer, std::forward<Handler>(handler));
+    }
+    // Bytes that were written and that the client's system has not taken.
+    [[nodiscard]] int Untaken() {
+        int count = 0;
+        return ioctl(m_socket.native_handle(), SIOCOUTQ, &count) == 0 ? count : 0;
     }
     // Ends whatever is under way.
     void Cut() {

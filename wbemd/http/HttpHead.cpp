@@ -42,8 +42,7 @@ bool IsTarget(string_view text) {
 }
 
 bool IsValue(string_view text) {
-    return std::none_of(text.begin(), text.end(),
-                        [](char c) { return IsControl(c) && c != '\t'; });
+    return std::none_of(text.begin(), text.end(), [](char c) { return IsControl(c) && c != '\t'; });
 }
 
 string_view Trim(string_view text) {

@@ -4,6 +4,8 @@
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 
+#include <system_error>
+
 namespace wbemd {
 
 using std::string;
@@ -16,8 +18,11 @@ constexpr char kCiphers[] = "ECDHE+AESGCM:ECDHE+CHACHA20";
 // Why the last calls of the library failed.
 string TakeReason() {
     const unsigned long error = ERR_peek_error();
-    const char* const text = error == 0 ? nullptr : ERR_reason_error_string(error);
     ERR_clear_error();
+    if (ERR_SYSTEM_ERROR(error)) {
+        return std::system_category().message(ERR_GET_REASON(error));
+    }
+    const char* const text = ERR_reason_error_string(error);
     return text == nullptr ? "unknown reason" : text;
 }
 
@@ -33,8 +38,7 @@ std::shared_ptr<SSL_CTX> MakeContext() {
     SSL_CTX_set_session_cache_mode(context.get(), SSL_SESS_CACHE_OFF);
     SSL_CTX_set_num_tickets(context.get(), 0);
     SSL_CTX_set_options(context.get(), SSL_OP_NO_TICKET | SSL_OP_NO_RENEGOTIATION |
-                                           SSL_OP_NO_COMPRESSION |
-                                           SSL_OP_CIPHER_SERVER_PREFERENCE);
+                                           SSL_OP_NO_COMPRESSION | SSL_OP_CIPHER_SERVER_PREFERENCE);
     SSL_CTX_set_mode(context.get(), SSL_MODE_RELEASE_BUFFERS | SSL_MODE_ENABLE_PARTIAL_WRITE |
                                         SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
     return context;

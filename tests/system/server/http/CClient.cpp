@@ -1,0 +1,242 @@
+#include "tests/system/server/http/CClient.h"
+
+#include "tests/support/CAnswerCheck.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <openssl/ssl.h>
+#include <openssl/x509.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <regex>
+
+using std::string;
+
+namespace {
+
+constexpr int kPatience = 10; // seconds
+bool useSmallBuffers = false;
+
+sockaddr_in Loopback(const string& address, int port) {
+    sockaddr_in result{};
+    result.sin_family = AF_INET;
+    result.sin_port = htons(static_cast<std::uint16_t>(port));
+    inet_pton(AF_INET, address.c_str(), &result.sin_addr);
+    return result;
+}
+
+history::CDescriptor Connect(const string& from, int port) {
+    history::CDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const timeval patience{kPatience, 0};
+    setsockopt(socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    setsockopt(socket.Get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    if (useSmallBuffers) {
+        const int size = 4096;
+        setsockopt(socket.Get(), SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
+    }
+    const sockaddr_in own = Loopback(from, 0);
+    EXPECT_EQ(bind(socket.Get(), reinterpret_cast<const sockaddr*>(&own), sizeof own), 0);
+    const sockaddr_in other = Loopback("127.0.0.1", port);
+    EXPECT_EQ(connect(socket.Get(), reinterpret_cast<const sockaddr*>(&other), sizeof other), 0);
+    return socket;
+}
+
+SSL_CTX* ClientContext() {
+    static const std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> context(
+        SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
+    return context.get();
+}
+
+std::size_t CountOf(const string& head, const string& name) {
+    std::size_t count = 0;
+    for (std::size_t at = head.find("\r\n" + name + ": "); at != string::npos;
+         at = head.find("\r\n" + name + ": ", at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+// What every answer is like; its date becomes a star. The length of its body comes back.
+std::size_t CheckHead(string* head) {
+    static const std::regex date("Date: (Mon|Tue|Wed|Thu|Fri|Sat|Sun), [0-9]{2} [A-Z][a-z]{2} "
+                                 "[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2} GMT\r\n");
+    static const std::regex length("Content-Length: ([0-9]+)\r\n");
+    if (head->rfind("HTTP/1.1 100 ", 0) == 0) {
+        return 0;
+    }
+    EXPECT_EQ(head->rfind("HTTP/1.1 ", 0), 0U) << *head;
+    EXPECT_EQ(CountOf(*head, "Date"), 1U) << *head;
+    EXPECT_EQ(CountOf(*head, "Content-Length"), 1U) << *head;
+    EXPECT_EQ(CountOf(*head, "Transfer-Encoding"), 0U) << *head;
+    EXPECT_TRUE(std::regex_search(*head, date)) << *head;
+    std::smatch found;
+    EXPECT_TRUE(std::regex_search(*head, found, length)) << *head;
+    const std::size_t bytes = found.empty() ? 0 : std::stoul(found[1]);
+    *head = std::regex_replace(*head, date, "Date: *\r\n");
+    return bytes;
+}
+
+// What must be true of refusals; the answers of the fake operations are not CIM-XML.
+void CheckRefusal(const string& head, const string& body) {
+    const unsigned status =
+        static_cast<unsigned>(std::stoul(head.substr(string("HTTP/1.1 ").size())));
+    CAnswerCheck::Headers fields;
+    for (std::size_t at = head.find("\r\n") + 2; head.compare(at, 2, "\r\n") != 0;
+         at = head.find("\r\n", at) + 2) {
+        const std::size_t colon = head.find(": ", at);
+        fields.emplace_back(head.substr(at, colon - at),
+                            head.substr(colon + 2, head.find("\r\n", colon) - colon - 2));
+    }
+    if (status >= 400 && !body.empty()) {
+        EXPECT_EQ(CAnswerCheck::Problems(status, fields, body), std::vector<string>()) << head;
+    }
+}
+
+} // namespace
+
+CClient::CClient(int port, Kind kind, bool handshake, const string& from)
+    : m_socket(Connect(from, port)),
+      m_tls(nullptr, SSL_free) {
+    std::signal(SIGPIPE, SIG_IGN); // which TLS raises
+    m_isReady = true;
+    if (kind == Kind::Https && handshake) {
+        m_tls.reset(SSL_new(ClientContext()));
+        SSL_set_fd(m_tls.get(), m_socket.Get());
+        m_isReady = SSL_connect(m_tls.get()) == 1;
+    }
+}
+
+CClient::~CClient() = default;
+CClient::CClient(CClient&&) noexcept = default;
+
+void CClient::UseSmallBuffers(bool use) {
+    useSmallBuffers = use;
+}
+
+string CClient::ServerName() const {
+    constexpr std::size_t kSize = 256;
+    std::array<char, kSize> name{};
+    const std::unique_ptr<X509, void (*)(X509*)> certificate(SSL_get1_peer_certificate(m_tls.get()),
+                                                             X509_free);
+    X509_NAME_get_text_by_NID(X509_get_subject_name(certificate.get()), NID_commonName, name.data(),
+                              static_cast<int>(name.size()));
+    return name.data();
+}
+
+bool CClient::Send(const string& bytes) {
+    if (m_tls != nullptr) {
+        return SSL_write(m_tls.get(), bytes.data(), static_cast<int>(bytes.size())) ==
+               static_cast<int>(bytes.size());
+    }
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count =
+            send(m_socket.Get(), bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+        if (count <= 0) {
+            return false;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+void CClient::EndSending() {
+    shutdown(m_socket.Get(), SHUT_WR);
+}
+
+bool CClient::ReadMore() {
+    constexpr std::size_t kSize = 65536;
+    std::array<char, kSize> bytes{};
+    errno = 0;
+    const auto count = m_tls != nullptr
+                           ? SSL_read(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
+                           : recv(m_socket.Get(), bytes.data(), bytes.size(), 0);
+    EXPECT_FALSE(count < 0 && errno == EAGAIN) << "nothing came in time";
+    if (count <= 0) {
+        return false;
+    }
+    m_input.append(bytes.data(), static_cast<std::size_t>(count));
+    return true;
+}
+
+string CClient::Answer() {
+    const string kEnd = "\r\n\r\n";
+    while (m_input.find(kEnd) == string::npos) {
+        if (!ReadMore()) {
+            EXPECT_EQ(m_input, "") << "the connection ended in the middle of a head";
+            return "";
+        }
+    }
+    string head = m_input.substr(0, m_input.find(kEnd) + kEnd.size());
+    m_input.erase(0, head.size());
+    const std::size_t length = CheckHead(&head);
+    while (m_input.size() < length) {
+        if (!ReadMore()) {
+            ADD_FAILURE() << "the connection ended in the middle of a body";
+            return "";
+        }
+    }
+    const string body = m_input.substr(0, length);
+    m_input.erase(0, length);
+    CheckRefusal(head, body);
+    return head + body;
+}
+
+bool CClient::IsEnd() {
+    const bool isEnd = m_input.empty() && !ReadMore();
+    EXPECT_EQ(m_input, "");
+    return isEnd;
+}
+
+void CClient::Skip(std::size_t count) {
+    while (m_input.size() < count) {
+        if (!ReadMore()) {
+            ADD_FAILURE() << "the connection ended early";
+            return;
+        }
+    }
+    m_input.erase(0, count);
+}
+
+string Authorization(const string& user, const string& password) {
+    const string pair = user + ":" + password;
+    string text(pair.size() * 2 + 4, '\0');
+    const int size = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
+                                     reinterpret_cast<const unsigned char*>(pair.data()),
+                                     static_cast<int>(pair.size()));
+    text.resize(static_cast<std::size_t>(size));
+    return "Authorization: Basic " + text + "\r\n";
+}
+
+string Head(const string& fields) {
+    return "POST /cimom HTTP/1.1\r\nHost: h\r\n" + Authorization("changer", "right") + fields +
+           "\r\n";
+}
+
+string Post(const string& body, const string& fields) {
+    return Head("Content-Length: " + std::to_string(body.size()) + "\r\n" + fields) + body;
+}
+
+string Repeated(const string& body) {
+    const string text = "right=2\n" + body + "\n";
+    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
+           "charset=\"utf-8\"\r\nContent-Length: " +
+           std::to_string(text.size()) + "\r\n\r\n" + text;
+}
+
+string Refused(const string& status, const string& sentence, bool isClosed, const string& fields) {
+    return "HTTP/1.1 " + status + "\r\nDate: *\r\nContent-Type: text/plain; charset=\"utf-8\"\r\n" +
+           fields + "Content-Length: " + std::to_string(sentence.size() + 1) + "\r\n" +
+           (isClosed ? "Connection: close\r\n\r\n" : "\r\n") + sentence + "\n";
+}
+
+string WrongCredentials(bool isClosed) {
+    return Refused("401 Unauthorized", "A user and a password that are right are needed.", isClosed,
+                   "WWW-Authenticate: Basic realm=\"kzmwbemd\"\r\n");
+}

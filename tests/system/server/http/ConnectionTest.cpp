@@ -1,0 +1,309 @@
+// Connections: requests one after the other, times and numbers.
+
+#include "tests/system/server/http/CClient.h"
+#include "tests/system/server/http/CFakeProviderd.h"
+#include "tests/system/server/http/CServerProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+
+using std::string;
+
+namespace {
+
+const string kShortTimes = "RequestMilliseconds=200\nIdleMilliseconds=300\nAnswerMilliseconds=200\n"
+                           "HandshakeMilliseconds=200\n";
+const string kContinued = "HTTP/1.1 100 Continue\r\n\r\n";
+const string kBusy = Refused("503 Service Unavailable",
+                             "The server is busy or shutting down. Try again later.", true);
+
+string LongAnswer(std::size_t length) {
+    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
+           "charset=\"utf-8\"\r\nContent-Length: " +
+           std::to_string(length) + "\r\n\r\n" + string(length, 'x');
+}
+
+long Milliseconds(std::chrono::steady_clock::time_point since) {
+    const auto time = std::chrono::steady_clock::now() - since;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
+}
+
+class ConnectionTest : public testing::Test {
+protected:
+    CFakeProviderd m_providerd;
+};
+
+TEST_F(ConnectionTest, ServesRequestsOneAfterTheOther) {
+    const CServerProcess server;
+    CClient client(server.HttpPort());
+    for (int i = 0; i < 50; ++i) {
+        client.Send(Post(std::to_string(i)));
+        EXPECT_EQ(client.Answer(), Repeated(std::to_string(i)));
+    }
+}
+
+TEST_F(ConnectionTest, AnswersPipelinedRequestsInTheirOrder) {
+    const CServerProcess server;
+    CClient client(server.HttpPort());
+    string requests;
+    for (int i = 0; i < 20; ++i) {
+        requests += Post(std::to_string(i));
+    }
+    client.Send(requests + Post("call slowly") + Post("last", "Connection: close\r\n") +
+                Post("never"));
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(client.Answer(), Repeated(std::to_string(i)));
+    }
+    EXPECT_NE(client.Answer().find("17 result=0 value=0 slowly\n"), string::npos);
+    EXPECT_NE(client.Answer().find("right=2\nlast\n"), string::npos);
+    EXPECT_TRUE(client.IsEnd());
+}
+
+TEST_F(ConnectionTest, SkipsTheBodyOfARefusedRequest) {
+    const CServerProcess server;
+    CClient client(server.HttpPort());
+    const string body(300'000, 'x');
+    client.Send("POST /cimom HTTP/1.1\r\nHost: h\r\nContent-Length: " +
+                std::to_string(body.size()) + "\r\n\r\n" + body + Post("hi"));
+    EXPECT_EQ(client.Answer(), WrongCredentials());
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+}
+
+TEST_F(ConnectionTest, TakesRequestsByteByByte) {
+    const CServerProcess server;
+    CClient client(server.HttpPort());
+    for (const char byte : Post("hello") + Post("again")) {
+        client.Send(string(1, byte));
+    }
+    EXPECT_EQ(client.Answer(), Repeated("hello"));
+    EXPECT_EQ(client.Answer(), Repeated("again"));
+}
+
+TEST_F(ConnectionTest, AsksForABodyOnceTheCredentialsAreRight) {
+    const CServerProcess server;
+    CClient client(server.HttpPort());
+    for (int i = 0; i < 2; ++i) {
+        client.Send(Head("Content-Length: 2\r\nExpect: 100-Continue\r\n"));
+        EXPECT_EQ(client.Answer(), kContinued);
+        client.Send("hi");
+        EXPECT_EQ(client.Answer(), Repeated("hi"));
+    }
+}
+
+TEST_F(ConnectionTest, AnswersAClientThatHasSaidAll) {
+    const CServerProcess server;
+    CClient client(server.HttpPort());
+    client.Send(Post("hi"));
+    client.EndSending();
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    EXPECT_TRUE(client.IsEnd());
+}
+
+// The answer is not lost to the reset of a connection on which the client is still sending.
+TEST_F(ConnectionTest, TheRefusalOfALongBodyArrives) {
+    const CServerProcess server("MaxBodyBytes=1000\n");
+    CClient client(server.HttpPort());
+    client.Send(Post(string(1'000'000, 'x')));
+    EXPECT_EQ(client.Answer(), Refused("413 Content Too Large", "The request is too long.", true));
+}
+
+TEST_F(ConnectionTest, TakesAndGivesLongTexts) {
+    const CServerProcess server;
+    CClient client(server.HttpPort());
+    const string body(5'000'000, 'y');
+    client.Send(Post(body));
+    EXPECT_TRUE(client.Answer() == Repeated(body));
+    client.Send(Post("long 5000000"));
+    EXPECT_TRUE(client.Answer() == LongAnswer(5'000'000));
+    client.Send(Post("call " + body));
+    EXPECT_NE(client.Answer().find("17 result=0 value=0 " + body), string::npos);
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+}
+
+TEST_F(ConnectionTest, SaysThatMemoryIsUsedUp) {
+    const CServerProcess server("MaxBodyBytes=1000\nMaxBodyMemoryBytes=1500\n");
+    CClient first(server.HttpPort());
+    first.Send(Head("Content-Length: 1000\r\nExpect: 100-continue\r\n"));
+    EXPECT_EQ(first.Answer(), kContinued);
+    CClient second(server.HttpPort());
+    second.Send(Post(string(501, 'x')));
+    EXPECT_EQ(second.Answer(), kBusy);
+    first.Send(string(1000, 'x'));
+    EXPECT_EQ(first.Answer(), Repeated(string(1000, 'x')));
+    CClient third(server.HttpPort());
+    third.Send(Post(string(1000, 'x')));
+    EXPECT_EQ(third.Answer(), Repeated(string(1000, 'x')));
+    third.Send(Post("no memory"));
+    EXPECT_EQ(third.Answer(), Refused("503 Service Unavailable",
+                                      "The server has no memory left for this answer.", true));
+}
+
+struct CSlowRow {
+    const char* m_what;
+    string m_sent;
+    long m_time; // milliseconds until the end
+};
+
+TEST_F(ConnectionTest, EndsConnectionsThatTakeTooLong) {
+    const CServerProcess server(kShortTimes);
+    const CSlowRow rows[] = {
+        {"idle from the beginning", "", 300},
+        {"a head that does not go on", "POST /cimom", 200},
+        {"a body that does not go on", Head("Content-Length: 2\r\n") + "h", 200},
+        {"a body that is asked for and does not come",
+         Head("Content-Length: 2\r\nExpect: 100-continue\r\n"), 200},
+    };
+    for (const CSlowRow& row : rows) {
+        const auto begin = std::chrono::steady_clock::now();
+        CClient client(server.HttpPort());
+        client.Send(row.m_sent);
+        if (row.m_sent.find("Expect") != string::npos) {
+            EXPECT_EQ(client.Answer(), kContinued);
+        }
+        EXPECT_TRUE(client.IsEnd()) << row.m_what;
+        EXPECT_GE(Milliseconds(begin), row.m_time - 1) << row.m_what;
+        EXPECT_LT(Milliseconds(begin), row.m_time + 1000) << row.m_what;
+    }
+}
+
+TEST_F(ConnectionTest, TheTimeOfARequestRunsFromItsFirstByte) {
+    const CServerProcess server(kShortTimes);
+    const auto begin = std::chrono::steady_clock::now();
+    CClient client(server.HttpPort());
+    bool isOpen = true;
+    for (const char byte : Head("Content-Length: 0\r\n")) {
+        isOpen = isOpen && client.Send(string(1, byte));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // a slow sender
+        if (!isOpen) {
+            break;
+        }
+    }
+    EXPECT_FALSE(isOpen);
+    EXPECT_GE(Milliseconds(begin), 200);
+}
+
+TEST_F(ConnectionTest, EndsAConnectionThatIsIdleAfterAnAnswer) {
+    const CServerProcess server(kShortTimes);
+    CClient client(server.HttpPort());
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(client.IsEnd());
+    EXPECT_GE(Milliseconds(begin), 290);
+}
+
+TEST_F(ConnectionTest, TheTimeThatACheckOrACallTakesIsNotTheClients) {
+    const CServerProcess server(kShortTimes);
+    CClient client(server.HttpPort());
+    m_providerd.HoldChecks();
+    m_providerd.HoldCalls();
+    client.Send(Head("Content-Length: 6\r\n"));
+    m_providerd.AwaitAsked(1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // longer than a request may take
+    m_providerd.Release();
+    m_providerd.HoldCalls();
+    client.Send("call x");
+    m_providerd.AwaitAsked(2);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    m_providerd.Release();
+    EXPECT_NE(client.Answer().find("17 result=0 value=0 x"), string::npos);
+}
+
+TEST_F(ConnectionTest, CutsAClientThatTakesNothingOfItsAnswer) {
+    const CServerProcess server(kShortTimes + "MaxConnectionsPerPeer=1\n");
+    CClient::UseSmallBuffers(true);
+    CClient client(server.HttpPort());
+    CClient::UseSmallBuffers(false);
+    client.Send(Post("long 20000000"));
+    m_providerd.AwaitAsked(1);
+    // Its place is free as soon as it is cut.
+    const auto begin = std::chrono::steady_clock::now();
+    string answer = kBusy;
+    while (answer == kBusy && Milliseconds(begin) < 5000) {
+        CClient next(server.HttpPort());
+        next.Send(Post("hi"));
+        answer = next.Answer();
+    }
+    EXPECT_EQ(answer, Repeated("hi"));
+    EXPECT_GE(Milliseconds(begin), 100);
+}
+
+TEST_F(ConnectionTest, ASlowReaderThatTakesSomethingGetsAll) {
+    const CServerProcess server(kShortTimes);
+    CClient::UseSmallBuffers(true);
+    CClient client(server.HttpPort());
+    CClient::UseSmallBuffers(false);
+    constexpr std::size_t kLength = 6'000'000;
+    client.Send(Post("long " + std::to_string(kLength)));
+    for (int i = 0; i < 10; ++i) {
+        client.Skip(kLength / 20);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // a slow reader
+    }
+    client.Skip(kLength / 2);
+}
+
+TEST_F(ConnectionTest, HoldsTheNumberOfConnectionsFromOnePeer) {
+    const CServerProcess server("MaxConnectionsPerPeer=3\n");
+    std::vector<CClient> clients;
+    for (int i = 0; i < 3; ++i) {
+        clients.emplace_back(server.HttpPort());
+    }
+    CClient refused(server.HttpPort());
+    refused.Send(Post("hi"));
+    EXPECT_EQ(refused.Answer(), kBusy);
+    EXPECT_TRUE(refused.IsEnd());
+    CClient other(server.HttpPort(), CClient::Kind::Http, true, "127.0.0.2");
+    other.Send(Post("hi"));
+    EXPECT_EQ(other.Answer(), Repeated("hi"));
+    for (CClient& client : clients) {
+        client.Send(Post("hi", "Connection: close\r\n"));
+        EXPECT_NE(client.Answer(), "");
+        EXPECT_TRUE(client.IsEnd());
+    }
+    clients.clear();
+    CClient again(server.HttpPort());
+    again.Send(Post("hi"));
+    EXPECT_EQ(again.Answer(), Repeated("hi"));
+}
+
+TEST_F(ConnectionTest, HoldsTheNumberOfConnections) {
+    const CServerProcess server("MaxConnections=4\n");
+    std::vector<CClient> clients;
+    for (int i = 2; i < 6; ++i) {
+        clients.emplace_back(server.HttpPort(), CClient::Kind::Http, true,
+                             "127.0.0." + std::to_string(i));
+        clients.back().Send(Post("hi"));
+        EXPECT_EQ(clients.back().Answer(), Repeated("hi"));
+    }
+    for (int i = 0; i < 100; ++i) {
+        CClient refused(server.HttpPort());
+        EXPECT_EQ(refused.Answer(), kBusy);
+    }
+    clients.front().Send(Post("hi"));
+    EXPECT_EQ(clients.front().Answer(), Repeated("hi"));
+}
+
+TEST_F(ConnectionTest, AClientThatLeavesTakesNothingWithIt) {
+    const CServerProcess server;
+    m_providerd.HoldCalls();
+    {
+        CClient client(server.HttpPort());
+        client.Send(Post("call x"));
+        m_providerd.AwaitAsked(2);
+        CClient halfHead(server.HttpPort());
+        halfHead.Send("POST /ci");
+        CClient halfBody(server.HttpPort());
+        halfBody.Send(Head("Content-Length: 2\r\n") + "h");
+        m_providerd.AwaitAsked(3);
+    }
+    m_providerd.Release();
+    CClient client(server.HttpPort());
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    EXPECT_EQ(m_providerd.Asked().size(), 4U);
+}
+
+} // namespace

@@ -1,0 +1,91 @@
+// Operations without CIM, which show what they were given. A body is an instruction:
+//   call TEXT    asks for the method GetParameter with this for its parameters
+//   status N     an answer with this status that closes the connection
+//   long N       an answer of so many bytes
+//   no memory    throws
+// Any other body is repeated.
+
+#include "wbemd/operations/COperations.h"
+
+#include <new>
+#include <string>
+
+namespace wbemd {
+
+namespace {
+
+const std::string kCall = "call ";
+const std::string kStatus = "status ";
+const std::string kLong = "long ";
+
+std::string Shown(const char* name, const std::optional<std::string>& value) {
+    return value ? std::string(name) + "=" + *value + "\n" : "";
+}
+
+CHttpAnswer Said(std::string body) {
+    CHttpAnswer answer;
+    answer.m_headers.emplace_back("Content-Type", "text/plain; charset=\"utf-8\"");
+    answer.m_body = std::move(body);
+    return answer;
+}
+
+// What follows the instruction; nothing where it is another one.
+std::optional<std::string> Argument(std::string_view body, const std::string& instruction) {
+    if (body.substr(0, instruction.size()) != instruction) {
+        return std::nullopt;
+    }
+    return std::string(body.substr(instruction.size()));
+}
+
+} // namespace
+
+struct COperations::Parts {};
+
+COperations::COperations(std::unique_ptr<Parts> parts) : m_parts(std::move(parts)) {}
+COperations::~COperations() = default;
+
+std::unique_ptr<COperations> COperations::Open(const std::string& /*definitionsPath*/,
+                                               const std::string& /*interopPath*/,
+                                               const std::string& /*systemName*/,
+                                               std::string* /*error*/) {
+    return std::unique_ptr<COperations>(new COperations(std::make_unique<Parts>()));
+}
+
+std::variant<CHttpAnswer, CPendingCall>
+COperations::Answer(const CRequestHead& head, std::string_view body, messages::Right right) const {
+    if (const auto parameters = Argument(body, kCall)) {
+        CPendingCall call;
+        call.m_method = "GetParameter";
+        call.m_inParameters = *parameters;
+        call.m_messageId = "17";
+        return call;
+    }
+    if (const auto status = Argument(body, kStatus)) {
+        CHttpAnswer answer = Said("as told\n");
+        answer.m_status = static_cast<unsigned>(std::stoul(*status));
+        answer.m_keepOpen = false;
+        return answer;
+    }
+    if (const auto length = Argument(body, kLong)) {
+        return Said(std::string(std::stoul(*length), 'x'));
+    }
+    if (body == "no memory") {
+        throw std::bad_alloc();
+    }
+    return Said(Shown("type", head.m_contentType) + Shown("encoding", head.m_contentEncoding) +
+                Shown("operation", head.m_cimOperation) + Shown("method", head.m_cimMethod) +
+                Shown("object", head.m_cimObject) + "right=" +
+                std::to_string(static_cast<int>(right)) + "\n" + std::string(body) + "\n");
+}
+
+CHttpAnswer COperations::Finish(const CPendingCall& call,
+                                const messages::CCallAnswer& answer) const {
+    if (answer.m_result == messages::CallResult::WrongCredentials) {
+        return WrongCredentials();
+    }
+    return Said(call.m_messageId + " result=" + std::to_string(static_cast<int>(answer.m_result)) +
+                " value=" + std::to_string(answer.m_uiReturnValue) + " " + answer.m_outParameters +
+                "\n");
+}
+
+} // namespace wbemd

@@ -1,0 +1,105 @@
+// The same by https.
+
+#include "KzmPaths.h"
+#include "tests/support/CTestRoot.h"
+#include "tests/system/server/http/CClient.h"
+#include "tests/system/server/http/CFakeProviderd.h"
+#include "tests/system/server/http/CServerProcess.h"
+#include "tests/system/server/http/Certificates.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+using std::string;
+
+namespace {
+
+const string kListen = "Listen=127.0.0.1:0\n";
+
+class TlsTest : public testing::Test {
+protected:
+    TlsTest() { InstallCertificate(MakeCertificate("first")); }
+
+    CFakeProviderd m_providerd;
+};
+
+TEST_F(TlsTest, Serves) {
+    const CServerProcess server(kListen);
+    CClient client(server.HttpsPort(), CClient::Kind::Https);
+    ASSERT_TRUE(client.IsReady());
+    EXPECT_EQ(client.ServerName(), "first");
+    client.Send(Post("hi") + Post("again"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("again"));
+    const string body(3'000'000, 'y');
+    client.Send(Post(body));
+    EXPECT_TRUE(client.Answer() == Repeated(body));
+    client.Send(Post("call x", "Connection: close\r\n"));
+    EXPECT_NE(client.Answer().find("17 result=0 value=0 x"), string::npos);
+    EXPECT_TRUE(client.IsEnd());
+}
+
+TEST_F(TlsTest, EndsAHandshakeThatDoesNotGoOn) {
+    const CServerProcess server(kListen + "HandshakeMilliseconds=100\n");
+    CClient silent(server.HttpsPort(), CClient::Kind::Https, false);
+    EXPECT_TRUE(silent.IsEnd());
+}
+
+TEST_F(TlsTest, HttpOnThePortOfHttpsIsNotAnswered) {
+    const CServerProcess server(kListen);
+    CClient client(server.HttpsPort());
+    client.Send(Post("hi"));
+    client.Skip(0);
+    CClient good(server.HttpsPort(), CClient::Kind::Https);
+    good.Send(Post("hi"));
+    EXPECT_EQ(good.Answer(), Repeated("hi"));
+    EXPECT_EQ(m_providerd.Asked().size(), 1U);
+}
+
+TEST_F(TlsTest, OneConnectionTooManyIsClosedBeforeTheHandshake) {
+    const CServerProcess server(kListen + "MaxConnectionsPerPeer=1\n");
+    const CClient first(server.HttpsPort(), CClient::Kind::Https);
+    EXPECT_TRUE(first.IsReady());
+    const CClient second(server.HttpsPort(), CClient::Kind::Https);
+    EXPECT_FALSE(second.IsReady());
+}
+
+TEST_F(TlsTest, ANewCertificateIsShownAndOldConnectionsGoOn) {
+    CServerProcess server(kListen);
+    CClient old(server.HttpsPort(), CClient::Kind::Https);
+    old.Send(Post("hi"));
+    EXPECT_EQ(old.Answer(), Repeated("hi"));
+    InstallCertificate(MakeCertificate("second"));
+    server.Signal(SIGHUP);
+    server.AwaitLine("read anew");
+    CClient fresh(server.HttpsPort(), CClient::Kind::Https);
+    EXPECT_EQ(fresh.ServerName(), "second");
+    for (CClient* const client : {&old, &fresh}) {
+        client->Send(Post("hi"));
+        EXPECT_EQ(client->Answer(), Repeated("hi"));
+    }
+}
+
+TEST_F(TlsTest, ABrokenCertificateIsRefusedAndTheOldOneGoesOn) {
+    CServerProcess server(kListen);
+    const CCertificate other = MakeCertificate("other");
+    WriteFile(KzmPaths::kWbemdCertificate, other.m_certificate);
+    server.Signal(SIGHUP);
+    server.AwaitLine("holds no key of the certificate that can be read");
+    server.AwaitLine("the old one goes on");
+    const CClient client(server.HttpsPort(), CClient::Kind::Https);
+    EXPECT_EQ(client.ServerName(), "first");
+}
+
+TEST_F(TlsTest, AnExpiredCertificateIsServedAndLogged) {
+    InstallCertificate(MakeCertificate("expired", -100, -10));
+    CServerProcess server(kListen);
+    CClient client(server.HttpsPort(), CClient::Kind::Https);
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    server.Signal(SIGHUP);
+    server.AwaitLine("has expired");
+}
+
+} // namespace
