@@ -34,10 +34,6 @@ Text TextOfValue(const std::string& name, const CXmlElement& value) {
         return Fail(name, "holds XML elements where their text belongs: write the markup of the "
                           "instance as &lt; and &gt;, or put it into a CDATA section");
     }
-    if (IsBlank(value.m_sText)) {
-        return Fail(name, "is empty, but must hold an instance as text; some clients cut a value "
-                          "at a comma, which can be written &#44; or put into a CDATA section");
-    }
     return value.m_sText;
 }
 
@@ -103,7 +99,7 @@ tl::expected<CWbemObjectPtr, std::string> ReadParameter(const CInstanceReader& r
     std::string error;
     CWbemObjectPtr object = reader.ReadParameter(parameter, *text, &error);
     if (object == nullptr) {
-        return tl::unexpected(error);
+        return tl::unexpected(error + ".");
     }
     return object;
 }
