@@ -42,7 +42,9 @@ check loggerctl/record "loggerctl/record/|loggerctl/agent/|$below" "$json$expect
 check loggerctl/commands "loggerctl/|$below" "$json${expected}CLI/CLI\.hpp>|"
 check serverbase 'serverbase/|providerbase/IWbemClassObject\.h"' 'systemd/sd-daemon\.h>|utf8\.h>|'
 check loggerctl/main.cpp 'loggerctl/(commands|output)/' ''
-check wbemd/http "wbemd/(http/|operations/COperations\.h\")|serverbase/|history/CDescriptor\.h\"|KzmPaths\.h\"" "${expected}boost/asio|openssl/"
+check wbemd/http "wbemd/(http/|operations/COperations\.h\")|serverbase/|history/CDescriptor\.h\"|KzmPaths\.h\"" \
+    "${expected}boost/asio[a-z_/]*\.hpp>|(openssl|arpa|netinet)/[a-z0-9]+\.h>|"
+check wbemd/main.cpp "wbemd/(http|operations)/|serverbase/|KzmPaths\.h\"" ''
 check ':(glob)providerd/*' "providerd/|serverbase/|host/|history/|provider/MethodResult\.h\"|settings/LoggerDefinitions\.h\"|$platform|KzmPaths\.h\"" "$expected"
 check providerd/door "providerd/|serverbase/|history/CDescriptor\.h\"|KzmPaths\.h\"" \
     "${expected}openssl/[a-z]+\.h>|security/pam_appl\.h>|arpa/inet\.h>|"
