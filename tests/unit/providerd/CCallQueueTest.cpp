@@ -160,8 +160,7 @@ TEST(CCallQueue, StartsAWorkerThatFindsNothingOfItsParents) {
     sigaddset(&blocked, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
     signal(SIGUSR2, SIG_IGN);
-    const CFifo fifo;
-    const int inherited = open(fifo.Path().c_str(), O_RDWR); // not closed on exec
+    const int inherited = fcntl(STDIN_FILENO, F_DUPFD, 100); // not closed on exec
     CCallQueue queue(Limits());
     EXPECT_EQ("0 0 [0 1 2 3 leader] ", AnswerOf(queue, kGet, "process"));
     close(inherited);
