@@ -303,8 +303,12 @@ std::map<std::string, std::string> BlockedSignals() {
 }
 
 TEST(CCallQueue, LeavesTheSignalsToThoseWhoStartIt) {
+    sigset_t none;
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
     const auto before = BlockedSignals();
     CCallQueue queue(Limits());
+    EXPECT_EQ(Success(1, kGet, ""), AnswerOf(queue, kGet, "")); // its thread has begun
     auto after = BlockedSignals();
     for (const auto& [thread, blocked] : before) {
         EXPECT_EQ(blocked, after[thread]);
