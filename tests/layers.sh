@@ -45,6 +45,8 @@ below="host/|serverbase/|providerbase/"
 check wbemd/cimxml "wbemd/cimxml/|$below" "$expected"
 check wbemd/operations "wbemd/(cimxml|operations)/|$below" "$expected"
 check loggerctl/main.cpp 'loggerctl/(commands|output)/' ''
-check providerd "providerd/|serverbase/|host/|history/|provider/MethodResult\.h\"|settings/LoggerDefinitions\.h\"|$platform|KzmPaths\.h\"" "$expected"
+check ':(glob)providerd/*' "providerd/|serverbase/|host/|history/|provider/MethodResult\.h\"|settings/LoggerDefinitions\.h\"|$platform|KzmPaths\.h\"" "$expected"
+check providerd/door "providerd/|serverbase/|history/CDescriptor\.h\"|KzmPaths\.h\"" \
+    "${expected}openssl/[a-z]+\.h>|security/pam_appl\.h>|arpa/inet\.h>|"
 
 exit $status

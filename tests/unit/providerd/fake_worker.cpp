@@ -10,6 +10,7 @@
 //   half            sends a part of a frame, and ends
 //   answer-and-exit, answer-and-stay, answer-and-talk
 //                   answers; then ends, never ends, says something unasked
+//   large           answers with 20,000,000 bytes more
 //   process         answers with what it finds itself to be
 //
 // Any other text is answered with success. The output parameters are "N METHOD TEXT USER PEER",
@@ -53,9 +54,9 @@ std::string Process() {
     sigprocmask(SIG_SETMASK, nullptr, &blocked);
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action {};
-        const bool isDefault =
-            sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_DFL;
-        if (!isDefault || sigismember(&blocked, number) == 1) {
+        const bool isIgnored =
+            sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+        if (isIgnored || sigismember(&blocked, number) == 1) {
             text << "signal " << number << ' ';
         }
     }
@@ -102,6 +103,7 @@ CWorkAnswer AnswerTo(const CWorkRequest& request, int count) {
                                                 : std::to_string(count) + ' ' + request.m_method +
                                                       ' ' + request.m_inParameters.substr(0, 100) +
                                                       ' ' + request.m_user + ' ' + request.m_peer;
+    answer.m_outParameters.append(order == "large" ? 20'000'000 : 0, 'x');
     return answer;
 }
 
