@@ -97,8 +97,8 @@ void Check(const COperations& operations, const CRequestText& request, messages:
     const auto outcome = operations.Answer(request.m_head, request.m_body, right);
     if (const auto* call = std::get_if<CPendingCall>(&outcome)) {
         const bool mayChange = right == messages::Right::Change;
-        CProperty::Require(mayChange || (right == messages::Right::Read &&
-                                         call->m_method == "GetParameter"),
+        CProperty::Require(mayChange ||
+                               (right == messages::Right::Read && call->m_method == "GetParameter"),
                            "no call comes out without the right to it");
         CheckCall(operations, *call);
     } else {
