@@ -17,8 +17,7 @@ public:
     // The configuration is the lines alone. Returns once the process is started; `arguments` are
     // its. `listener` is a socket that it is given as a service manager gives it; -1: none.
     static CServerProcess Start(const std::string& lines,
-                                const std::vector<std::string>& arguments = {},
-                                int listener = -1);
+                                const std::vector<std::string>& arguments = {}, int listener = -1);
     ~CServerProcess();
     CServerProcess(CServerProcess&& other) noexcept;
     CServerProcess& operator=(CServerProcess&&) = delete;
