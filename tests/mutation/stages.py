@@ -46,6 +46,9 @@ STATE = Stage("loggerctl_state_test", SYSTEM, "-*Restore*:At/*")
 TEXTS = Stage("loggerctl_texts_test", SYSTEM, "-*/zsh")
 ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
+HTTP = Stage("wbemd_http_tests", "unit/wbemd/http")
+SERVED = Stage("server_http_test", "system/server/http")
+
 THREADS = Stage("thread_tests", "load")
 PLACES = Stage("security_test", "security")
 PRINTED = Stage("security_text_test", "security")
@@ -75,6 +78,7 @@ TABLE = {
     "loggerctl/commands/HistoryCommands.cpp": [STATE, RESTORE, SET, PRINTED],
     "loggerctl/commands/HostState.cpp": [FILES, SET, RESTORE, SET_LONG],
     "loggerctl/commands/CommandLine.cpp": [TEXTS, GET, SET, STATE, RESTORE, SET_LONG, ZSH],
+    "wbemd/http/": [HTTP, SERVED],
     "loggerctl/": [UNITS, GET, TEXTS, SET],
 }
 
