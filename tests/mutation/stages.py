@@ -48,6 +48,8 @@ ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
 QUEUE = Stage("call_queue_test", "unit/providerd")
 WORKER = Stage("worker_system_test", "system/server")
+HTTP = Stage("wbemd_http_tests", "unit/wbemd/http")
+SERVED = Stage("server_http_test", "system/server/http")
 
 THREADS = Stage("thread_tests", "load")
 PLACES = Stage("security_test", "security")
@@ -81,6 +83,7 @@ TABLE = {
     "loggerctl/commands/HistoryCommands.cpp": [STATE, RESTORE, SET, PRINTED],
     "loggerctl/commands/HostState.cpp": [FILES, SET, RESTORE, SET_LONG],
     "loggerctl/commands/CommandLine.cpp": [TEXTS, GET, SET, STATE, RESTORE, SET_LONG, ZSH],
+    "wbemd/http/": [HTTP, SERVED],
     "loggerctl/": [UNITS, GET, TEXTS, SET],
 }
 

@@ -22,9 +22,19 @@ namespace {
 
 constexpr int kPatience = 10'000; // milliseconds
 
-[[noreturn]] void Execute(const std::vector<string>& arguments, int output) {
+void HandOver(int listener) {
+    constexpr int kFirst = 3; // where service managers put them
+    dup2(listener, kFirst);
+    setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
+    setenv("LISTEN_FDS", "1", 1);
+}
+
+[[noreturn]] void Execute(const std::vector<string>& arguments, int output, int listener) {
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
+    if (listener >= 0) {
+        HandOver(listener);
+    }
     std::vector<char*> words = {const_cast<char*>(WBEMD_PROGRAM)};
     for (const string& argument : arguments) {
         words.push_back(const_cast<char*>(argument.c_str()));
@@ -45,7 +55,8 @@ CServerProcess::CServerProcess(const string& lines)
     AwaitPort("http");
 }
 
-CServerProcess CServerProcess::Start(const string& lines, const std::vector<string>& arguments) {
+CServerProcess CServerProcess::Start(const string& lines, const std::vector<string>& arguments,
+                                     int listener) {
     SetConfiguration(lines);
     std::array<int, 2> pipe{};
     EXPECT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
@@ -53,7 +64,7 @@ CServerProcess CServerProcess::Start(const string& lines, const std::vector<stri
     const history::CDescriptor output(pipe[1]);
     const pid_t process = fork();
     if (process == 0) {
-        Execute(arguments, output.Get());
+        Execute(arguments, output.Get(), listener);
     }
     return {process, std::move(log)};
 }

@@ -15,9 +15,9 @@ public:
     // The configuration is the lines, and http on a loopback port. Returns once it listens.
     explicit CServerProcess(const std::string& lines = "");
     // The configuration is the lines alone. Returns once the process is started; `arguments` are
-    // its.
+    // its. `listener` is a socket that it is given as a service manager gives it; -1: none.
     static CServerProcess Start(const std::string& lines,
-                                const std::vector<std::string>& arguments = {});
+                                const std::vector<std::string>& arguments = {}, int listener = -1);
     ~CServerProcess();
     CServerProcess(CServerProcess&& other) noexcept;
     CServerProcess& operator=(CServerProcess&&) = delete;
