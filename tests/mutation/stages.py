@@ -46,6 +46,9 @@ STATE = Stage("loggerctl_state_test", SYSTEM, "-*Restore*:At/*")
 TEXTS = Stage("loggerctl_texts_test", SYSTEM, "-*/zsh")
 ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
+SERVER_BASE = Stage("serverbase_tests", "unit/serverbase")
+DOOR = Stage("providerd_door_tests", "unit/providerd/door")
+OPERATIONS = Stage("wbemd_operations_tests", "unit/wbemd/operations")
 QUEUE = Stage("call_queue_test", "unit/providerd")
 WORKER = Stage("worker_system_test", "system/server")
 HTTP = Stage("wbemd_http_tests", "unit/wbemd/http")
@@ -70,6 +73,8 @@ TABLE = {
     "host/": [HOST, FILES, GET],
     "schema/": [HOST],
     "history/": [HISTORY, KILLED_HISTORY, RESTORE, KILLED_RESTORE],
+    "serverbase/": [SERVER_BASE, DOOR, QUEUE, HTTP, SERVED],
+    "providerd/door/": [DOOR],
     "providerd/": [QUEUE, WORKER],
     "loggerctl/output/CProgressLine.cpp": [PROGRESS, OUTPUT, GET],
     "loggerctl/output/": [OUTPUT, UNITS, GET, PRINTED, SET],
@@ -84,6 +89,7 @@ TABLE = {
     "loggerctl/commands/HostState.cpp": [FILES, SET, RESTORE, SET_LONG],
     "loggerctl/commands/CommandLine.cpp": [TEXTS, GET, SET, STATE, RESTORE, SET_LONG, ZSH],
     "wbemd/http/": [HTTP, SERVED],
+    "wbemd/": [OPERATIONS],
     "loggerctl/": [UNITS, GET, TEXTS, SET],
 }
 
