@@ -6,7 +6,8 @@
 #include <vector>
 
 // A daemon of this build as a process, with a service manager that hears what it tells. Its
-// environment is PATH, LC_ALL=C and what is given. Killed when this object goes.
+// environment is PATH, LC_ALL=C and what is given; what it prints counts as logged. Killed when this
+// object goes.
 class CDaemonProcess {
 public:
     using Words = std::vector<std::string>;
