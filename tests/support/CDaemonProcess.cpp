@@ -18,7 +18,7 @@ using std::string;
 
 namespace {
 
-constexpr int kPatience = 10000; // milliseconds
+constexpr int kPatience = 20000; // milliseconds
 constexpr int kFirstListener = 3;
 constexpr int kCannotExecute = 127;
 

@@ -21,12 +21,12 @@ public:
 
     [[nodiscard]] pid_t Id() const { return m_process; }
 
-    // Waits until the daemon tells this, such as "READY=1"; false when it ends first, or takes ten
-    // seconds. What it tells meanwhile is dropped.
+    // Waits until the daemon tells this, such as "READY=1"; false when it ends first, or takes
+    // twenty seconds. What it tells meanwhile is dropped.
     bool AwaitTold(const std::string& line);
 
     // Waits until a line of its log has this in it, and gives that line, of those that were not
-    // given yet; empty when the daemon ends first, or takes ten seconds.
+    // given yet; empty when the daemon ends first, or takes twenty seconds.
     std::string AwaitLogged(const std::string& part);
 
     void Signal(int signal) const;

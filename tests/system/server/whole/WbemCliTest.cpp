@@ -63,7 +63,7 @@ const CRow kRows[] = {
     {"other-method", "cm", kClass, {"Reset"}},
     {"set-nothing", "cm", kClass, {"SetParameter"}},
     {"delete-class", "dc", kClass, {}},
-    {"create-instance", "ci", kClass + ".Name=\"x\"", {"Name=x"}},
+    {"delete-instance", "di", kClass + ".Name=\"x\"", {}},
     {"associators", "ain", kClass, {}},
 };
 
