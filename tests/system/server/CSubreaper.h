@@ -14,7 +14,7 @@ public:
     CSubreaper& operator=(const CSubreaper&) = delete;
 
     // The status of the next child that ends, once it has.
-    [[nodiscard]] int AwaitChild() const {
+    int AwaitChild() const {
         int status = -1;
         EXPECT_LT(0, waitpid(-1, &status, 0));
         return status;

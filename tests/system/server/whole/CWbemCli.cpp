@@ -20,16 +20,16 @@ string ReplaceAll(string text, const string& from, const string& to) {
     return text;
 }
 
-string HostName() {
-    std::array<char, HOST_NAME_MAX + 1> name{};
-    gethostname(name.data(), name.size() - 1);
-    return name.data();
-}
-
 } // namespace
 
 bool CWbemCli::IsThere() {
     return access(kProgram, X_OK) == 0;
+}
+
+string CWbemCli::HostName() {
+    std::array<char, HOST_NAME_MAX + 1> name{};
+    gethostname(name.data(), name.size() - 1);
+    return name.data();
 }
 
 CProgram::Result CWbemCli::Run(const string& operation, const string& object,

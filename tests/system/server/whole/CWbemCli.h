@@ -15,6 +15,8 @@ public:
           m_password(std::move(password)) {}
 
     static bool IsThere();
+    // This system's.
+    static std::string HostName();
 
     // What stands in place of "-cacert" and the server's own certificate.
     void Trust(CProgram::Words options) { m_trust = std::move(options); }

@@ -17,6 +17,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 
 namespace fs = std::filesystem;
 using namespace conversation;
@@ -67,6 +68,19 @@ protected:
     string AwaitEndOfChange() {
         return m_server.Providerd().AwaitLogged("user=\"changer\" peer=\"127.0.0.1\" "
                                                 "operation=\"SetParameter\" ");
+    }
+
+    // Between two calls. The worker is the daemon's only child, of whichever thread.
+    void KillWorker() {
+        pid_t worker = 0;
+        const string daemon = "/proc/" + std::to_string(m_server.Providerd().Id());
+        for (const auto& thread : fs::directory_iterator(daemon + "/task")) {
+            std::ifstream children(thread.path() / "children");
+            pid_t child = 0;
+            worker = children >> child ? child : worker;
+        }
+        ASSERT_GT(worker, 0);
+        kill(worker, SIGKILL);
     }
 
     CWholeServer m_server;
@@ -256,6 +270,9 @@ TEST_F(DaemonFault, AProviderdWithoutDescriptorsGoesOn) {
     {
         const CNoDescriptors none(m_server.Providerd().Id());
         EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "with what it has";
+        KillWorker();
+        EXPECT_EQ("error 1: The server failed. Its log says why.", Ask(&client, GetParameter()));
+        EXPECT_NE("", m_server.Providerd().AwaitLogged("No worker can be started"));
     }
     changes::ExpectUsable(m_server);
 }
