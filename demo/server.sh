@@ -1,4 +1,4 @@
-# shellcheck shell=sh
+# shellcheck shell=sh disable=SC2034
 # The management server on a sample host, to be sourced: both daemons run as whoever runs this, with a
 # certificate and a user of their own, and listen on loopback alone. PAM's answers come from a file, by
 # way of libpam-wrapper; nothing of this machine's accounts is asked.

@@ -45,7 +45,9 @@ below="host/|serverbase/|providerbase/"
 check wbemd/cimxml "wbemd/cimxml/|$below" "$expected"
 check wbemd/operations "wbemd/(cimxml|operations)/|$below" "$expected"
 check loggerctl/main.cpp 'loggerctl/(commands|output)/' ''
-check wbemd/http "wbemd/(http/|operations/COperations\.h\")|serverbase/|history/CDescriptor\.h\"|KzmPaths\.h\"" "${expected}boost/asio|openssl/"
+check wbemd/http "wbemd/(http/|operations/COperations\.h\")|serverbase/|history/CDescriptor\.h\"|KzmPaths\.h\"" \
+    "${expected}boost/asio[a-z_/]*\.hpp>|(openssl|arpa|netinet)/[a-z0-9]+\.h>|"
+check wbemd/main.cpp "wbemd/(http|operations)/|serverbase/|KzmPaths\.h\"" ''
 check ':(glob)providerd/*' "providerd/|serverbase/|host/|history/|provider/MethodResult\.h\"|settings/LoggerDefinitions\.h\"|$platform|KzmPaths\.h\"" "$expected"
 check providerd/door "providerd/|serverbase/|history/CDescriptor\.h\"|KzmPaths\.h\"" \
     "${expected}openssl/[a-z]+\.h>|security/pam_appl\.h>|arpa/inet\.h>|"

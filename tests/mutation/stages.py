@@ -46,6 +46,9 @@ STATE = Stage("loggerctl_state_test", SYSTEM, "-*Restore*:At/*")
 TEXTS = Stage("loggerctl_texts_test", SYSTEM, "-*/zsh")
 ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
+QUEUE = Stage("call_queue_test", "unit/providerd")
+WORKER = Stage("worker_system_test", "system/server")
+
 THREADS = Stage("thread_tests", "load")
 PLACES = Stage("security_test", "security")
 PRINTED = Stage("security_text_test", "security")
@@ -61,9 +64,11 @@ TABLE = {
     "platform/providerbase/CKeptProcess.cpp": [COMMAND_HOSTS, COMMANDS, SIGNALS, PLACES],
     "platform/providerbase/CCommandRunner.cpp": [VENDOR, COMMANDS, COMMAND_HOSTS, SIGNALS, PLACES],
     "platform/": [PLATFORM, THREADS, COMMANDS, LIBRARY, FILES, PLACES],
+    "host/CServiceSteps.cpp": [HOST, FILES, WORKER],
     "host/": [HOST, FILES, GET],
     "schema/": [HOST],
     "history/": [HISTORY, KILLED_HISTORY, RESTORE, KILLED_RESTORE],
+    "providerd/": [QUEUE, WORKER],
     "loggerctl/output/CProgressLine.cpp": [PROGRESS, OUTPUT, GET],
     "loggerctl/output/": [OUTPUT, UNITS, GET, PRINTED, SET],
     "loggerctl/record/": [UNITS, FILES, SET, GET],

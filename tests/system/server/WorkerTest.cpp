@@ -128,18 +128,26 @@ TEST(Worker, ChangesNothingThatCannotBeKept) {
 }
 
 TEST(Worker, ChangesNothingThatCannotBeRead) {
-    const CTestRoot root;
-    CCallQueue queue(WorkerLimits());
-    ReplaceWithFolder(KzmPaths::kAgentConfig);
-    EXPECT_EQ("NotKept; The settings were not changed, for they cannot be kept in the history: "
-              "/etc/opt/veltaro/ardenvale/agent.cfg: is a directory. Put the agent's file in its "
-              "place.\n",
-              LoggedResult(queue, SetCall()));
-    EXPECT_EQ(Texts{"CheckInstall"}, root.VendorCalls());
-    EXPECT_FALSE(fs::exists(KzmPaths::kHistoryFolder));
-    fs::remove(KzmPaths::kAgentConfig);
-    root.SetAgentConfig(CTestRoot::kAgentConfig);
-    ExpectUsable(queue);
+    const std::pair<void (*)(const std::string&), const char*> rows[] = {
+        {[](const std::string& path) { ReplaceWithFolder(path); },
+         "is a directory. Put the agent's file in its place.\n"},
+        {[](const std::string& path) { fs::remove(path); },
+         "does not exist. Install the agent, or put the file back.\n"}};
+    for (const auto& [spoil, problem] : rows) {
+        SCOPED_TRACE(problem);
+        const CTestRoot root;
+        CCallQueue queue(WorkerLimits());
+        spoil(KzmPaths::kAgentConfig);
+        EXPECT_EQ("NotKept; The settings were not changed, for they cannot be kept in the "
+                  "history: /etc/opt/veltaro/ardenvale/agent.cfg: " +
+                      std::string(problem),
+                  LoggedResult(queue, SetCall()));
+        EXPECT_EQ(Texts{"CheckInstall"}, root.VendorCalls());
+        EXPECT_FALSE(fs::exists(KzmPaths::kHistoryFolder));
+        fs::remove(KzmPaths::kAgentConfig);
+        root.SetAgentConfig(CTestRoot::kAgentConfig);
+        ExpectUsable(queue);
+    }
 }
 
 TEST(Worker, WaitsForOthersWhoChangeTheSettings) {

@@ -15,6 +15,7 @@ using providerd::Deadline;
 using providerd::ReceiveFrame;
 using providerd::SendFrame;
 using providerd::Transfer;
+using providerd::WaitHungUp;
 using providerd::WaitReadable;
 
 namespace {
@@ -153,7 +154,15 @@ TEST_F(FrameTransfer, WaitsThroughSignals) {
 
 TEST_F(FrameTransfer, SeesTheOtherSidesEnd) {
     EXPECT_FALSE(WaitReadable(Ours(), Soon()));
+    EXPECT_FALSE(WaitHungUp(Ours(), Soon()));
+    EXPECT_EQ(1, send(Other(), "x", 1, 0));
+    EXPECT_TRUE(WaitReadable(Ours(), std::nullopt));
+    EXPECT_FALSE(WaitHungUp(Ours(), Soon()));
+    const int second = dup(Other());
     CloseOther();
+    EXPECT_FALSE(WaitHungUp(Ours(), Soon()));
+    close(second);
+    EXPECT_TRUE(WaitHungUp(Ours(), std::nullopt));
     EXPECT_TRUE(WaitReadable(Ours(), std::nullopt));
 }
 
