@@ -32,11 +32,13 @@ public:
 private:
     static constexpr std::chrono::milliseconds kPause{100}; // where accepting fails
     static constexpr std::size_t kMostRefused = 32;         // connections at one time
+    static constexpr std::chrono::minutes kQuiet{1};        // between two lines that say the same
 
     void OnAccept(const ErrorCode& error, CSocket socket);
     void AcceptLater(const ErrorCode& error);
     void Serve(CSocket socket);
     void Refuse(CSocket socket, const std::string& peer);
+    void LogRefusal(const std::string& peer);
     // The address that the other side has, without its port.
     static std::string PeerOf(const CSocket& socket);
 
@@ -44,7 +46,8 @@ private:
     std::string m_text;
     bool m_hasTls;
     bool m_isClosed = false;
-    bool m_isFailing = false; // told, and not told again until it works
+    bool m_isFailing = false;       // told, and not told again until it works
+    Clock::time_point m_logAgain{}; // when a refusal is worth a line again
     CAcceptor m_acceptor;
     CTimer m_timer;
 };
@@ -123,6 +126,7 @@ inline void CListener::Serve(CSocket socket) {
 
 inline void CListener::Refuse(CSocket socket, const std::string& peer) {
     CShared& shared = m_shared;
+    LogRefusal(peer);
     if (m_hasTls || shared.m_refused >= kMostRefused) {
         return; // which closes it
     }
@@ -130,6 +134,16 @@ inline void CListener::Refuse(CSocket socket, const std::string& peer) {
     std::make_shared<CSession>(shared, std::move(socket), nullptr, peer, [&shared] {
         --shared.m_refused;
     })->RefuseAll();
+}
+
+inline void CListener::LogRefusal(const std::string& peer) {
+    const Clock::time_point now = Clock::now();
+    if (now >= m_logAgain) {
+        m_logAgain = now + kQuiet;
+        daemon_base::Log(daemon_base::Level::Warning,
+                         "There are too many connections to " + m_text + ": one from " + peer +
+                             " is refused. More of that is not logged for a minute.");
+    }
 }
 
 inline std::string CListener::PeerOf(const CSocket& socket) {

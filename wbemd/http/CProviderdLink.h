@@ -193,7 +193,7 @@ inline int CProviderdLink::Connect(CLocalSocket* socket) const {
         return errno;
     }
     ErrorCode error;
-    *socket = CLocalSocket(m_io);
+    socket->close(error);
     socket->assign(asio::local::stream_protocol(), opened.Get(), error);
     if (!error) {
         opened.Release();

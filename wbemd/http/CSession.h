@@ -11,9 +11,9 @@
 #include "wbemd/operations/COperations.h"
 
 #include <ctime>
+#include <exception>
 #include <functional>
 #include <memory>
-#include <new>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -23,7 +23,7 @@ namespace wbemd {
 
 inline constexpr char kNoProviderd[] =
     "The daemon that calls the provider cannot be reached. Try again later.";
-inline constexpr char kNoMemory[] = "The server has no memory left for this answer.";
+inline constexpr char kNoAnswer[] = "The server failed to answer. It may be short of memory.";
 
 // What the sessions of a server share. Touched by the loop's thread alone.
 struct CShared {
@@ -108,7 +108,7 @@ private:
     template <class Work, class Then>
     void Compute(std::size_t bytes, Work work, Then then);
     template <class Work>
-    static std::invoke_result_t<Work> OrNoMemory(const Work& work);
+    static std::invoke_result_t<Work> OrRefusal(const Work& work);
 
     // Its answer, and what comes after it.
     void Answer(CHttpAnswer answer);
@@ -342,13 +342,13 @@ inline void CSession::OnCalled(const CReply& reply) {
 template <class Work, class Then>
 void CSession::Compute(std::size_t bytes, Work work, Then then) {
     if (bytes <= kLongBytes) {
-        then(OrNoMemory(work));
+        then(OrRefusal(work));
         return;
     }
     asio::post(m_shared.m_worker, [self = shared_from_this(), work = std::move(work),
                                    then = std::move(then)]() mutable {
         auto& io = self->m_shared.m_io;
-        auto result = OrNoMemory(work);
+        auto result = OrRefusal(work);
         // The session must end on the loop's thread.
         asio::post(io, [self = std::move(self), then = std::move(then),
                         result = std::move(result)]() mutable { then(std::move(result)); });
@@ -356,11 +356,11 @@ void CSession::Compute(std::size_t bytes, Work work, Then then) {
 }
 
 template <class Work>
-std::invoke_result_t<Work> CSession::OrNoMemory(const Work& work) {
+std::invoke_result_t<Work> CSession::OrRefusal(const Work& work) {
     try {
         return work();
-    } catch (const std::bad_alloc&) {
-        return Refusal(Status::Unavailable, kNoMemory);
+    } catch (const std::exception&) {
+        return Refusal(Status::Unavailable, kNoAnswer);
     }
 }
 

@@ -140,7 +140,7 @@ tl::expected<history::CDescriptor, string> Listen(const CListenAddress& address)
         error = OpenSocket(AllOfIpv4(address), &socket);
     }
     if (error != 0) {
-        return tl::make_unexpected("Nobody can connect to " + address.m_text + ": " +
+        return tl::make_unexpected(address.m_text + ": connections cannot be awaited there: " +
                                    std::system_category().message(error) + ".");
     }
     return socket;

@@ -120,6 +120,13 @@ void CClient::UseSmallBuffers(bool use) {
     useSmallBuffers = use;
 }
 
+void CClient::UseVersion(int version) {
+    SSL_CTX_set_min_proto_version(ClientContext(), version);
+    SSL_CTX_set_max_proto_version(ClientContext(), version);
+    // Old versions need what is too weak for today's defaults.
+    SSL_CTX_set_security_level(ClientContext(), version == TLS1_1_VERSION ? 0 : 1);
+}
+
 string CClient::ServerName() const {
     constexpr std::size_t kSize = 256;
     std::array<char, kSize> name{};

@@ -41,6 +41,8 @@ public:
     // Reads so many bytes and leaves them.
     void Skip(std::size_t count);
 
+    // The one version of TLS that clients speak from now on; 0: all of them.
+    static void UseVersion(int version);
     // Makes the window of what the other side can send small. Before anything is read.
     static void UseSmallBuffers(bool use);
 

@@ -20,10 +20,11 @@ CServerProcess::CServerProcess(const string& lines)
     AwaitPort("http");
 }
 
-CServerProcess CServerProcess::Start(const string& lines, const std::vector<string>& arguments) {
+CServerProcess CServerProcess::Start(const string& lines, const Words& arguments,
+                                     const Words& environment, const std::vector<int>& listeners) {
     SetConfiguration(lines);
     return CServerProcess(
-        std::make_unique<CDaemonProcess>(WBEMD_PROGRAM, arguments, CDaemonProcess::Words()));
+        std::make_unique<CDaemonProcess>(WBEMD_PROGRAM, arguments, environment, listeners));
 }
 
 void CServerProcess::SetConfiguration(const string& lines) {

@@ -12,10 +12,12 @@ class CServerProcess {
 public:
     // The configuration is the lines, and http on a loopback port. Returns once it listens.
     explicit CServerProcess(const std::string& lines = "");
-    // The configuration is the lines alone. Returns once the process is started; `arguments` are
-    // its.
-    static CServerProcess Start(const std::string& lines,
-                                const std::vector<std::string>& arguments = {});
+    // The configuration is the lines alone. Returns once the process is started; the rest is its,
+    // see CDaemonProcess.
+    using Words = CDaemonProcess::Words;
+    static CServerProcess Start(const std::string& lines, const Words& arguments = {},
+                                const Words& environment = {},
+                                const std::vector<int>& listeners = {});
     static void SetConfiguration(const std::string& lines);
 
     // The ports that it listens on.
@@ -30,12 +32,13 @@ public:
     [[nodiscard]] pid_t Id() const { return m_daemon->Id(); }
     // Waits for its end: the exit code, or 128 and the signal that ended it.
     int AwaitEnd() { return m_daemon->AwaitExit(); }
+    // Waits until the service manager is told this; what is told before is dropped.
+    bool AwaitTold(const std::string& line) { return m_daemon->AwaitTold(line); }
     // All that it logged or said until now.
     std::string Log() { return m_daemon->Log(); }
 
 private:
-    explicit CServerProcess(std::unique_ptr<CDaemonProcess> daemon)
-        : m_daemon(std::move(daemon)) {}
+    explicit CServerProcess(std::unique_ptr<CDaemonProcess> daemon) : m_daemon(std::move(daemon)) {}
 
     std::unique_ptr<CDaemonProcess> m_daemon;
     int m_httpPort = 0;

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
+#include <csignal>
 
 using std::string;
 
@@ -137,8 +137,9 @@ TEST_F(ConnectionTest, SaysThatMemoryIsUsedUp) {
     third.Send(Post(string(1000, 'x')));
     EXPECT_EQ(third.Answer(), Repeated(string(1000, 'x')));
     third.Send(Post("no memory"));
-    EXPECT_EQ(third.Answer(), Refused("503 Service Unavailable",
-                                      "The server has no memory left for this answer.", true));
+    EXPECT_EQ(third.Answer(),
+              Refused("503 Service Unavailable",
+                      "The server failed to answer. It may be short of memory.", true));
 }
 
 struct CSlowRow {
@@ -270,7 +271,7 @@ TEST_F(ConnectionTest, HoldsTheNumberOfConnectionsFromOnePeer) {
 }
 
 TEST_F(ConnectionTest, HoldsTheNumberOfConnections) {
-    const CServerProcess server("MaxConnections=4\n");
+    CServerProcess server("MaxConnections=4\n");
     std::vector<CClient> clients;
     for (int i = 2; i < 6; ++i) {
         clients.emplace_back(server.HttpPort(), CClient::Kind::Http, true,
@@ -284,6 +285,10 @@ TEST_F(ConnectionTest, HoldsTheNumberOfConnections) {
     }
     clients.front().Send(Post("hi"));
     EXPECT_EQ(clients.front().Answer(), Repeated("hi"));
+    server.AwaitLine("one from 127.0.0.1 is refused");
+    server.Signal(SIGTERM);
+    server.AwaitEnd();
+    EXPECT_EQ(server.Rest().find("is refused"), string::npos);
 }
 
 TEST_F(ConnectionTest, AClientThatLeavesTakesNothingWithIt) {

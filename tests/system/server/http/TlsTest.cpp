@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <openssl/ssl.h>
+
 #include <csignal>
 
 using std::string;
@@ -38,6 +40,28 @@ TEST_F(TlsTest, Serves) {
     client.Send(Post("call x", "Connection: close\r\n"));
     EXPECT_NE(client.Answer().find("17 result=0 value=0 x"), string::npos);
     EXPECT_TRUE(client.IsEnd());
+}
+
+TEST_F(TlsTest, ListensOnAllAddressesAndTellsThePeerAsItIsKnown) {
+    const CServerProcess server("Listen=*:0\n");
+    for (const char* const from : {"127.0.0.1", "127.0.0.9"}) {
+        CClient client(server.HttpsPort(), CClient::Kind::Https, true, from);
+        client.Send(Post("hi"));
+        EXPECT_EQ(client.Answer(), Repeated("hi"));
+        EXPECT_EQ(m_providerd.Asked().back(), string("check changer right ") + from);
+    }
+}
+
+TEST_F(TlsTest, ServesNoTlsBefore12) {
+    const CServerProcess server(kListen);
+    CClient::UseVersion(TLS1_1_VERSION);
+    const CClient old(server.HttpsPort(), CClient::Kind::Https);
+    EXPECT_FALSE(old.IsReady());
+    CClient::UseVersion(TLS1_2_VERSION);
+    CClient client(server.HttpsPort(), CClient::Kind::Https);
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    CClient::UseVersion(0);
 }
 
 TEST_F(TlsTest, EndsAHandshakeThatDoesNotGoOn) {
