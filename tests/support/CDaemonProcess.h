@@ -36,6 +36,8 @@ public:
 
     // All that it has logged until now; after AwaitExit, all.
     std::string Log();
+    // Of that, what is behind the last line that was given.
+    std::string Rest() { return Log().substr(m_given); }
 
 private:
     [[noreturn]] void Execute(const std::string& program, const Words& arguments,

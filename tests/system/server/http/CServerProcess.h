@@ -34,8 +34,8 @@ public:
     int AwaitEnd() { return m_daemon->AwaitExit(); }
     // Waits until the service manager is told this; what is told before is dropped.
     bool AwaitTold(const std::string& line) { return m_daemon->AwaitTold(line); }
-    // All that it logged or said until now.
-    std::string Log() { return m_daemon->Log(); }
+    // All that it logged or said and that was not awaited.
+    std::string Rest() { return m_daemon->Rest(); }
 
 private:
     explicit CServerProcess(std::unique_ptr<CDaemonProcess> daemon) : m_daemon(std::move(daemon)) {}

@@ -159,7 +159,7 @@ TEST_F(LifeTest, SaysWhatIsWrong) {
     for (const CRunRow& row : rows) {
         CServerProcess server = CServerProcess::Start(row.m_lines, row.m_arguments);
         EXPECT_EQ(server.AwaitEnd(), row.m_exitCode) << row.m_lines;
-        const string said = server.Log();
+        const string said = server.Rest();
         EXPECT_NE(said.find(row.m_output), string::npos) << said;
     }
 }
