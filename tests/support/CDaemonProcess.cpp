@@ -18,7 +18,7 @@ using std::string;
 
 namespace {
 
-constexpr int kPatience = 10000; // milliseconds
+constexpr int kPatience = 20000; // milliseconds
 constexpr int kFirstListener = 3;
 constexpr int kCannotExecute = 127;
 
@@ -73,6 +73,7 @@ CDaemonProcess::~CDaemonProcess() {
 void CDaemonProcess::Execute(const string& program, const Words& arguments,
                              const Words& environment, const std::vector<int>& listeners) const {
     fcntl(m_logWriter, F_SETFL, 0);
+    dup2(m_logWriter, STDOUT_FILENO);
     dup2(m_logWriter, STDERR_FILENO);
     Words variables = {"PATH=/usr/bin:/bin", "LC_ALL=C", "NOTIFY_SOCKET=@" + m_notifyPath};
     int next = kFirstListener;

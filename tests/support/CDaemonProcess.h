@@ -6,7 +6,8 @@
 #include <vector>
 
 // A daemon of this build as a process, with a service manager that hears what it tells. Its
-// environment is PATH, LC_ALL=C and what is given. Killed when this object goes.
+// environment is PATH, LC_ALL=C and what is given; what it prints counts as logged. Killed when this
+// object goes.
 class CDaemonProcess {
 public:
     using Words = std::vector<std::string>;
@@ -20,12 +21,12 @@ public:
 
     [[nodiscard]] pid_t Id() const { return m_process; }
 
-    // Waits until the daemon tells this, such as "READY=1"; false when it ends first, or takes ten
-    // seconds. What it tells meanwhile is dropped.
+    // Waits until the daemon tells this, such as "READY=1"; false when it ends first, or takes
+    // twenty seconds. What it tells meanwhile is dropped.
     bool AwaitTold(const std::string& line);
 
     // Waits until a line of its log has this in it, and gives that line, of those that were not
-    // given yet; empty when the daemon ends first, or takes ten seconds.
+    // given yet; empty when the daemon ends first, or takes twenty seconds.
     std::string AwaitLogged(const std::string& part);
 
     void Signal(int signal) const;
@@ -35,6 +36,8 @@ public:
 
     // All that it has logged until now; after AwaitExit, all.
     std::string Log();
+    // Of that, what is behind the last line that was given.
+    std::string Rest() { return Log().substr(m_given); }
 
 private:
     [[noreturn]] void Execute(const std::string& program, const Words& arguments,

@@ -71,7 +71,9 @@ std::vector<std::string> MakeEnvironment(const std::vector<std::string>& own) {
 
 } // namespace
 
-CProgram::CProgram(Words arguments) : m_arguments(std::move(arguments)) {}
+CProgram::CProgram(Words arguments)
+    : m_arguments(std::move(arguments)),
+      m_program(LOGGERCTL_PROGRAM) {}
 
 CProgram::Result CProgram::Run() const {
     std::array<int, 2> output{};
@@ -149,7 +151,7 @@ void CProgram::Execute() const {
         }
     }
     Words words = m_wrapper;
-    words.emplace_back(LOGGERCTL_PROGRAM);
+    words.push_back(m_program);
     if (!m_bDefaultFiles) {
         words.insert(words.end(),
                      {"--provider", PROVIDER_LIBRARY, "--definitions", CLASS_DEFINITIONS});

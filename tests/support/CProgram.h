@@ -32,6 +32,11 @@ public:
     }
     // Runs it by way of another program, given by its path, such as strace with its options.
     void SetWrapper(Words wrapper) { m_wrapper = std::move(wrapper); }
+    // Runs another program, given by its path, with the arguments alone.
+    void RunInstead(const std::string& program) {
+        m_program = program;
+        UseDefaultFiles();
+    }
     void IgnorePipeSignal() { m_bIgnorePipeSignal = true; }
 
     // Standard input is /dev/null unless it was set, the outputs are pipes.
@@ -48,6 +53,7 @@ private:
     [[noreturn]] void Execute() const;
 
     Words m_arguments;
+    std::string m_program;
     Words m_environment;
     Words m_wrapper;
     bool m_bDefaultFiles = false;

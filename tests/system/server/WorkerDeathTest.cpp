@@ -6,6 +6,7 @@
 #include "tests/support/CTestRoot.h"
 #include "tests/support/FindHost.h"
 #include "tests/support/ProviderLockFile.h"
+#include "tests/system/server/CSubreaper.h"
 #include "tests/system/server/CVariable.h"
 #include "tests/system/server/WorkerSupport.h"
 #include "tests/unit/providerd/CFifo.h"
@@ -13,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <sys/file.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 
 #include <chrono>
@@ -28,44 +28,12 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// A phase of a method, by what runs in it.
-struct Phase {
-    const char* m_name;
-    const char* m_command; // of the vendor; null: the mount command
-    CMethodCall (*m_call)();
-    bool m_isWritten; // the files, before it
-    Texts m_calls;    // of the vendor that ended before it
-};
-
-std::ostream& operator<<(std::ostream& stream, const Phase& phase) {
-    return stream << phase.m_name;
+CMethodCall CallIn(const CPhase& phase) {
+    return std::string(phase.m_method) == "GetParameter" ? GetCall() : SetCall();
 }
 
-const Phase kPhases[] = {
-    {"InstallationCheckOfGet", "CheckInstall", GetCall, false, {}},
-    {"MountOfGet", nullptr, GetCall, false, {"CheckInstall"}},
-    {"InstallationCheckOfSet", "CheckInstall", SetCall, false, {}},
-    {"Stop", "ServiceStop", SetCall, false, {"CheckInstall"}},
-    {"MountBehindTheStop", nullptr, SetCall, true, {"CheckInstall", "ServiceStop"}},
-    {"Start", "ServiceStart", SetCall, true, {"CheckInstall", "ServiceStop"}},
-};
-
-class WorkerIn : public testing::TestWithParam<Phase> {
+class WorkerIn : public testing::TestWithParam<CPhase> {
 protected:
-    // In this phase that is done, once.
-    static void DoInPhase(const std::string& text) {
-        const std::string mark = CTestRoot::Path("/done");
-        const std::string once =
-            "if [ ! -e " + mark + " ]; then : > " + mark + "; " + text + "; fi";
-        const Phase& phase = GetParam();
-        if (phase.m_command == nullptr) {
-            SetMountScript(once);
-        } else {
-            SetVendorScript("if [ \"$1\" = " + std::string(phase.m_command) + " ]; then " + once +
-                            "; fi");
-        }
-    }
-
     void ExpectNothingButThis() const {
         EXPECT_EQ(GetParam().m_calls, m_root.VendorCalls());
         if (GetParam().m_isWritten) {
@@ -79,16 +47,13 @@ protected:
 };
 
 TEST_P(WorkerIn, DiesAndTheNextCallIsMade) {
-    // The mount command's parent is the worker, or a shell below it.
-    const char* find = GetParam().m_command != nullptr
-                           ? kFindHost
-                           : "host=$PPID; [ \"$(cat /proc/$host/comm)\" = kzm-worker ] || "
-                             "read -r id name state host rest < /proc/$PPID/stat; ";
-    DoInPhase(std::string(find) + "kill -9 $host; while kill -0 $host; do :; done; exit 0");
+    DoOnceInPhase(GetParam(), FindHostIn(GetParam()) +
+                                  "kill -9 $host; while kill -0 $host; do :; done; exit 0");
     CCallQueue queue(WorkerLimits());
     testing::internal::CaptureStderr();
-    EXPECT_EQ("Died", ResultOf(queue.Run(GetParam().m_call())));
-    EXPECT_EQ("The worker ended in the midst of " + GetParam().m_call().m_method + " (signal 9).\n",
+    EXPECT_EQ("Died", ResultOf(queue.Run(CallIn(GetParam()))));
+    EXPECT_EQ(std::string("The worker ended in the midst of ") + GetParam().m_method +
+                  " (signal 9).\n",
               testing::internal::GetCapturedStderr());
     EXPECT_TRUE(IsLockFree());
     ExpectNothingButThis();
@@ -98,13 +63,13 @@ TEST_P(WorkerIn, DiesAndTheNextCallIsMade) {
 TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
     const std::string lock = CTestRoot::Path("/hanging");
     // A process of the command's own hangs, with a lock.
-    DoInPhase("(exec 9> " + lock + "; flock 9; exec sleep 100); :");
+    DoOnceInPhase(GetParam(), "(exec 9> " + lock + "; flock 9; exec sleep 100); :");
     CQueueLimits limits = WorkerLimits();
     limits.m_callTime = std::chrono::milliseconds(300);
     CCallQueue queue(limits);
     testing::internal::CaptureStderr();
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ("TimedOut", ResultOf(queue.Run(GetParam().m_call())));
+    EXPECT_EQ("TimedOut", ResultOf(queue.Run(CallIn(GetParam()))));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
     testing::internal::GetCapturedStderr();
     EXPECT_TRUE(IsLockFree());
@@ -114,7 +79,7 @@ TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
     ExpectUsable(queue);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, WorkerIn, testing::ValuesIn(kPhases),
+INSTANTIATE_TEST_SUITE_P(Each, WorkerIn, testing::ValuesIn(Phases()),
                          [](const auto& phase) { return phase.param.m_name; });
 
 TEST(WorkerWithoutMemory, IsReplaced) {
@@ -135,15 +100,6 @@ TEST(WorkerWithoutMemory, IsReplaced) {
     ExpectUsable(queue);
 }
 
-// The orphans among the processes below this one become its children.
-class CSubreaper {
-public:
-    CSubreaper() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
-    ~CSubreaper() { prctl(PR_SET_CHILD_SUBREAPER, 0); }
-    CSubreaper(const CSubreaper&) = delete;
-    CSubreaper& operator=(const CSubreaper&) = delete;
-};
-
 // Runs a daemon that makes this call, and kills it at an event of that call.
 void KillDaemon(const CMethodCall& call, const CQueueLimits& limits, const CFifo& event) {
     const CChildProcess daemon([&] {
@@ -152,13 +108,6 @@ void KillDaemon(const CMethodCall& call, const CQueueLimits& limits, const CFifo
         return 0;
     });
     event.Await();
-}
-
-// The status of the worker, once it has ended.
-int AwaitWorker() {
-    int status = -1;
-    EXPECT_LT(0, waitpid(-1, &status, 0));
-    return status;
 }
 
 TEST(WorkerWithoutDaemon, FinishesItsChange) {
@@ -171,7 +120,7 @@ TEST(WorkerWithoutDaemon, FinishesItsChange) {
                     "kill -TERM $host; kill -HUP $host; kill -INT $host; fi");
     KillDaemon(SetCall(), WorkerLimits(), stopped);
     onward.Release();
-    EXPECT_EQ(0, AwaitWorker());
+    EXPECT_EQ(0, subreaper.AwaitChild());
     ExpectChangedFiles();
     EXPECT_EQ((Texts{"CheckInstall", "ServiceStop", "ServiceStart"}), root.VendorCalls());
     root.SetVendorAnswers(0, 0, 0);
@@ -188,11 +137,11 @@ TEST(WorkerWithoutDaemon, DoesNotHangForever) {
     CQueueLimits limits = WorkerLimits();
     limits.m_callTime = std::chrono::milliseconds(300);
     KillDaemon(GetCall(), limits, begun);
-    const int status = AwaitWorker();
+    const int status = subreaper.AwaitChild();
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) << status;
     SetMountScript("");
     never.Release();
-    EXPECT_LT(0, waitpid(-1, nullptr, 0)); // the mount command, which the worker has left behind
+    subreaper.AwaitChild(); // the mount command, which the worker has left behind
     CCallQueue queue(WorkerLimits());
     ExpectUsable(queue);
 }

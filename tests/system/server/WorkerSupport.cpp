@@ -56,17 +56,6 @@ CMethodCall SetCall() {
     return {"SetParameter", messages::EncodeObject(parameters), {"changer", "", "2001:db8::1"}};
 }
 
-void SetVendorScript(const std::string& text) {
-    const std::string folder = CTestRoot::Path("/opt/veltaro/agent/");
-    WriteFile(folder + "vendor-command",
-              "#!/bin/sh\n" + text + "\necho \"$1\" >> " + folder + "vendor-calls\nexit 0\n");
-}
-
-void SetMountScript(const std::string& text) {
-    const std::string file = CTestRoot::Path("/bin/mount");
-    WriteFile(file, "#!/bin/sh\n" + text + "\nexec /bin/cat " + file + ".output\n");
-}
-
 std::string ResultOf(const CFinishedCall& finished) {
     if (finished.m_answer.m_result != CallResult::Done) {
         return NameOf(finished.m_answer.m_result);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "providerd/CCallQueue.h"
+#include "tests/system/server/Phases.h"
 
 #include <string>
 
@@ -12,12 +13,6 @@ providerd::CQueueLimits WorkerLimits();
 // The calls that a management client's request becomes. SetParameter asks for ChangedConf().
 providerd::CMethodCall GetCall();
 providerd::CMethodCall SetCall();
-
-// The vendor's command does this first, as a shell script in which $1 is the command's name, and
-// then records itself and answers 0.
-void SetVendorScript(const std::string& text);
-// The mount command does this, and then prints the test root's file systems.
-void SetMountScript(const std::string& text);
 
 // The answer's result and return value, such as "Done 0x00000000" or "Died".
 std::string ResultOf(const providerd::CFinishedCall& finished);

@@ -1,29 +1,23 @@
 #pragma once
 
-#include "history/CDescriptor.h"
+#include "tests/support/CDaemonProcess.h"
 
-#include <sys/types.h>
-
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-// The front end of this build as a process of its own, with operations that repeat what they are
-// asked. It is killed when this object goes.
+// The front end as a process of its own: WBEMD_PROGRAM. It is killed when this object goes.
 class CServerProcess {
 public:
     // The configuration is the lines, and http on a loopback port. Returns once it listens.
     explicit CServerProcess(const std::string& lines = "");
-    // The configuration is the lines alone. Returns once the process is started; `arguments` are
-    // its. `listener` is a socket that it is given as a service manager gives it; -1: none.
-    static CServerProcess Start(const std::string& lines,
-                                const std::vector<std::string>& arguments = {}, int listener = -1);
-    ~CServerProcess();
-    CServerProcess(CServerProcess&& other) noexcept;
-    CServerProcess& operator=(CServerProcess&&) = delete;
-    CServerProcess(const CServerProcess&) = delete;
-    CServerProcess& operator=(const CServerProcess&) = delete;
-
+    // The configuration is the lines alone. Returns once the process is started; the rest is its,
+    // see CDaemonProcess.
+    using Words = CDaemonProcess::Words;
+    static CServerProcess Start(const std::string& lines, const Words& arguments = {},
+                                const Words& environment = {},
+                                const std::vector<int>& listeners = {});
     static void SetConfiguration(const std::string& lines);
 
     // The ports that it listens on.
@@ -34,22 +28,19 @@ public:
 
     // Waits for a line of the log that contains the text. Lines before it are not found again.
     std::string AwaitLine(const std::string& text);
-    void Signal(int signal) const;
-    [[nodiscard]] pid_t Id() const { return m_process; }
+    void Signal(int signal) const { m_daemon->Signal(signal); }
+    [[nodiscard]] pid_t Id() const { return m_daemon->Id(); }
     // Waits for its end: the exit code, or 128 and the signal that ended it.
-    int AwaitEnd();
-    // All that it logged or said and that was not awaited; after its end.
-    std::string Rest();
+    int AwaitEnd() { return m_daemon->AwaitExit(); }
+    // Waits until the service manager is told this; what is told before is dropped.
+    bool AwaitTold(const std::string& line) { return m_daemon->AwaitTold(line); }
+    // All that it logged or said and that was not awaited.
+    std::string Rest() { return m_daemon->Rest(); }
 
 private:
-    CServerProcess(pid_t process, history::CDescriptor log)
-        : m_process(process),
-          m_log(std::move(log)) {}
-    bool ReadMore();
+    explicit CServerProcess(std::unique_ptr<CDaemonProcess> daemon) : m_daemon(std::move(daemon)) {}
 
-    pid_t m_process = -1;
-    history::CDescriptor m_log;
-    std::string m_text;
+    std::unique_ptr<CDaemonProcess> m_daemon;
     int m_httpPort = 0;
     int m_httpsPort = 0;
 };

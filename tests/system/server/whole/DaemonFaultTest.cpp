@@ -1,0 +1,308 @@
+// One of the daemons, or the client, that goes away in the midst of a call; a history that cannot
+// be written; descriptors that are used up.
+
+#include "KzmPaths.h"
+#include "tests/support/SampleConf.h"
+#include "tests/system/server/CSubreaper.h"
+#include "tests/system/server/Phases.h"
+#include "tests/system/server/whole/Changes.h"
+#include "tests/system/server/whole/Conversation.h"
+#include "tests/unit/providerd/CFifo.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+namespace fs = std::filesystem;
+using namespace conversation;
+using std::string;
+
+namespace {
+
+const char* const kAway = "503: The daemon that calls the provider cannot be reached. Try again "
+                          "later.\n";
+const char* const kKilled =
+    "error 1: The provider ended in the middle of the call. A change may be "
+    "half done: read the settings before anything else.";
+
+// The change that waits at its gate, with the service stopped, until it is let go on.
+class CGate {
+public:
+    CGate() {
+        SetVendorScript("if [ \"$1\" = ServiceStop ]; then : > " + m_begun.Path() + "; : < " +
+                        m_onward.Path() + "; fi");
+    }
+    // Another change is to pass.
+    ~CGate() { SetVendorScript(""); }
+    CGate(const CGate&) = delete;
+    CGate& operator=(const CGate&) = delete;
+
+    void Await() const { m_begun.Await(); }
+    void Open() const { m_onward.Release(); }
+
+private:
+    CFifo m_begun;
+    CFifo m_onward;
+};
+
+class DaemonFault : public testing::Test {
+protected:
+    // One change was made, and is in the history with whoever asked for it.
+    void ExpectOneChange() {
+        EXPECT_EQ(changes::CommandsOfOne(), m_server.Root().VendorCalls());
+        changes::ExpectChangedFiles();
+        const auto kept = changes::Kept();
+        ASSERT_EQ(1U, kept.size());
+        EXPECT_EQ("SetParameter by a management client", kept[0].m_reason);
+        EXPECT_EQ("changer", kept[0].m_origin.m_user);
+        EXPECT_EQ("127.0.0.1", kept[0].m_origin.m_from);
+    }
+
+    // What the log says of the change at its end.
+    string AwaitEndOfChange() {
+        return m_server.Providerd().AwaitLogged("user=\"changer\" peer=\"127.0.0.1\" "
+                                                "operation=\"SetParameter\" ");
+    }
+
+    // Between two calls. The worker is the daemon's only child, of whichever thread.
+    void KillWorker() {
+        pid_t worker = 0;
+        const string daemon = "/proc/" + std::to_string(m_server.Providerd().Id());
+        for (const auto& thread : fs::directory_iterator(daemon + "/task")) {
+            std::ifstream children(thread.path() / "children");
+            pid_t child = 0;
+            worker = children >> child ? child : worker;
+        }
+        ASSERT_GT(worker, 0);
+        kill(worker, SIGKILL);
+    }
+
+    CWholeServer m_server;
+};
+
+TEST_F(DaemonFault, KilledProviderdLeavesTheChangeToItsWorker) {
+    const CSubreaper subreaper;
+    CClient client = m_server.Connect();
+    {
+        const CGate gate;
+        client.Send(Bytes(SetParameter(ChangedConf())));
+        gate.Await();
+        m_server.Providerd().Signal(SIGKILL);
+        EXPECT_EQ(128 + SIGKILL, m_server.Providerd().AwaitExit());
+        EXPECT_EQ(kKilled, OutcomeOf(client.Answer()));
+        CClient meanwhile = m_server.Connect();
+        EXPECT_EQ(kAway, Ask(&meanwhile, GetParameter()));
+        gate.Open();
+        EXPECT_EQ(0, subreaper.AwaitChild()) << "the worker";
+        ExpectOneChange();
+    }
+    m_server.StartProviderd();
+    EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "on the same connection";
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(DaemonFault, KilledProviderdIsFoundAgain) {
+    CClient client = m_server.Connect();
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
+        m_server.Providerd().Signal(SIGKILL);
+        m_server.Providerd().AwaitExit();
+        m_server.StartProviderd();
+    }
+    EXPECT_EQ("returned 0", Ask(&client, SetParameter(ChangedConf())));
+    EXPECT_EQ(changes::Texts({"CheckInstall", "CheckInstall", "CheckInstall", "CheckInstall",
+                              "ServiceStop", "ServiceStart"}),
+              m_server.Root().VendorCalls());
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(DaemonFault, KilledFrontEndLeavesTheChangeToItsEnd) {
+    {
+        const CGate gate;
+        CClient client = m_server.Connect(CClient::Kind::Http);
+        client.Send(Bytes(SetParameter(ChangedConf())));
+        gate.Await();
+        m_server.FrontEnd().Signal(SIGKILL);
+        EXPECT_TRUE(client.IsEnd());
+        EXPECT_EQ(128 + SIGKILL, m_server.FrontEnd().AwaitEnd());
+        gate.Open();
+        EXPECT_NE(string::npos, AwaitEndOfChange().find(" result=\"done\" return=0x00000000 "));
+    }
+    ExpectOneChange();
+    m_server.StartFrontEnd();
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(DaemonFault, AChangeEndsWithoutItsClient) {
+    for (const CClient::Kind kind : {CClient::Kind::Https, CClient::Kind::Http}) {
+        const CGate gate;
+        auto client = std::make_unique<CClient>(m_server.Connect(kind));
+        client->Send(Bytes(SetParameter(ChangedConf())));
+        gate.Await();
+        client.reset();
+        gate.Open();
+        const string line = AwaitEndOfChange();
+        EXPECT_NE(string::npos, line.find(" result=\"done\" return=0x00000000 ")) << line;
+        EXPECT_EQ(" history=" + changes::Kept()[0].m_id, line.substr(line.rfind(' ')));
+        if (kind == CClient::Kind::Https) {
+            ExpectOneChange();
+        }
+    }
+    EXPECT_EQ(2U, changes::Kept().size());
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(DaemonFault, WhatHasBegunIsAnsweredWhenBothEnd) {
+    CClient client = m_server.Connect();
+    {
+        const CGate gate;
+        client.Send(Bytes(SetParameter(ChangedConf())));
+        gate.Await();
+        m_server.FrontEnd().Signal(SIGTERM);
+        m_server.FrontEnd().AwaitLine("Ending");
+        m_server.Providerd().Signal(SIGTERM);
+        EXPECT_TRUE(m_server.Providerd().AwaitTold("STOPPING=1"));
+        gate.Open();
+        EXPECT_EQ("returned 0", OutcomeOf(client.Answer()));
+        client.EndSending();
+    }
+    EXPECT_EQ(0, m_server.FrontEnd().AwaitEnd());
+    EXPECT_EQ(0, m_server.Providerd().AwaitExit());
+    ExpectOneChange();
+}
+
+// ---- The history ----
+
+const char* const kNotKept = "error 1: Nothing was changed, because the present settings could not "
+                             "be kept in the history. The log of the server says why.";
+
+class HistoryFault : public DaemonFault {
+protected:
+    // A change is refused before anything is touched; reading goes on.
+    void ExpectRefusedChange(const string& logged) {
+        CClient client = m_server.Connect();
+        EXPECT_EQ(kNotKept, Ask(&client, SetParameter(ChangedConf())));
+        EXPECT_NE("", m_server.Providerd().AwaitLogged(logged));
+        changes::ExpectUntouchedFiles();
+        EXPECT_EQ(changes::Texts{"CheckInstall"}, m_server.Root().VendorCalls());
+        changes::ExpectFreeLocks();
+        EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
+    }
+};
+
+TEST_F(HistoryFault, OneThatOthersMayWriteIsNotUsed) {
+    fs::create_directories(KzmPaths::kHistoryFolder);
+    chmod(KzmPaths::kHistoryFolder, 0777);
+    ExpectRefusedChange("they cannot be kept in the history");
+    EXPECT_TRUE(fs::is_empty(KzmPaths::kHistoryFolder));
+    chmod(KzmPaths::kHistoryFolder, 0700);
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(HistoryFault, ALinkIsNotFollowed) {
+    const string elsewhere = CTestRoot::Path("/elsewhere");
+    fs::create_directory(elsewhere);
+    fs::create_symlink(elsewhere, KzmPaths::kHistoryFolder);
+    ExpectRefusedChange("they cannot be kept in the history");
+    EXPECT_TRUE(fs::is_empty(elsewhere));
+    fs::remove(KzmPaths::kHistoryFolder);
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(HistoryFault, AFullOneTakesNoChange) {
+    fs::create_directories(KzmPaths::kHistoryFolder);
+    // Room for the folder itself.
+    if (mount("history", KzmPaths::kHistoryFolder, "tmpfs", 0, "nr_inodes=1,mode=0700") != 0) {
+        GTEST_SKIP() << "no file system can be mounted here";
+    }
+    ExpectRefusedChange("they cannot be kept in the history");
+    EXPECT_EQ(0, umount(KzmPaths::kHistoryFolder));
+    changes::ExpectUsable(m_server);
+}
+
+// ---- Limits ----
+
+// A process's number of descriptors, for the time that the object lives: none more than there are.
+class CNoDescriptors {
+public:
+    explicit CNoDescriptors(pid_t process) : m_process(process) {
+        EXPECT_EQ(0, prlimit(m_process, RLIMIT_NOFILE, nullptr, &m_before));
+        const rlimit none{3, m_before.rlim_max};
+        EXPECT_EQ(0, prlimit(m_process, RLIMIT_NOFILE, &none, nullptr));
+    }
+    ~CNoDescriptors() { prlimit(m_process, RLIMIT_NOFILE, &m_before, nullptr); }
+    CNoDescriptors(const CNoDescriptors&) = delete;
+    CNoDescriptors& operator=(const CNoDescriptors&) = delete;
+
+private:
+    pid_t m_process;
+    rlimit m_before{};
+};
+
+TEST_F(DaemonFault, AFrontEndWithoutDescriptorsGoesOn) {
+    CClient client = m_server.Connect();
+    EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
+    std::unique_ptr<CClient> waiting;
+    {
+        const CNoDescriptors none(m_server.FrontEnd().Id());
+        EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "with what it has";
+        m_server.Providerd().Signal(SIGKILL);
+        m_server.Providerd().AwaitExit();
+        m_server.StartProviderd();
+        EXPECT_EQ(kAway, Ask(&client, GetParameter()));
+        waiting = std::make_unique<CClient>(m_server.Connect(CClient::Kind::Http));
+        waiting->Send(Bytes(GetParameter()));
+        m_server.FrontEnd().AwaitLine("cannot be taken for now");
+    }
+    EXPECT_EQ("returned 0", OutcomeOf(waiting->Answer()));
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(DaemonFault, AProviderdWithoutDescriptorsGoesOn) {
+    CClient client = m_server.Connect();
+    EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
+    {
+        const CNoDescriptors none(m_server.Providerd().Id());
+        EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "with what it has";
+        KillWorker();
+        EXPECT_EQ("error 1: The server failed. Its log says why.", Ask(&client, GetParameter()));
+        EXPECT_NE("", m_server.Providerd().AwaitLogged("No worker can be started"));
+    }
+    changes::ExpectUsable(m_server);
+}
+
+TEST(FullQueue, RefusesOneAndServesTheRest) {
+    CWholeServer server(string(CDoor::kConfiguration) + "WaitingCalls=1\n");
+    std::vector<CClient> clients;
+    for (int i = 0; i < 3; ++i) {
+        clients.push_back(server.Connect());
+    }
+    std::vector<string> outcomes;
+    {
+        const CGate gate;
+        clients[0].Send(Bytes(SetParameter(ChangedConf())));
+        gate.Await();
+        // One of the two waits, the other one is refused at once.
+        clients[1].Send(Bytes(SetParameter(ChangedConf())));
+        clients[2].Send(Bytes(SetParameter(ChangedConf())));
+        EXPECT_NE("", server.Providerd().AwaitLogged("result=\"too many calls wait\""));
+        SetVendorScript("");
+        gate.Open();
+        for (CClient& client : clients) {
+            outcomes.push_back(OutcomeOf(client.Answer()));
+        }
+    }
+    std::sort(outcomes.begin(), outcomes.end());
+    EXPECT_EQ((changes::Texts{"error 1: Too many calls wait for the provider. Try again later.",
+                              "returned 0", "returned 0"}),
+              outcomes);
+    EXPECT_EQ(2U, changes::Kept().size());
+}
+
+} // namespace

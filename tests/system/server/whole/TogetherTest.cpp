@@ -1,0 +1,102 @@
+// Many clients that call both methods at the same time.
+
+#include "KzmPaths.h"
+#include "tests/support/SampleConf.h"
+#include "tests/system/server/whole/Changes.h"
+#include "tests/system/server/whole/Conversation.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <mutex>
+#include <set>
+#include <thread>
+
+using namespace conversation;
+using std::string;
+
+namespace {
+
+constexpr int kClients = 16;
+constexpr int kRounds = 2;
+constexpr int kFirstThreshold = 10;
+
+// Of one client in one round; of no other.
+int ThresholdOf(int client, int round) {
+    return kFirstThreshold + client * kRounds + round;
+}
+
+// Calls both methods in turn, and adds what comes of it.
+void CallBoth(const CWholeServer& server, int client, std::vector<string>* outcomes) {
+    CClient connection =
+        server.Connect(client % 2 == 0 ? CClient::Kind::Https : CClient::Kind::Http);
+    for (int round = 0; round < kRounds; ++round) {
+        CLoggerConf conf = ChangedConf();
+        conf.m_UsageMonitorConf[CLoggerConf::kCpu].m_iThreshold = ThresholdOf(client, round);
+        outcomes->push_back(Ask(&connection, SetParameter(conf)));
+        outcomes->push_back(Ask(&connection, GetParameter(), "reader"));
+    }
+}
+
+// The files as the change with one of the thresholds made them.
+void ExpectFilesOfOneChange() {
+    EXPECT_EQ(ChangedAgent(), ReadFile(KzmPaths::kAgentConfig));
+    std::set<string> possible;
+    for (int client = 0; client < kClients; ++client) {
+        const int last = ThresholdOf(client, kRounds - 1);
+        possible.insert(Replace(ChangedAlert(), "60, 5, 95", "60, 5, " + std::to_string(last)));
+    }
+    EXPECT_EQ(1U, possible.count(ReadFile(KzmPaths::kAlertConfig)))
+        << ReadFile(KzmPaths::kAlertConfig);
+}
+
+TEST(Together, SixteenClientsAreAllAnswered) {
+    CWholeServer server;
+    std::vector<std::vector<string>> outcomes(kClients);
+    std::vector<std::thread> clients;
+    for (int client = 0; client < kClients; ++client) {
+        clients.emplace_back(CallBoth, std::cref(server), client,
+                             &outcomes[static_cast<std::size_t>(client)]);
+    }
+    for (std::thread& client : clients) {
+        client.join();
+    }
+    for (const auto& ofOne : outcomes) {
+        EXPECT_EQ(changes::Texts(2 * kRounds, "returned 0"), ofOne);
+    }
+    ExpectFilesOfOneChange();
+    EXPECT_EQ(history::kKept, changes::Kept().size()) << "fewer than there were changes";
+    const auto calls = server.Root().VendorCalls();
+    for (const char* command : {"ServiceStop", "ServiceStart"}) {
+        EXPECT_EQ(kClients * kRounds, std::count(calls.begin(), calls.end(), command)) << command;
+    }
+    changes::ExpectUsable(server);
+}
+
+// Below the history's limit, each change has its entry, and each entry is what another change left.
+TEST(Together, EachChangeIsInTheHistory) {
+    CWholeServer server;
+    constexpr int kChanges = 16;
+    std::vector<std::thread> clients;
+    std::vector<string> outcomes(kChanges);
+    for (int client = 0; client < kChanges; ++client) {
+        clients.emplace_back([&server, &outcomes, client] {
+            CLoggerConf conf = ChangedConf();
+            conf.m_UsageMonitorConf[CLoggerConf::kCpu].m_iThreshold = ThresholdOf(client, 0);
+            CClient connection = server.Connect();
+            outcomes[static_cast<std::size_t>(client)] = Ask(&connection, SetParameter(conf));
+        });
+    }
+    for (std::thread& client : clients) {
+        client.join();
+    }
+    EXPECT_EQ(changes::Texts(kChanges, "returned 0"), outcomes);
+    std::set<string> states = {ReadFile(KzmPaths::kAlertConfig)};
+    for (const history::CEntry& entry : changes::Kept()) {
+        states.insert(ReadFile(string(KzmPaths::kHistoryFolder) + "/" + entry.m_id + "/alert.cfg"));
+    }
+    EXPECT_EQ(kChanges + 1U, states.size()) << "one for each, and that of before";
+    EXPECT_EQ(1U, states.count(CTestRoot::kAlertConfig));
+}
+
+} // namespace

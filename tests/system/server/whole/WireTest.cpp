@@ -1,0 +1,219 @@
+// What management clients send by http and https, and the answers, byte for byte.
+
+#include "KzmPaths.h"
+#include "tests/support/SampleConf.h"
+#include "tests/system/server/whole/Changes.h"
+#include "tests/system/server/whole/Conversation.h"
+#include "tests/system/server/whole/RecordText.h"
+#include "tests/unit/wbemd/operations/Requests.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+using namespace conversation;
+using std::string;
+
+namespace {
+
+class Wire : public testing::Test {
+protected:
+    // An answer in whole, with a 200.
+    static string Answered(const string& response) {
+        const string body = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                            "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1001\" "
+                            "PROTOCOLVERSION=\"1.0\"><SIMPLERSP>" +
+                            response + "</SIMPLERSP></MESSAGE></CIM>\n";
+        return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: application/xml; charset=\"utf-8\"\r\n"
+               "CIMOperation: MethodResponse\r\nContent-Length: " +
+               std::to_string(body.size()) + "\r\n\r\n" + body;
+    }
+
+    static string Returned(const string& method, const string& content) {
+        return Answered("<METHODRESPONSE NAME=\"" + method +
+                        "\"><RETURNVALUE PARAMTYPE=\"uint32\"><VALUE>0</VALUE></RETURNVALUE>" +
+                        content + "</METHODRESPONSE>");
+    }
+
+    void ExpectNothingDone() {
+        changes::ExpectUntouchedFiles();
+        EXPECT_EQ(changes::Texts(), m_server.Root().VendorCalls());
+        EXPECT_TRUE(changes::Kept().empty());
+    }
+
+    CWholeServer m_server;
+};
+
+TEST_F(Wire, BothMethodsAreCalledByHttpsAndHttp) {
+    for (const CClient::Kind kind : {CClient::Kind::Https, CClient::Kind::Http}) {
+        CClient client = m_server.Connect(kind);
+        m_server.Root().SetAgentConfig(CTestRoot::kAgentConfig);
+        m_server.Root().SetAlertConfig(CTestRoot::kAlertConfig);
+        const string get = Bytes(GetParameter());
+        client.Send(get + Bytes(SetParameter(ChangedConf())) + get);
+        const string before = client.Answer();
+        EXPECT_EQ(Returned("SetParameter", ""), client.Answer());
+        const string after = client.Answer();
+        changes::ExpectChangedFiles();
+        EXPECT_EQ("returned 0", OutcomeOf(before));
+        EXPECT_EQ("returned 0", OutcomeOf(after));
+        EXPECT_NE(before, after);
+        EXPECT_NE(string::npos, after.find(";95&"));
+    }
+    EXPECT_EQ(2U, changes::Kept().size());
+}
+
+// The answer that a client gives back is taken, whatever it says about its attributes.
+TEST_F(Wire, WhatGetParameterGaveIsTakenBySetParameter) {
+    CClient client = m_server.Connect();
+    client.Send(Bytes(GetParameter()));
+    const string answer = client.Answer();
+    const std::size_t begin = answer.find("<PARAMVALUE");
+    const string parameter = answer.substr(begin, answer.find("</METHODRESPONSE>") - begin);
+    EXPECT_EQ("returned 0", Ask(&client, requests::Method("SetParameter", parameter)));
+    changes::ExpectUntouchedFiles();
+    EXPECT_EQ((changes::Texts{"CheckInstall", "CheckInstall", "ServiceStop", "ServiceStart"}),
+              m_server.Root().VendorCalls());
+    EXPECT_EQ(1U, changes::Kept().size());
+}
+
+TEST_F(Wire, ARecordWithoutAttributesIsTaken) {
+    CClient client = m_server.Connect();
+    const string text = RecordText(ChangedConf(), RecordStyle::Plain);
+    EXPECT_EQ("returned 0",
+              Ask(&client,
+                  requests::Method("SetParameter", requests::InParameter("<VALUE><![CDATA[" + text +
+                                                                         "]]></VALUE>"))));
+    changes::ExpectChangedFiles();
+}
+
+struct CMismatch {
+    const char* m_name;
+    const char* m_method; // as the headers have them
+    const char* m_object;
+};
+
+// A right to what a header says is no right to what the body says.
+TEST_F(Wire, WhatAHeaderSaysGivesNoRight) {
+    const CMismatch rows[] = {
+        {"another method", "GetParameter", "root/cimv2:VELTARO_ToolServiceLogger"},
+        {"another class", "SetParameter", "root/cimv2:VELTARO_LoggerConf"},
+        {"another namespace", "SetParameter", "interop:VELTARO_ToolServiceLogger"}};
+    CClient client = m_server.Connect();
+    for (const CMismatch& row : rows) {
+        CRequestText request = SetParameter(ChangedConf());
+        request.m_head.m_cimMethod = row.m_method;
+        request.m_head.m_cimObject = row.m_object;
+        for (const char* user : {"reader", "changer", "superuser"}) {
+            const string outcome = Ask(&client, request, user);
+            EXPECT_EQ(0U, outcome.find("400 header-mismatch: ")) << row.m_name << ": " << outcome;
+        }
+    }
+    ExpectNothingDone();
+}
+
+TEST_F(Wire, ABodyIsNotExcusedByItsHeaders) {
+    CClient client = m_server.Connect();
+    EXPECT_EQ(
+        "error 2: This user may not change the settings. The administrator of the server says "
+        "who may.",
+        Ask(&client, SetParameter(ChangedConf()), "reader"));
+    EXPECT_EQ(
+        "error 2: This user may not read the settings. The administrator of the server says who "
+        "may.",
+        Ask(&client, GetParameter(), "guest"));
+    ExpectNothingDone();
+}
+
+struct CRefusedRow {
+    const char* m_user;
+    const char* m_password;
+};
+
+TEST_F(Wire, WrongCredentialsAreAllTheSame) {
+    const CRefusedRow rows[] = {{"reader", "wrong"},
+                                {"nobody-at-all", CAccounts::kPassword},
+                                {"locked", CAccounts::kPassword},
+                                {"", ""}};
+    for (const CRefusedRow& row : rows) {
+        CClient client = m_server.Connect();
+        client.Send(Bytes(GetParameter(), row.m_user, row.m_password));
+        EXPECT_EQ(WrongCredentials(), client.Answer()) << row.m_user;
+        EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "on the same connection";
+    }
+}
+
+TEST_F(Wire, NothingIsSaidToThoseWithoutCredentials) {
+    for (const CRequestText& request :
+         {GetParameter(), requests::GetClass(),
+          requests::Intrinsic("EnumerateClassNames", "", "root/other")}) {
+        CClient client = m_server.Connect();
+        string bytes = Bytes(request);
+        const string field = Authorization("changer", CAccounts::kPassword);
+        bytes.erase(bytes.find(field), field.size());
+        client.Send(bytes);
+        EXPECT_EQ(0U, client.Answer().find("HTTP/1.1 401 "));
+    }
+    ExpectNothingDone();
+}
+
+struct CErrorRow {
+    CRequestText m_request;
+    string m_outcome;
+};
+
+CRequestText SetTo(const string& from, const string& to) {
+    constexpr RecordStyle kStyle = RecordStyle::Plain;
+    const string record = Replace(RecordText(ChangedConf(), kStyle), from, to);
+    return requests::Method(
+        "SetParameter", requests::InParameter("<VALUE>" + XmlText(record, kStyle) + "</VALUE>"));
+}
+
+TEST_F(Wire, EveryErrorComesThrough) {
+    const CErrorRow rows[] = {
+        {requests::Method("GetParameter", "", requests::kClass, "root/other"), "3"},
+        {requests::Method("GetParameter", requests::InParameter("<VALUE>x</VALUE>")), "4"},
+        {SetTo("&gt;95&lt;", "&gt;4294967296&lt;"), "4"},
+        {SetTo("VELTARO_LoggerConf", "VELTARO_Other"), "4"},
+        {requests::Method("GetParameter", "", "VELTARO_Other"), "5"},
+        {requests::Intrinsic("GetClass", requests::ClassName("VELTARO_Other")), "6"},
+        {requests::Intrinsic("DeleteClass", requests::ClassName(requests::kClass)), "7"},
+        {requests::Method("Reset"), "17"}};
+    CClient client = m_server.Connect();
+    for (const CErrorRow& row : rows) {
+        const string outcome = Ask(&client, row.m_request);
+        EXPECT_EQ(0U, outcome.find("error " + row.m_outcome + ": ")) << outcome;
+    }
+    ExpectNothingDone();
+}
+
+TEST_F(Wire, AProviderThatIsNotThereIsError16UntilItIs) {
+    const string library = KzmPaths::kProviderLibrary;
+    fs::rename(library, library + ".away");
+    CClient client = m_server.Connect();
+    const string kAway = "error 16: The provider cannot be used. The log of the server says why.";
+    EXPECT_EQ(kAway, Ask(&client, GetParameter()));
+    EXPECT_EQ(kAway, Ask(&client, SetParameter(ChangedConf())));
+    EXPECT_NE("", m_server.Providerd().AwaitLogged("The provider is not available: "));
+    EXPECT_EQ("error 17: The class VELTARO_ToolServiceLogger has no method &quot;Reset&quot;.",
+              Ask(&client, requests::Method("Reset")));
+    fs::rename(library + ".away", library);
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(Wire, ResultsOfTheMethodsAreNoErrors) {
+    CClient client = m_server.Connect();
+    m_server.Root().SetVendorAnswers(1, 0, 0);
+    EXPECT_EQ("returned 176", Ask(&client, GetParameter()));
+    EXPECT_EQ("returned 176", Ask(&client, SetParameter(ChangedConf())));
+    m_server.Root().SetVendorAnswers(0, 1, 0);
+    EXPECT_EQ("returned 2147483649", Ask(&client, SetParameter(ChangedConf())));
+    changes::ExpectUntouchedFiles();
+    m_server.Root().SetVendorAnswers(0, 0, 0);
+    changes::ExpectUsable(m_server);
+}
+
+} // namespace
