@@ -5,6 +5,7 @@
 #include "host/InstanceShape.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -27,6 +28,7 @@ public:
 
 private:
     CWbemObjectPtr ReadInstance(const CXmlElement& element, const CCimClass& definition);
+    bool CheckInstance(const CXmlElement& element, const CCimClass& definition);
     // Finds the property's place in the class, and reads its value into the same place.
     bool ReadProperty(const CXmlElement& element, const CCimClass& definition,
                       std::vector<CWbemValue>* values);
@@ -37,6 +39,10 @@ private:
 
     // Keeps the error and answers false.
     bool Fail(const std::string& what);
+    CWbemObjectPtr FailWithNull(const std::string& what) {
+        Fail(what);
+        return nullptr;
+    }
 
     // What an embedded text stands in.
     struct CPlace {
@@ -75,25 +81,25 @@ CWbemObjectPtr CInstanceReading::ReadText(std::string_view text, const std::stri
     m_sPropertyName = {};
     const CCimClass* definition = cim::FindNamed(m_classes, className);
     if (definition == nullptr) {
-        Fail("there is no such class");
-        return nullptr;
+        return FailWithNull("there is no such class");
     }
     if (m_uiDepth == cim::kEmbeddingDepth) {
-        Fail("instances are embedded deeper than " + std::to_string(cim::kEmbeddingDepth));
-        return nullptr;
+        return FailWithNull("instances are embedded deeper than " +
+                            std::to_string(cim::kEmbeddingDepth));
     }
     // A declaration is not allowed behind blanks, but is taken there.
     text = WithoutBlanks(text);
     if (text.empty()) {
-        Fail("the text is empty; give the text of an INSTANCE element (a client that takes values "
-             "apart at commas may have lost it)");
-        return nullptr;
+        return FailWithNull("the text is empty; give the text of an INSTANCE element (a client "
+                            "that takes values apart at commas may have lost it)");
     }
     CXmlError error;
     const auto document = CXmlDocument::Parse(text, &error, CXmlLimits::ForStrangers());
     if (!document) {
-        Fail("the text is not the XML of an INSTANCE element: " + error.Text());
-        return nullptr;
+        if (error.m_kind == CXmlError::Kind::NoMemory) {
+            throw std::bad_alloc();
+        }
+        return FailWithNull("the text is not the XML of an INSTANCE element: " + error.Text());
     }
     ++m_uiDepth;
     CWbemObjectPtr object = ReadInstance(document->GetRoot(), *definition);
@@ -103,20 +109,7 @@ CWbemObjectPtr CInstanceReading::ReadText(std::string_view text, const std::stri
 
 CWbemObjectPtr CInstanceReading::ReadInstance(const CXmlElement& element,
                                               const CCimClass& definition) {
-    m_sClassName = definition.m_sName;
-    if (element.m_sName != "INSTANCE") {
-        Fail("the text is of an element " + Shown(element.m_sName) + "; give one of INSTANCE");
-        return nullptr;
-    }
-    const std::string fault = cim::FindShapeFault(element);
-    if (!fault.empty()) {
-        Fail(fault);
-        return nullptr;
-    }
-    const std::string& className = *element.FindAttribute("CLASSNAME");
-    if (!cim::AreSameNames(className, definition.m_sName)) {
-        Fail("the instance is of the class " + Shown(className) + "; give one of " +
-             definition.m_sName);
+    if (!CheckInstance(element, definition)) {
         return nullptr;
     }
     std::vector<CWbemValue> values(definition.m_properties.size());
@@ -127,15 +120,28 @@ CWbemObjectPtr CInstanceReading::ReadInstance(const CXmlElement& element,
     }
     auto object = std::make_unique<IWbemClassObject>(definition.m_sName);
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const std::string& name = definition.m_properties[i].m_sName;
+        m_sPropertyName = definition.m_properties[i].m_sName;
         if (std::holds_alternative<std::monostate>(values[i])) {
-            m_sPropertyName = name;
-            Fail("is missing; give every property of the class");
-            return nullptr;
+            return FailWithNull("is missing; give every property of the class");
         }
-        object->Put(name.c_str(), std::move(values[i]));
+        object->Put(definition.m_properties[i].m_sName.c_str(), std::move(values[i]));
     }
     return object;
+}
+
+bool CInstanceReading::CheckInstance(const CXmlElement& element, const CCimClass& definition) {
+    if (element.m_sName != "INSTANCE") {
+        return Fail("the text is of an element " + Shown(element.m_sName) +
+                    "; give one of INSTANCE");
+    }
+    const std::string fault = cim::FindShapeFault(element);
+    if (!fault.empty()) {
+        return Fail(fault);
+    }
+    const std::string& className = *element.FindAttribute("CLASSNAME");
+    return cim::AreSameNames(className, definition.m_sName) ||
+           Fail("the instance is of the class " + Shown(className) + "; give one of " +
+                definition.m_sName);
 }
 
 bool CInstanceReading::ReadProperty(const CXmlElement& element, const CCimClass& definition,

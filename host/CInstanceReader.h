@@ -18,7 +18,8 @@
 // Qualifiers, and attributes that say nothing about the value, are checked for what may be there,
 // and dropped.
 //
-// Any number of threads can read at the same time. Texts may come from anywhere.
+// Any number of threads can read at the same time. Texts may come from anywhere. Nothing is thrown
+// but std::bad_alloc.
 class CInstanceReader {
 public:
     // Class definitions as CCimXmlReader reads them.

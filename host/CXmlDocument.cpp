@@ -70,7 +70,9 @@ void CTreeBuilder::StartElement(const XML_Char* name, const XML_Char** attribute
                       std::to_string(m_limits.m_uiBytesForElement) + " bytes of text");
     }
 
-    CXmlElement element;
+    // Only the innermost open element gets children, so the pointers to the open ones stay valid.
+    CXmlElement& element = m_open.empty() ? m_root : m_open.back()->m_children.emplace_back();
+    m_open.push_back(&element);
     element.m_sName = name;
     element.m_uiLine = XML_GetCurrentLineNumber(m_parser);
     for (; attributes[0] != nullptr; attributes += 2) {
@@ -79,16 +81,6 @@ void CTreeBuilder::StartElement(const XML_Char* name, const XML_Char** attribute
                           " attributes");
         }
         element.m_attributes.push_back({attributes[0], attributes[1]});
-    }
-
-    // Only the innermost open element gets children, so the pointers to the open ones stay valid.
-    if (m_open.empty()) {
-        m_root = std::move(element);
-        m_open.push_back(&m_root);
-    } else {
-        std::vector<CXmlElement>& siblings = m_open.back()->m_children;
-        siblings.push_back(std::move(element));
-        m_open.push_back(&siblings.back());
     }
 }
 

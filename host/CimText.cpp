@@ -34,7 +34,7 @@ char ToLower(char character) {
 // second byte, which leaves out surrogates and forms that are too long. Further bytes are 80 to BF.
 struct CLead {
     unsigned char m_uiFirst, m_uiLast;
-    std::size_t m_uiLength;
+    unsigned char m_uiLength;
     unsigned char m_uiSecondFrom, m_uiSecondTo;
 };
 constexpr CLead kLeads[] = {

@@ -124,9 +124,10 @@ CWorkAnswer CProviderCaller::CallProvider(const CWorkRequest& request,
     return std::exchange(m_answer, {});
 }
 
-// Under the provider's lock, before the service is stopped. False when it must not be.
+// Under the provider's lock, before the service is stopped. False when it must not be: without one
+// of the files the method would fail, too, and leave the service stopped.
 bool CProviderCaller::KeepFiles() {
-    const auto now = history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
+    const auto now = history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Refuse);
     const auto id = now ? history::Save(*now, kReason, {m_request->m_user, "", m_request->m_peer})
                         : history::Expected<std::string>(tl::unexpected(now.error()));
     if (!id) {

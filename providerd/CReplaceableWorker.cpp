@@ -36,12 +36,6 @@ bool IsException(const CWorkAnswer& answer) {
 
 CReplaceableWorker::CReplaceableWorker(const CQueueLimits& limits) : m_limits(limits) {}
 
-CReplaceableWorker::~CReplaceableWorker() {
-    if (m_worker != nullptr) {
-        Replace(CWorkerProcess::End::ByItself);
-    }
-}
-
 CFinishedCall CReplaceableWorker::Make(const CMethodCall& call) {
     try {
         return Prepare() ? Exchange(call) : Unfinished(CallResult::Failed);

@@ -10,14 +10,11 @@
 namespace providerd {
 
 // Makes method calls in a worker process, which is started when one is needed, and replaced as
-// CCallQueue.h says. Why it was replaced is logged. For one thread at a time.
+// CCallQueue.h says. Why it was replaced is logged. It ends with this object. For one thread at a
+// time.
 class CReplaceableWorker {
 public:
     explicit CReplaceableWorker(const CQueueLimits& limits);
-    // Ends the worker.
-    ~CReplaceableWorker();
-    CReplaceableWorker(const CReplaceableWorker&) = delete;
-    CReplaceableWorker& operator=(const CReplaceableWorker&) = delete;
 
     // Makes the call, once. Failed when no worker could be started.
     CFinishedCall Make(const CMethodCall& call);

@@ -118,20 +118,25 @@ bool CWorkerProcess::IsReady() const {
 }
 
 bool CWorkerProcess::Finish(End end) {
-    m_socket.Close();
+    shutdown(Socket(), SHUT_WR);
     if (end == End::ByItself && WaitForEnd(kTimeToEnd)) {
         return true;
     }
-    KillWithPrograms(m_process);
+    if (m_isRunning) {
+        KillWithPrograms(m_process);
+    }
     return WaitForEnd(kKillTime);
 }
 
 bool CWorkerProcess::WaitForEnd(milliseconds time) {
-    if (m_isRunning && WaitReadable(m_processDescriptor.Get(), In(time))) {
+    const Deadline deadline = In(time);
+    if (m_isRunning && WaitReadable(m_processDescriptor.Get(), deadline)) {
         waitpid(m_process, &m_status, 0);
         m_isRunning = false;
     }
-    return !m_isRunning;
+    // The keeper of a service command has the worker's descriptors, and so its locks, and ends a
+    // little later.
+    return !m_isRunning && WaitHungUp(Socket(), deadline);
 }
 
 std::string CWorkerProcess::Description() const {

@@ -37,8 +37,8 @@ public:
     // Killed: it is killed at once, in whatever it is at, with its process group and the commands
     // that it runs.
     //
-    // True when it has ended then: nothing is left of it. False when the system has not let it end
-    // within two seconds. The connection is closed in any case.
+    // True when it has ended then: nothing is left of it, and nobody has its locks. False when the
+    // system has not let it end within two seconds. Nothing can be sent to it any more.
     enum class End { ByItself, Killed };
     bool Finish(End end);
 

@@ -94,4 +94,8 @@ bool WaitReadable(int descriptor, const Deadline& deadline) {
     return WaitFor(descriptor, POLLIN, deadline);
 }
 
+bool WaitHungUp(int socket, const Deadline& deadline) {
+    return WaitFor(socket, 0, deadline); // which is told unasked
+}
+
 } // namespace providerd

@@ -29,4 +29,8 @@ Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline
 // is ready in another way (of a process: that it has ended). False when the deadline comes first.
 bool WaitReadable(int descriptor, const Deadline& deadline);
 
+// Waits until nobody has the other side any more, whatever there is to be received. False when the
+// deadline comes first.
+bool WaitHungUp(int socket, const Deadline& deadline);
+
 } // namespace providerd

@@ -33,10 +33,10 @@ void SurviveRequestsToEnd() {
 // Has the process die at the end of the time, 0: not. The daemon ends calls earlier than that, as
 // long as it lives.
 void DieIn(std::uint32_t milliseconds) {
-    constexpr std::uint32_t kSecond = 1000;
+    constexpr long kThousand = 1000;
     itimerval timer{};
-    timer.it_value.tv_sec = milliseconds / kSecond;
-    timer.it_value.tv_usec = milliseconds % kSecond * kSecond;
+    timer.it_value.tv_sec = milliseconds / kThousand;
+    timer.it_value.tv_usec = milliseconds % kThousand * kThousand;
     setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
@@ -52,10 +52,11 @@ int RunWorker(const CWorkerOptions& options) {
     CProviderCaller caller(options);
     for (;;) {
         std::string payload;
-        if (ReceiveFrame(kWorkerDescriptor, &payload, std::nullopt) != Transfer::Done) {
+        const Transfer transfer = ReceiveFrame(kWorkerDescriptor, &payload, std::nullopt);
+        if (transfer == Transfer::Ended) {
             return 0;
         }
-        const std::optional<CWorkRequest> request = DecodeWorkRequest(payload);
+        const auto request = transfer == Transfer::Done ? DecodeWorkRequest(payload) : std::nullopt;
         if (!request) {
             Log(Level::Error, "The worker was sent something that is no request.");
             return 1;

@@ -41,6 +41,9 @@ check loggerctl/agent "loggerctl/agent/|host/C(ProviderHost|ServiceSteps)\.h\"|p
 check loggerctl/record "loggerctl/record/|loggerctl/agent/|$below" "$json$expected"
 check loggerctl/commands "loggerctl/|$below" "$json${expected}CLI/CLI\.hpp>|"
 check serverbase 'serverbase/|providerbase/IWbemClassObject\.h"' 'systemd/sd-daemon\.h>|utf8\.h>|'
+below="host/|serverbase/|providerbase/"
+check wbemd/cimxml "wbemd/cimxml/|$below" "$expected"
+check wbemd/operations "wbemd/(cimxml|operations)/|$below" "$expected"
 check loggerctl/main.cpp 'loggerctl/(commands|output)/' ''
 check wbemd/http "wbemd/(http/|operations/COperations\.h\")|serverbase/|history/CDescriptor\.h\"|KzmPaths\.h\"" \
     "${expected}boost/asio[a-z_/]*\.hpp>|(openssl|arpa|netinet)/[a-z0-9]+\.h>|"

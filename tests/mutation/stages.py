@@ -48,6 +48,8 @@ ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
 HTTP = Stage("wbemd_http_tests", "unit/wbemd/http")
 SERVED = Stage("server_http_test", "system/server/http")
+QUEUE = Stage("call_queue_test", "unit/providerd")
+WORKER = Stage("worker_system_test", "system/server")
 
 THREADS = Stage("thread_tests", "load")
 PLACES = Stage("security_test", "security")
@@ -64,9 +66,11 @@ TABLE = {
     "platform/providerbase/CKeptProcess.cpp": [COMMAND_HOSTS, COMMANDS, SIGNALS, PLACES],
     "platform/providerbase/CCommandRunner.cpp": [VENDOR, COMMANDS, COMMAND_HOSTS, SIGNALS, PLACES],
     "platform/": [PLATFORM, THREADS, COMMANDS, LIBRARY, FILES, PLACES],
+    "host/CServiceSteps.cpp": [HOST, FILES, WORKER],
     "host/": [HOST, FILES, GET],
     "schema/": [HOST],
     "history/": [HISTORY, KILLED_HISTORY, RESTORE, KILLED_RESTORE],
+    "providerd/": [QUEUE, WORKER],
     "loggerctl/output/CProgressLine.cpp": [PROGRESS, OUTPUT, GET],
     "loggerctl/output/": [OUTPUT, UNITS, GET, PRINTED, SET],
     "loggerctl/record/": [UNITS, FILES, SET, GET],

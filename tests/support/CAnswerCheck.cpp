@@ -33,8 +33,8 @@ const std::map<string, CRule> kRules = {
     {"ERROR", {{"CODE", "DESCRIPTION"}, {}, {}}},
     {"RETURNVALUE", {{"PARAMTYPE"}, {}, {"VALUE"}}},
     {"PARAMVALUE", {{"NAME", "PARAMTYPE", "EmbeddedObject"}, {}, {"VALUE"}}},
-    {"IRETURNVALUE", {{}, {}, {"CLASS", "CLASSNAME", "INSTANCE", "INSTANCENAME",
-                               "VALUE.NAMEDINSTANCE"}}},
+    {"IRETURNVALUE",
+     {{}, {}, {"CLASS", "CLASSNAME", "INSTANCE", "INSTANCENAME", "VALUE.NAMEDINSTANCE"}}},
     {"CLASS", {{"NAME"}, {}, {"QUALIFIER", "PROPERTY", "PROPERTY.ARRAY", "METHOD"}}},
     {"CLASSNAME", {{"NAME"}, {}, {}}},
     {"QUALIFIER", {{"NAME", "TYPE"}, {}, {"VALUE", "VALUE.ARRAY"}}},
@@ -53,10 +53,15 @@ const std::map<string, CRule> kRules = {
     {"VALUE", {{}, {}, {}, true}}};
 
 // How many children an element has where that is fixed.
-const std::map<string, std::size_t> kChildren = {
-    {"CIM", 1},       {"MESSAGE", 1},   {"SIMPLERSP", 1},  {"IMETHODRESPONSE", 1},
-    {"QUALIFIER", 1}, {"PARAMVALUE", 1}, {"RETURNVALUE", 1}, {"KEYBINDING", 1},
-    {"VALUE.NAMEDINSTANCE", 2}};
+const std::map<string, std::size_t> kChildren = {{"CIM", 1},
+                                                 {"MESSAGE", 1},
+                                                 {"SIMPLERSP", 1},
+                                                 {"IMETHODRESPONSE", 1},
+                                                 {"QUALIFIER", 1},
+                                                 {"PARAMVALUE", 1},
+                                                 {"RETURNVALUE", 1},
+                                                 {"KEYBINDING", 1},
+                                                 {"VALUE.NAMEDINSTANCE", 2}};
 
 // What clients cannot read when it is written as one tag.
 const Names kTwoTags = {"IRETURNVALUE", "CLASS",     "PROPERTY",   "PROPERTY.ARRAY",
@@ -104,8 +109,7 @@ void CLook::CimAnswer(const CAnswerCheck::Headers& headers, const string& body) 
     Document(body, "CIM");
 }
 
-void CLook::PlainAnswer(unsigned status, const CAnswerCheck::Headers& headers,
-                        const string& body) {
+void CLook::PlainAnswer(unsigned status, const CAnswerCheck::Headers& headers, const string& body) {
     Header(headers, "Content-Type", "text/plain; charset=\"utf-8\"");
     Header(headers, "CIMOperation", std::nullopt);
     const auto challenge = Find(headers, "WWW-Authenticate");
@@ -226,8 +230,7 @@ void CLook::Unless(bool holds, const string& problem) {
 
 } // namespace
 
-vector<string> CAnswerCheck::Problems(unsigned status, const Headers& headers,
-                                      const string& body) {
+vector<string> CAnswerCheck::Problems(unsigned status, const Headers& headers, const string& body) {
     CLook look;
     if (status == 200) {
         look.CimAnswer(headers, body);

@@ -120,8 +120,10 @@ void CheckText(const string& text, const string& className) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const CInput input(data, size, 2);
-    CheckRecord(input.Conf(0));
-    CheckString(input.Section(0));
+    if (!input.Section(0).empty()) { // which makes the others slow
+        CheckRecord(input.Conf(0));
+        CheckString(input.Section(0));
+    }
     for (const char* className : {"Inner", "Outer", "Node"}) {
         CheckText(input.Section(1), className);
     }

@@ -128,18 +128,26 @@ TEST(Worker, ChangesNothingThatCannotBeKept) {
 }
 
 TEST(Worker, ChangesNothingThatCannotBeRead) {
-    const CTestRoot root;
-    CCallQueue queue(WorkerLimits());
-    ReplaceWithFolder(KzmPaths::kAgentConfig);
-    EXPECT_EQ("NotKept; The settings were not changed, for they cannot be kept in the history: "
-              "/etc/opt/veltaro/ardenvale/agent.cfg: is a directory. Put the agent's file in its "
-              "place.\n",
-              LoggedResult(queue, SetCall()));
-    EXPECT_EQ(Texts{"CheckInstall"}, root.VendorCalls());
-    EXPECT_FALSE(fs::exists(KzmPaths::kHistoryFolder));
-    fs::remove(KzmPaths::kAgentConfig);
-    root.SetAgentConfig(CTestRoot::kAgentConfig);
-    ExpectUsable(queue);
+    const std::pair<void (*)(const std::string&), const char*> rows[] = {
+        {[](const std::string& path) { ReplaceWithFolder(path); },
+         "is a directory. Put the agent's file in its place.\n"},
+        {[](const std::string& path) { fs::remove(path); },
+         "does not exist. Install the agent, or put the file back.\n"}};
+    for (const auto& [spoil, problem] : rows) {
+        SCOPED_TRACE(problem);
+        const CTestRoot root;
+        CCallQueue queue(WorkerLimits());
+        spoil(KzmPaths::kAgentConfig);
+        EXPECT_EQ("NotKept; The settings were not changed, for they cannot be kept in the "
+                  "history: /etc/opt/veltaro/ardenvale/agent.cfg: " +
+                      std::string(problem),
+                  LoggedResult(queue, SetCall()));
+        EXPECT_EQ(Texts{"CheckInstall"}, root.VendorCalls());
+        EXPECT_FALSE(fs::exists(KzmPaths::kHistoryFolder));
+        fs::remove(KzmPaths::kAgentConfig);
+        root.SetAgentConfig(CTestRoot::kAgentConfig);
+        ExpectUsable(queue);
+    }
 }
 
 TEST(Worker, WaitsForOthersWhoChangeTheSettings) {
@@ -228,6 +236,9 @@ TEST(Worker, DoesNotTrustAProviderThatBreaksTheRules) {
         {"sets_no_status", "GetParameter",
          "Failed; GetParameter gave no answer (call status 0x80041001). The provider broke the "
          "rules of a method call: it returned without calling SetStatus.\n"},
+        {"sets_status_twice", "GetParameter",
+         "Failed; GetParameter gave no answer (call status 0x00000000). The provider broke the "
+         "rules of a method call: it called SetStatus more than once.\n"},
         {"good", "NoMethod", "Failed; NoMethod gave no answer (call status 0x8004100c). \n"},
         {"indicates_nothing", "GetParameter",
          "Failed; GetParameter gave no answer (call status 0x00000000). The provider broke the "
@@ -268,6 +279,21 @@ TEST(Worker, LeavesNoDescriptors) {
     EXPECT_EQ(before, DescriptorsOf(worker.front()));
 }
 
+TEST(Worker, StaysWhenTheTimeOfItsCallIsOver) {
+    const CTestRoot root;
+    std::string error;
+    const auto worker = CWorkerProcess::Start(TEST_WORKER, &error);
+    ASSERT_NE(nullptr, worker) << error;
+    constexpr std::uint32_t kTime = 1000; // milliseconds
+    const std::string request = Encode(providerd::CWorkRequest{"GetParameter", "", "", "", kTime});
+    const providerd::Deadline over =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(kTime + 100);
+    EXPECT_EQ(providerd::Transfer::Done, providerd::SendFrame(worker->Socket(), request, over));
+    std::string answer;
+    EXPECT_EQ(providerd::Transfer::Done, providerd::ReceiveFrame(worker->Socket(), &answer, over));
+    EXPECT_FALSE(providerd::WaitHungUp(worker->Socket(), over));
+}
+
 TEST(Worker, IsNotStartedByHand) {
     testing::internal::CaptureStderr();
     const int status = std::system((std::string(TEST_WORKER) + " 3>&-").c_str());
@@ -277,16 +303,21 @@ TEST(Worker, IsNotStartedByHand) {
 }
 
 TEST(Worker, EndsWhenItIsSentNoRequest) {
-    testing::internal::CaptureStderr();
-    std::string error;
-    const auto worker = CWorkerProcess::Start(TEST_WORKER, &error);
-    ASSERT_NE(nullptr, worker) << error;
-    const std::string frame("\1\0\0\0x", 5);
-    EXPECT_EQ(5, send(worker->Socket(), frame.data(), frame.size(), 0));
-    EXPECT_TRUE(worker->Finish(CWorkerProcess::End::ByItself));
-    EXPECT_EQ("exit status 1", worker->Description());
-    EXPECT_EQ("The worker was sent something that is no request.\n",
-              testing::internal::GetCapturedStderr());
+    const std::string texts[] = {std::string("\1\0\0\0x", 5), std::string("\1\0\0\0", 4),
+                                 "\xFF\xFF\xFF\xFF", "x"};
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(testing::PrintToString(text));
+        testing::internal::CaptureStderr();
+        std::string error;
+        const auto worker = CWorkerProcess::Start(TEST_WORKER, &error);
+        ASSERT_NE(nullptr, worker) << error;
+        EXPECT_EQ(static_cast<ssize_t>(text.size()),
+                  send(worker->Socket(), text.data(), text.size(), 0));
+        EXPECT_TRUE(worker->Finish(CWorkerProcess::End::ByItself));
+        EXPECT_EQ("exit status 1", worker->Description());
+        EXPECT_EQ("The worker was sent something that is no request.\n",
+                  testing::internal::GetCapturedStderr());
+    }
 }
 
 } // namespace

@@ -288,6 +288,13 @@ INSTANTIATE_TEST_SUITE_P(
             "none of instance, object"},
         BadRow{"AttributeOfAValue", Outer(Value("TRUE"), "<VALUE TYPE=\"boolean\">TRUE</VALUE>"),
                "Outer.Flag: VALUE has an attribute \"TYPE\", which may not be there"},
+        BadRow{"AttributeOfAValueBehindQualifiers",
+               Outer(Value("TRUE"), kQualifiers + "<VALUE X=\"\">TRUE</VALUE>"),
+               "Outer.Flag: VALUE has an attribute \"X\", which may not be there"},
+        BadRow{
+            "AttributeOfAQualifierBeforeAValue",
+            Outer(Value("TRUE"), "<QUALIFIER NAME=\"Q\" TYPE=\"string\" X=\"\"/>" + Value("TRUE")),
+            "Outer.Flag: QUALIFIER has an attribute \"X\", which may not be there"},
         BadRow{"MarkupInAValue", Outer(kOne, Property("One", "string", Value(Inner("a", "1")))),
                "Outer.One: VALUE holds an element \"INSTANCE\"; write \"<\" in a text as \"&lt;\", "
                "or the text as CDATA"},

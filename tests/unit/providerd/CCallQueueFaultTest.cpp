@@ -73,6 +73,9 @@ rlim_t FirstFreeDescriptor() {
 }
 
 TEST(CCallQueueFault, DescriptorsThatAreMissingAreAnswered) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers need descriptors of their own";
+#endif
     struct Row {
         rlim_t m_free; // descriptors
         const char* m_log;
@@ -138,8 +141,8 @@ TEST(CCallQueueFault, AWorkerThatCannotBeKilledIsLeftAlone) {
     siginfo_t end{};
     EXPECT_EQ(0, waitid(P_ALL, 0, &end, WEXITED | WNOWAIT));
     EXPECT_EQ(CallResult::Done, ResultOf(queue, ""));
-    EXPECT_EQ(before.size() + 1, Descriptors().size()); // one went, and the worker of now has two
-    EXPECT_EQ(0, waitpid(-1, nullptr, WNOHANG));        // nobody but the worker of now
+    EXPECT_EQ(before.size(), Descriptors().size()); // the one worker's for the other's
+    EXPECT_EQ(0, waitpid(-1, nullptr, WNOHANG));    // nobody but the worker of now
 }
 
 } // namespace

@@ -15,6 +15,7 @@ using providerd::Deadline;
 using providerd::ReceiveFrame;
 using providerd::SendFrame;
 using providerd::Transfer;
+using providerd::WaitHungUp;
 using providerd::WaitReadable;
 
 namespace {
@@ -81,15 +82,19 @@ TEST_F(FrameTransfer, TakesOneFrameAfterTheOther) {
 }
 
 TEST_F(FrameTransfer, EndsWithinAFrame) {
-    const std::string parts[] = {"", std::string("\1\0", 2), std::string("\3\0\0\0xx", 6)};
-    for (const std::string& part : parts) {
+    const std::pair<std::string, Transfer> rows[] = {
+        {"", Transfer::Ended},
+        {std::string("\1\0", 2), Transfer::Broken},
+        {std::string("\3\0\0\0", 4), Transfer::Broken},
+        {std::string("\3\0\0\0xx", 6), Transfer::Broken}};
+    for (const auto& [part, expected] : rows) {
         SCOPED_TRACE(testing::PrintToString(part));
         int ends[2];
         ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
         EXPECT_EQ(static_cast<ssize_t>(part.size()), send(ends[1], part.data(), part.size(), 0));
         close(ends[1]);
         std::string payload;
-        EXPECT_EQ(Transfer::Ended, ReceiveFrame(ends[0], &payload, std::nullopt));
+        EXPECT_EQ(expected, ReceiveFrame(ends[0], &payload, std::nullopt));
         close(ends[0]);
     }
 }
@@ -108,7 +113,7 @@ TEST_F(FrameTransfer, RefusesATooLargeFrameAtOnce) {
     const std::string header("\1\0\0\2", 4); // one byte more than there may be
     ASSERT_EQ(4, send(Other(), header.data(), header.size(), 0));
     std::string payload;
-    EXPECT_EQ(Transfer::Ended, ReceiveFrame(Ours(), &payload, std::nullopt));
+    EXPECT_EQ(Transfer::Broken, ReceiveFrame(Ours(), &payload, std::nullopt));
 }
 
 TEST_F(FrameTransfer, SendsToNobodyWithoutASignal) {
@@ -141,7 +146,8 @@ TEST_F(FrameTransfer, WaitsThroughSignals) {
     const auto begin = Clock::now();
     std::string payload;
     EXPECT_EQ(Transfer::TimedOut, ReceiveFrame(Ours(), &payload, Soon()));
-    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(20));
+    EXPECT_FALSE(WaitReadable(Ours(), Soon()));
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(40));
     const itimerval never{};
     setitimer(ITIMER_REAL, &never, nullptr);
     sigaction(SIGALRM, &before, nullptr);
@@ -149,7 +155,15 @@ TEST_F(FrameTransfer, WaitsThroughSignals) {
 
 TEST_F(FrameTransfer, SeesTheOtherSidesEnd) {
     EXPECT_FALSE(WaitReadable(Ours(), Soon()));
+    EXPECT_FALSE(WaitHungUp(Ours(), Soon()));
+    EXPECT_EQ(1, send(Other(), "x", 1, 0));
+    EXPECT_TRUE(WaitReadable(Ours(), std::nullopt));
+    EXPECT_FALSE(WaitHungUp(Ours(), Soon()));
+    const int second = dup(Other());
     CloseOther();
+    EXPECT_FALSE(WaitHungUp(Ours(), Soon()));
+    close(second);
+    EXPECT_TRUE(WaitHungUp(Ours(), std::nullopt));
     EXPECT_TRUE(WaitReadable(Ours(), std::nullopt));
 }
 

@@ -54,9 +54,9 @@ std::string Process() {
     sigprocmask(SIG_SETMASK, nullptr, &blocked);
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action {};
-        const bool isDefault =
-            sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_DFL;
-        if (!isDefault || sigismember(&blocked, number) == 1) {
+        const bool isIgnored =
+            sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+        if (isIgnored || sigismember(&blocked, number) == 1) {
             text << "signal " << number << ' ';
         }
     }

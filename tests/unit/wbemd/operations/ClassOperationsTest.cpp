@@ -31,7 +31,9 @@ string Property(const string& name, const string& type, const string& descriptio
            (description.empty() ? "" : Description(description)) + "</PROPERTY>";
 }
 
-string Class(const string& content) { return "<CLASS NAME=\"" + kUsage + "\">" + content + "</CLASS>"; }
+string Class(const string& content) {
+    return "<CLASS NAME=\"" + kUsage + "\">" + content + "</CLASS>";
+}
 
 const string kOfClass =
     Description("How the agent monitors the usage of one resource, the CPU or the memory.");
@@ -42,10 +44,9 @@ const string kCount =
 const string kThreshold =
     Property("Threshold", "sint32", "Usage at which an alert is raised, in percent.");
 const string kWhole = Class(kOfClass + kEnable + kInterval + kCount + kThreshold);
-const string kBare = Class(Property("MonitoringEnable", "boolean", "") +
-                           Property("SamplingInterval", "uint32", "") +
-                           Property("SamplingCount", "uint32", "") +
-                           Property("Threshold", "sint32", ""));
+const string kBare =
+    Class(Property("MonitoringEnable", "boolean", "") + Property("SamplingInterval", "uint32", "") +
+          Property("SamplingCount", "uint32", "") + Property("Threshold", "sint32", ""));
 const string kOrigin = " CLASSORIGIN=\"VELTARO_LoggerUsageMonitorConf\"";
 const string kBareWithOrigin = Class(Property("MonitoringEnable", "boolean", "", kOrigin) +
                                      Property("SamplingInterval", "uint32", "", kOrigin) +
@@ -53,7 +54,8 @@ const string kBareWithOrigin = Class(Property("MonitoringEnable", "boolean", "",
                                      Property("Threshold", "sint32", "", kOrigin));
 
 CRow Get(const string& name, const string& parameters, const string& wanted) {
-    return {name, Intrinsic("GetClass", ClassName(kUsage) + parameters), Returned("GetClass", wanted)};
+    return {name, Intrinsic("GetClass", ClassName(kUsage) + parameters),
+            Returned("GetClass", wanted)};
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -94,21 +96,22 @@ TEST(ClassOperations, LeaveTheMethods) {
 TEST(ClassOperations, SayWhatIsEmbeddedByAQualifier) {
     const string embedded = "<QUALIFIER NAME=\"EmbeddedInstance\" TYPE=\"string\"><VALUE>"
                             "VELTARO_LoggerFsThresholdConf</VALUE></QUALIFIER>";
-    EXPECT_EQ(Returned("GetClass",
-                       "<CLASS NAME=\"VELTARO_LoggerFsUsageMonitorConf\">" +
-                           Description("How the agent monitors the usage of file systems.") +
-                           "<PROPERTY.ARRAY NAME=\"FsThresholdConfList\" TYPE=\"string\">" +
-                           Description("One entry for each mounted file system.") + embedded +
-                           "</PROPERTY.ARRAY></CLASS>"),
-              Ask(Intrinsic("GetClass", ClassName("VELTARO_LoggerFsUsageMonitorConf") +
-                                            PropertyList({"FsThresholdConfList"}))));
+    EXPECT_EQ(
+        Returned("GetClass", "<CLASS NAME=\"VELTARO_LoggerFsUsageMonitorConf\">" +
+                                 Description("How the agent monitors the usage of file systems.") +
+                                 "<PROPERTY.ARRAY NAME=\"FsThresholdConfList\" TYPE=\"string\">" +
+                                 Description("One entry for each mounted file system.") + embedded +
+                                 "</PROPERTY.ARRAY></CLASS>"),
+        Ask(Intrinsic("GetClass", ClassName("VELTARO_LoggerFsUsageMonitorConf") +
+                                      PropertyList({"FsThresholdConfList"}))));
 }
 
 TEST(ClassOperations, ShowStaticMethods) {
     const string answer = Ask(requests::GetClass());
     for (const string method : {"GetParameter", "SetParameter"}) {
         EXPECT_NE(string::npos,
-                  answer.find("<METHOD NAME=\"" + method + "\" TYPE=\"uint32\"><QUALIFIER NAME=\""
+                  answer.find("<METHOD NAME=\"" + method +
+                              "\" TYPE=\"uint32\"><QUALIFIER NAME=\""
                               "Static\" TYPE=\"boolean\"><VALUE>TRUE</VALUE></QUALIFIER>"))
             << answer;
     }
@@ -129,10 +132,9 @@ CRow Enumerated(const string& name, const string& parameters, const string& want
     return {name, Intrinsic("EnumerateClassNames", parameters, space), wanted};
 }
 
-const string kAllNames =
-    Names({"VELTARO_LoggerSyslogOutputConf", "VELTARO_LoggerUsageMonitorConf",
-           "VELTARO_LoggerFsThresholdConf", "VELTARO_LoggerFsUsageMonitorConf",
-           "VELTARO_LoggerConf", "VELTARO_ToolServiceLogger"});
+const string kAllNames = Names({"VELTARO_LoggerSyslogOutputConf", "VELTARO_LoggerUsageMonitorConf",
+                                "VELTARO_LoggerFsThresholdConf", "VELTARO_LoggerFsUsageMonitorConf",
+                                "VELTARO_LoggerConf", "VELTARO_ToolServiceLogger"});
 
 INSTANTIATE_TEST_SUITE_P(
     EnumerateClassNames, ClassOperations,
@@ -148,10 +150,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ClassOperations, EnumerateAllClasses) {
     string all;
-    for (const string name :
-         {"VELTARO_LoggerSyslogOutputConf", "VELTARO_LoggerUsageMonitorConf",
-          "VELTARO_LoggerFsThresholdConf", "VELTARO_LoggerFsUsageMonitorConf",
-          "VELTARO_LoggerConf", "VELTARO_ToolServiceLogger"}) {
+    for (const string name : {"VELTARO_LoggerSyslogOutputConf", "VELTARO_LoggerUsageMonitorConf",
+                              "VELTARO_LoggerFsThresholdConf", "VELTARO_LoggerFsUsageMonitorConf",
+                              "VELTARO_LoggerConf", "VELTARO_ToolServiceLogger"}) {
         const string one = Ask(Intrinsic("GetClass", ClassName(name)));
         const std::size_t begin = one.find("<CLASS ");
         all += one.substr(begin, one.find("</IRETURNVALUE>") - begin);
@@ -229,8 +230,7 @@ CRow Bad(const string& name, const string& parameters, const string& problem,
 const string kNoFlag = "The parameter &quot;LocalOnly&quot; must be TRUE or FALSE.";
 const string kNoClassName =
     "The parameter &quot;ClassName&quot; must hold one CLASSNAME with the attribute NAME alone.";
-const string kNoList =
-    "The parameter &quot;PropertyList&quot; must hold one VALUE.ARRAY.";
+const string kNoList = "The parameter &quot;PropertyList&quot; must hold one VALUE.ARRAY.";
 const string kNoNames = "The parameter &quot;PropertyList&quot; must hold a list of VALUE "
                         "elements, each with a name.";
 
@@ -243,13 +243,12 @@ INSTANTIATE_TEST_SUITE_P(
             "The parameter &quot;ClassName&quot; is given twice."),
         Bad("ClassAsText", Flag("ClassName", kUsage), kNoClassName),
         Bad("ClassTwiceInOne",
-            Parameter("ClassName", "<CLASSNAME NAME=\"a\"/><CLASSNAME NAME=\"b\"/>"),
-            kNoClassName),
+            Parameter("ClassName", "<CLASSNAME NAME=\"a\"/><CLASSNAME NAME=\"b\"/>"), kNoClassName),
         Bad("ClassBesideText", Parameter("ClassName", "x<CLASSNAME NAME=\"a\"/>"), kNoClassName),
         Bad("ClassAroundText", Parameter("ClassName", "<CLASSNAME NAME=\"a\">x</CLASSNAME>"),
             kNoClassName),
-        Bad("ClassAroundElement",
-            Parameter("ClassName", "<CLASSNAME NAME=\"a\"><X/></CLASSNAME>"), kNoClassName),
+        Bad("ClassAroundElement", Parameter("ClassName", "<CLASSNAME NAME=\"a\"><X/></CLASSNAME>"),
+            kNoClassName),
         Bad("ClassWithoutName", Parameter("ClassName", "<CLASSNAME/>"), kNoClassName),
         Bad("ClassWithOther", Parameter("ClassName", "<CLASSNAME CLASS=\"a\"/>"), kNoClassName),
         Bad("ClassWithMore", Parameter("ClassName", "<CLASSNAME NAME=\"a\" X=\"\"/>"),
@@ -267,8 +266,7 @@ INSTANTIATE_TEST_SUITE_P(
             ClassName(kUsage) + Parameter("LocalOnly", "<VALUE X=\"\">TRUE</VALUE>"), kNoFlag),
         Bad("FlagWithElement",
             ClassName(kUsage) + Parameter("LocalOnly", "<VALUE>TRUE<X/></VALUE>"), kNoFlag),
-        Bad("FlagTwice",
-            ClassName(kUsage) + Flag("LocalOnly", "TRUE") + Flag("localonly", "TRUE"),
+        Bad("FlagTwice", ClassName(kUsage) + Flag("LocalOnly", "TRUE") + Flag("localonly", "TRUE"),
             "The parameter &quot;LocalOnly&quot; is given twice."),
         Bad("ListAsText", ClassName(kUsage) + Flag("PropertyList", "a"), kNoList),
         Bad("ListAsBareText", ClassName(kUsage) + Parameter("PropertyList", "a"), kNoList),

@@ -40,15 +40,13 @@ TEST_P(Heads, AreAnsweredSo) {
 }
 
 const CRequestText kGet = GetClass();
-const string kBadType =
-    Refused(415, "", "Requests are application/xml or text/xml, in UTF-8.");
+const string kBadType = Refused(415, "", "Requests are application/xml or text/xml, in UTF-8.");
 const string kEncoded =
     Refused(415, "", "Requests are sent as they are, without Content-Encoding.");
 const string kBadOperation =
     Refused(400, "unsupported-operation", "The header CIMOperation must be MethodCall.");
-const string kBadMethod =
-    Refused(400, "header-mismatch",
-            "The header CIMMethod must name the method that the body calls.");
+const string kBadMethod = Refused(400, "header-mismatch",
+                                  "The header CIMMethod must name the method that the body calls.");
 const string kBadObject = Refused(400, "header-mismatch",
                                   "The header CIMObject must name the namespace, and for a method "
                                   "the class, that the body names.");
@@ -85,7 +83,8 @@ INSTANTIATE_TEST_SUITE_P(
     Operation, Heads,
     testing::Values(CHeadRow{"OperationAbsent", kGet, kOperation, {}, kBadOperation},
                     CHeadRow{"OperationEmpty", kGet, kOperation, "", kBadOperation},
-                    CHeadRow{"OperationResponse", kGet, kOperation, "MethodResponse", kBadOperation},
+                    CHeadRow{"OperationResponse", kGet, kOperation, "MethodResponse",
+                             kBadOperation},
                     CHeadRow{"OperationLonger", kGet, kOperation, "MethodCalls", kBadOperation},
                     CHeadRow{"OperationLowerCase", kGet, kOperation, "methodcall", ""},
                     CHeadRow{"OperationWithBlanks", kGet, kOperation, " MethodCall\t", ""}),
@@ -148,14 +147,14 @@ CRequestText CallOnInstance() {
     return request;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    ObjectOfAnInstance, Heads,
-    testing::Values(
-        CHeadRow{"InstanceByOneValue", CallOnInstance(), kObject,
-                 "root/cimv2:VELTARO_ToolServiceLogger=%22x.y%22", ""},
-        CHeadRow{"InstanceByClass", CallOnInstance(), kObject,
-                 "root/cimv2:VELTARO_ToolServiceLogger", ""},
-        CHeadRow{"InstanceOfOther", CallOnInstance(), kObject, "root/cimv2:Other.A=1", kBadObject}),
-    RowName<CHeadRow>);
+INSTANTIATE_TEST_SUITE_P(ObjectOfAnInstance, Heads,
+                         testing::Values(CHeadRow{"InstanceByOneValue", CallOnInstance(), kObject,
+                                                  "root/cimv2:VELTARO_ToolServiceLogger=%22x.y%22",
+                                                  ""},
+                                         CHeadRow{"InstanceByClass", CallOnInstance(), kObject,
+                                                  "root/cimv2:VELTARO_ToolServiceLogger", ""},
+                                         CHeadRow{"InstanceOfOther", CallOnInstance(), kObject,
+                                                  "root/cimv2:Other.A=1", kBadObject}),
+                         RowName<CHeadRow>);
 
 } // namespace

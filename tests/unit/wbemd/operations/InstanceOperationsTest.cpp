@@ -115,31 +115,31 @@ INSTANTIATE_TEST_SUITE_P(
         Enumerate("OurRecord", ClassName("VELTARO_LoggerConf"), "", "root/cimv2")),
     RowName<CRow>);
 
-CRow Names(const string& name, const string& className, const string& space,
-           const string& wanted) {
+CRow Names(const string& name, const string& className, const string& space, const string& wanted) {
     return {name, Intrinsic("EnumerateInstanceNames", ClassName(className), space),
             Returned("EnumerateInstanceNames", wanted)};
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EnumerateInstanceNames, InstanceOperations,
-    testing::Values(Names("NamesOfNamespaces", "CIM_Namespace", "/Interop",
-                          Name("CIM_Namespace", NamespaceKeys("root/cimv2")) +
-                              Name("CIM_Namespace", NamespaceKeys("interop"))),
-                    Names("NameOfManager", "CIM_ObjectManager", "interop",
-                          Name("CIM_ObjectManager", kManagerKeys)),
-                    Names("NamesOfOurClass", kClass, "root/cimv2", "")),
-    RowName<CRow>);
+INSTANTIATE_TEST_SUITE_P(EnumerateInstanceNames, InstanceOperations,
+                         testing::Values(Names("NamesOfNamespaces", "CIM_Namespace", "/Interop",
+                                               Name("CIM_Namespace", NamespaceKeys("root/cimv2")) +
+                                                   Name("CIM_Namespace", NamespaceKeys("interop"))),
+                                         Names("NameOfManager", "CIM_ObjectManager", "interop",
+                                               Name("CIM_ObjectManager", kManagerKeys)),
+                                         Names("NamesOfOurClass", kClass, "root/cimv2", "")),
+                         RowName<CRow>);
 
 CRow Get(const string& name, const string& instanceName, const string& wanted,
          const string& parameters = {}) {
-    return {name,
-            Intrinsic("GetInstance", Parameter("InstanceName", instanceName) + parameters,
-                      "interop"),
-            wanted};
+    return {
+        name,
+        Intrinsic("GetInstance", Parameter("InstanceName", instanceName) + parameters, "interop"),
+        wanted};
 }
 
-string Got(const string& instance) { return Returned("GetInstance", instance); }
+string Got(const string& instance) {
+    return Returned("GetInstance", instance);
+}
 
 Values Reversed(Values values) {
     std::reverse(values.begin(), values.end());
@@ -185,6 +185,10 @@ INSTANTIATE_TEST_SUITE_P(
         Get("KeyUntyped", Replaced(kManagerName, " VALUETYPE=\"string\"", ""), Got(Manager()))),
     RowName<CRow>);
 
+string Keys(const string& keys) {
+    return "<INSTANCENAME CLASSNAME=\"CIM_ObjectManager\">" + keys + "</INSTANCENAME>";
+}
+
 const string kNone =
     Failed("GetInstance", 6, "There is no such instance in the namespace interop.");
 
@@ -201,9 +205,7 @@ INSTANTIATE_TEST_SUITE_P(
         Get("KeyUnknown", Name("CIM_ObjectManager", With(Without(kManagerKeys), "N", "kzmwbemd")),
             kNone),
         Get("KeyAsNumber", Replaced(kManagerName, "\"string\"", "\"numeric\""), kNone),
-        Get("KeyAsReference",
-            Name("CIM_ObjectManager", {}).insert(
-                43, "<KEYBINDING NAME=\"Name\"><VALUE.REFERENCE/></KEYBINDING>"),
+        Get("KeyAsReference", Keys("<KEYBINDING NAME=\"Name\"><VALUE.REFERENCE/></KEYBINDING>"),
             kNone),
         Get("NoKeys", Name("CIM_ObjectManager", {}), kNone),
         Get("ValueAlone",
@@ -217,12 +219,10 @@ INSTANTIATE_TEST_SUITE_P(
         CRow{"InstanceOfOurClass",
              Intrinsic("GetInstance", Parameter("InstanceName", Name(kClass, {}))),
              Failed("GetInstance", 6, "There is no such instance in the namespace root/cimv2.")},
-        CRow{"EnumeratedClassUnknown",
-             Intrinsic("EnumerateInstances", ClassName("CIM_Namespace")),
+        CRow{"EnumeratedClassUnknown", Intrinsic("EnumerateInstances", ClassName("CIM_Namespace")),
              Failed("EnumerateInstances", 5,
                     "There is no class &quot;CIM_Namespace&quot; in the namespace root/cimv2.")},
-        CRow{"NamedClassUnknown",
-             Intrinsic("EnumerateInstanceNames", ClassName(kClass), "interop"),
+        CRow{"NamedClassUnknown", Intrinsic("EnumerateInstanceNames", ClassName(kClass), "interop"),
              Failed("EnumerateInstanceNames", 5,
                     "There is no class &quot;VELTARO_ToolServiceLogger&quot; in the namespace "
                     "interop.")}),
@@ -234,10 +234,6 @@ CRow Bad(const string& name, const string& content, const string& problem) {
 
 const string kHolds = "The parameter &quot;InstanceName&quot; holds no instance name: line 2: ";
 const string kMustHold = "The parameter &quot;InstanceName&quot; must hold one INSTANCENAME.";
-
-string Keys(const string& keys) {
-    return "<INSTANCENAME CLASSNAME=\"x\">" + keys + "</INSTANCENAME>";
-}
 
 INSTANTIATE_TEST_SUITE_P(
     BadParameters, InstanceOperations,
@@ -259,8 +255,7 @@ INSTANTIATE_TEST_SUITE_P(
             kHolds + "KEYBINDING &quot;a&quot; has an attribute X that is not understood."),
         Bad("KeyWithoutValue", Keys("<KEYBINDING NAME=\"a\"/>"),
             kHolds + "KEYBINDING &quot;a&quot; must hold one value."),
-        Bad("KeyWithTwoValues",
-            Keys("<KEYBINDING NAME=\"a\"><KEYVALUE/><KEYVALUE/></KEYBINDING>"),
+        Bad("KeyWithTwoValues", Keys("<KEYBINDING NAME=\"a\"><KEYVALUE/><KEYVALUE/></KEYBINDING>"),
             kHolds + "KEYBINDING &quot;a&quot; must hold one value."),
         Bad("KeyWithOther", Keys("<KEYBINDING NAME=\"a\"><VALUE/></KEYBINDING>"),
             kHolds + "VALUE is not understood inside KEYBINDING."),
@@ -268,29 +263,25 @@ INSTANTIATE_TEST_SUITE_P(
             kHolds + "KEYVALUE has an attribute X that is not understood."),
         Bad("ValueWithElement", Keys("<KEYVALUE><X/></KEYVALUE>"),
             kHolds + "X is not understood inside KEYVALUE."),
-        Bad("ValueBesideKey",
-            Keys("<KEYVALUE/><KEYBINDING NAME=\"a\"><KEYVALUE/></KEYBINDING>"),
+        Bad("ValueBesideKey", Keys("<KEYVALUE/><KEYBINDING NAME=\"a\"><KEYVALUE/></KEYBINDING>"),
             kHolds + "INSTANCENAME holds more than one key, of which one has no name."),
         Get("FlagWrong", kManagerName,
             Failed("GetInstance", 4, "The parameter &quot;LocalOnly&quot; must be TRUE or FALSE."),
             Flag("LocalOnly", "")),
         Get("ParameterUnknown", kManagerName,
-            Failed("GetInstance", 4,
-                   "The operation has no parameter &quot;DeepInheritance&quot;."),
+            Failed("GetInstance", 4, "The operation has no parameter &quot;DeepInheritance&quot;."),
             Flag("DeepInheritance", "TRUE")),
         CRow{"UnknownOfInstances",
              Intrinsic("EnumerateInstances", ClassName("CIM_Namespace") + Flag("Other", ""),
                        "interop"),
-             Failed("EnumerateInstances", 4,
-                    "The operation has no parameter &quot;Other&quot;.")},
+             Failed("EnumerateInstances", 4, "The operation has no parameter &quot;Other&quot;.")},
         CRow{"UnknownOfInstanceNames",
              Intrinsic("EnumerateInstanceNames",
                        ClassName("CIM_Namespace") + Flag("LocalOnly", "TRUE"), "interop"),
              Failed("EnumerateInstanceNames", 4,
                     "The operation has no parameter &quot;LocalOnly&quot;.")},
         CRow{"ClassMissing", Intrinsic("EnumerateInstances", "", "interop"),
-             Failed("EnumerateInstances", 4,
-                    "The parameter &quot;ClassName&quot; is missing.")}),
+             Failed("EnumerateInstances", 4, "The parameter &quot;ClassName&quot; is missing.")}),
     RowName<CRow>);
 
 } // namespace

@@ -17,8 +17,8 @@ string Essence(const string& answer) {
         const std::size_t at = answer.find(mark);
         if (at != string::npos) {
             return answer.substr(0, 3) + " " +
-                   answer.substr(at + mark.size(), answer.find_first_of("\n ", at + mark.size()) -
-                                                       at - mark.size());
+                   answer.substr(at + mark.size(),
+                                 answer.find_first_of("\n ", at + mark.size()) - at - mark.size());
         }
     }
     return answer.substr(0, 3);
@@ -80,8 +80,8 @@ TEST(Order, OfAnOperation) {
 }
 
 TEST(Order, OfAMethod) {
-    CRequestText request = requests::Method("Nothing", requests::InParameter(""), "Nothing",
-                                            "nowhere");
+    CRequestText request =
+        requests::Method("Nothing", requests::InParameter(""), "Nothing", "nowhere");
     const auto ask = [&](Right right = Right::None) { return Essence(Ask(request, right)); };
     EXPECT_EQ("200 \"3\"", ask());
     Replace("NAME=\"nowhere\"", "NAME=\"root/cimv2\"", &request.m_body);

@@ -103,10 +103,7 @@ CRequestText GetClassWith(const string& from, const string& to) {
 string Escape(const string& text) {
     string escaped;
     for (const char c : text) {
-        escaped += c == '&'   ? "&amp;"
-                   : c == '<' ? "&lt;"
-                   : c == '>' ? "&gt;"
-                              : string(1, c);
+        escaped += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : string(1, c);
     }
     return escaped;
 }

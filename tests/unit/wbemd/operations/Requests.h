@@ -15,8 +15,7 @@ CRequestText Intrinsic(const std::string& operation, const std::string& paramete
                        const std::string& space = "root/cimv2");
 // A method of a class with its PARAMVALUE elements.
 CRequestText Method(const std::string& method, const std::string& parameters = {},
-                    const std::string& className = kClass,
-                    const std::string& space = "root/cimv2");
+                    const std::string& className = kClass, const std::string& space = "root/cimv2");
 // A request with this in SIMPLEREQ, announced as GetClass.
 CRequestText Simple(const std::string& call);
 // A request with this text as its whole body, announced as GetClass.

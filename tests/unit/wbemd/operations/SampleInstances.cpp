@@ -2,8 +2,6 @@
 
 #include "tests/unit/wbemd/operations/Requests.h"
 
-#include <variant>
-
 using requests::Escape;
 using std::string;
 
@@ -91,41 +89,6 @@ string FileSystemText(const string& name) {
         .Text();
 }
 
-// Shows values of every type.
-class CShow {
-public:
-    void Object(const IWbemClassObject& object) {
-        Line("(" + object.GetClassName() + ")");
-        m_indent += "  ";
-        for (const IWbemClassObject::Property& property : object.GetProperties()) {
-            Line(property.m_sName + ":");
-            m_indent += "  ";
-            std::visit([this](const auto& value) { Value(value); }, property.m_value);
-            m_indent.resize(m_indent.size() - 2);
-        }
-        m_indent.resize(m_indent.size() - 2);
-    }
-
-    string m_text;
-
-private:
-    void Value(std::monostate) { Line("null"); }
-    void Value(bool value) { Line(value ? "true" : "false"); }
-    void Value(std::uint32_t value) { Line("uint32 " + std::to_string(value)); }
-    void Value(std::int32_t value) { Line("sint32 " + std::to_string(value)); }
-    void Value(const string& value) { Line("string " + value); }
-    void Value(const CWbemObjectPtr& value) { Object(*value); }
-    void Value(const CWbemObjectArray& values) {
-        Line(std::to_string(values.size()) + " objects");
-        for (const CWbemObjectPtr& value : values) {
-            Object(*value);
-        }
-    }
-    void Line(const string& line) { m_text += m_indent + line + "\n"; }
-
-    string m_indent;
-};
-
 } // namespace
 
 std::unique_ptr<IWbemClassObject> Settings() {
@@ -158,12 +121,6 @@ string SettingsText() {
         .Plain("UsageMonitorConfMemory", "string", UsageText("0", "-2147483648"))
         .Plain("FsUsageMonitorConf", "string", fileSystems)
         .Text();
-}
-
-string Shown(const IWbemClassObject& object) {
-    CShow show;
-    show.Object(object);
-    return show.m_text;
 }
 
 } // namespace samples
