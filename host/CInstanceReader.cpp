@@ -12,6 +12,9 @@ namespace {
 
 using cim::Shown;
 
+constexpr char kCutByClient[] =
+    " (a client that takes values apart at commas may have cut it there)";
+
 // Reads one text with all that it embeds. Every step answers false, or null, after a failure, which
 // GetError then describes.
 class CInstanceReading {
@@ -95,7 +98,8 @@ CWbemObjectPtr CInstanceReading::ReadText(std::string_view text, const std::stri
     CXmlError error;
     const auto document = CXmlDocument::Parse(text, &error, CXmlLimits::ForStrangers());
     if (!document) {
-        return FailWithNull("the text is not the XML of an INSTANCE element: " + error.Text());
+        return FailWithNull("the text is not the XML of an INSTANCE element: " + error.Text() +
+                            (error.m_bEndsEarly ? kCutByClient : ""));
     }
     ++m_uiDepth;
     CWbemObjectPtr object = ReadInstance(document->GetRoot(), *definition);
