@@ -5,6 +5,7 @@
 #include "host/InstanceShape.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -98,6 +99,9 @@ CWbemObjectPtr CInstanceReading::ReadText(std::string_view text, const std::stri
     CXmlError error;
     const auto document = CXmlDocument::Parse(text, &error, CXmlLimits::ForStrangers());
     if (!document) {
+        if (error.m_kind == CXmlError::Kind::NoMemory) {
+            throw std::bad_alloc();
+        }
         return FailWithNull("the text is not the XML of an INSTANCE element: " + error.Text() +
                             (error.m_bEndsEarly ? kCutByClient : ""));
     }

@@ -5,5 +5,6 @@ set -eu
 cd "$(dirname "$0")/.."
 build=$1
 git ls-files -z -- 'platform/*.cpp' 'settings/*.cpp' 'configfile/*.cpp' 'provider/*.cpp' \
-    'host/*.cpp' 'schema/*.cpp' 'history/*.cpp' 'loggerctl/*.cpp' |
+    'host/*.cpp' 'schema/*.cpp' 'history/*.cpp' 'loggerctl/*.cpp' \
+    'serverbase/*.cpp' 'providerd/*.cpp' |
     xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet --warnings-as-errors='*' -p "$build" 2>/dev/null

@@ -12,6 +12,6 @@ namespace providerd {
 std::optional<CIdentity> IdentityOf(const std::string& user);
 std::optional<uid_t> UserIdOf(const std::string& user);
 std::optional<gid_t> PrimaryGroupOf(const std::string& user);
-std::optional<gid_t> GroupIdOf(const std::string& group);
+std::optional<gid_t> GroupIdOf(const std::string& name);
 
 } // namespace providerd

@@ -48,6 +48,8 @@ ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
 QUEUE = Stage("call_queue_test", "unit/providerd")
 WORKER = Stage("worker_system_test", "system/server")
+HTTP = Stage("wbemd_http_tests", "unit/wbemd/http")
+SERVED = Stage("server_http_test", "system/server/http")
 
 THREADS = Stage("thread_tests", "load")
 PLACES = Stage("security_test", "security")
@@ -72,14 +74,16 @@ TABLE = {
     "loggerctl/output/CProgressLine.cpp": [PROGRESS, OUTPUT, GET],
     "loggerctl/output/": [OUTPUT, UNITS, GET, PRINTED, SET],
     "loggerctl/record/": [UNITS, FILES, SET, GET],
-    "loggerctl/agent/CInterruptGuard.cpp": [SIGNALS, SET_LONG],
+    "loggerctl/agent/CInterruptGuard.cpp": [SIGNALS, SET_LONG, RESTORE, STATE],
     "loggerctl/agent/": [UNITS, FILES, GET, STATE, SET, RESTORE, SET_LONG],
-    "loggerctl/commands/RestoreCommand.cpp": [RESTORE, KILLED_RESTORE, SET, SET_LONG],
-    "loggerctl/commands/SetCommand.cpp": [SET, SET_LONG, PRINTED],
-    "loggerctl/commands/ServiceCommand.cpp": [STATE, SET, SET_LONG],
+    "loggerctl/commands/RestoreCommand.cpp": [RESTORE, KILLED_RESTORE, SET, SET_LONG, STATE, TEXTS,
+                                              GET],
+    "loggerctl/commands/SetCommand.cpp": [SET, SET_LONG, PRINTED, TEXTS, GET, STATE],
+    "loggerctl/commands/ServiceCommand.cpp": [STATE, SET, SET_LONG, TEXTS, GET],
     "loggerctl/commands/HistoryCommands.cpp": [STATE, RESTORE, SET, PRINTED],
     "loggerctl/commands/HostState.cpp": [FILES, SET, RESTORE, SET_LONG],
     "loggerctl/commands/CommandLine.cpp": [TEXTS, GET, SET, STATE, RESTORE, SET_LONG, ZSH],
+    "wbemd/http/": [HTTP, SERVED],
     "loggerctl/": [UNITS, GET, TEXTS, SET],
 }
 

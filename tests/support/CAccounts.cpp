@@ -69,14 +69,17 @@ CAccounts::~CAccounts() {
 }
 
 std::vector<string> CAccounts::Environment() const {
-    return {string("LD_PRELOAD=") + PAM_WRAPPER_LIBRARY + ":" + NSS_WRAPPER_LIBRARY,
-            "PAM_WRAPPER=1",
-            "PAM_WRAPPER_SERVICE_DIR=" + Path("services"),
-            "NSS_WRAPPER_PASSWD=" + Path("passwd"),
-            "NSS_WRAPPER_GROUP=" + Path("group"),
-#ifdef KZM_NO_FAULT_TRANSLATION // under sanitizers
-            "PAM_WRAPPER_DISABLE_DEEPBIND=1",
-            "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0"
+    return {
+        string("LD_PRELOAD=") + PAM_WRAPPER_LIBRARY + ":" + NSS_WRAPPER_LIBRARY,
+        "PAM_WRAPPER=1",
+        "PAM_WRAPPER_SERVICE_DIR=" + Path("services"),
+        "NSS_WRAPPER_PASSWD=" + Path("passwd"),
+        "NSS_WRAPPER_GROUP=" + Path("group"),
+#ifdef KZM_NO_FAULT_TRANSLATION           // under sanitizers
+        "UID_WRAPPER_DISABLE_DEEPBIND=1", // by this name the library in front of PAM knows it
+        "NSS_WRAPPER_DISABLE_DEEPBIND=1",
+        "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
+        "TSAN_OPTIONS=ignore_noninstrumented_modules=1" // the libraries' locks are not seen
 #endif
     };
 }

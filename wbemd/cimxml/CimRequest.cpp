@@ -2,6 +2,7 @@
 
 #include "wbemd/cimxml/CEnvelopeReader.h"
 
+#include <new>
 #include <optional>
 
 namespace wbemd {
@@ -65,14 +66,11 @@ std::optional<CRefusal> CheckVersions(const CXmlElement& root) {
 }
 
 CRefusal RefusalOf(const CXmlError& error) {
-    switch (error.m_kind) {
-    case CXmlError::Kind::NotWellFormed:
-        return {400, kNotWellFormed, error.Text() + "."};
-    case CXmlError::Kind::Refused:
-        return {400, kNotValid, error.Text() + "."};
-    default:
-        return {503, {}, "The server is out of memory. Try again later."};
+    if (error.m_kind == CXmlError::Kind::NoMemory) {
+        throw std::bad_alloc();
     }
+    const bool isWellFormed = error.m_kind == CXmlError::Kind::Refused;
+    return {400, isWellFormed ? kNotValid : kNotWellFormed, error.Text() + "."};
 }
 
 } // namespace

@@ -30,7 +30,7 @@ struct CCimRequest {
     std::vector<const CXmlElement*> m_parameters;
 };
 
-// The body of a request as a document. Without memory for it, the status is 503.
+// The body of a request as a document. Throws std::bad_alloc alone.
 tl::expected<CXmlDocument, CRefusal> ParseRequest(std::string_view body);
 
 // The request that the document is. The versions, and whether it is one request, are looked at

@@ -22,7 +22,7 @@ tl::unexpected<std::string> Fail(const std::string& name, std::string_view what)
 }
 
 bool IsBlank(std::string_view text) {
-    return text.find_first_not_of(kBlanks) == text.npos;
+    return text.find_first_not_of(kBlanks) == std::string_view::npos;
 }
 
 // The text of an embedded instance that a VALUE holds.
@@ -73,20 +73,17 @@ bool IsInParameter(const CCimMethod& method, const std::string& name) {
 // The one element that gives the parameter.
 tl::expected<const CXmlElement*, std::string> Find(const CCimParameter& parameter,
                                                    const std::vector<const CXmlElement*>& sent) {
-    const CXmlElement* found = nullptr;
-    for (const CXmlElement* element : sent) {
-        if (!cim::AreSameNames(NameOf(*element), parameter.m_sName)) {
-            continue;
-        }
-        if (found != nullptr) {
-            return Fail(parameter.m_sName, "is given twice");
-        }
-        found = element;
-    }
-    if (found == nullptr) {
+    const auto isIt = [&](const CXmlElement* element) {
+        return cim::AreSameNames(NameOf(*element), parameter.m_sName);
+    };
+    const auto found = std::find_if(sent.begin(), sent.end(), isIt);
+    if (found == sent.end()) {
         return Fail(parameter.m_sName, "is missing");
     }
-    return found;
+    if (std::any_of(found + 1, sent.end(), isIt)) {
+        return Fail(parameter.m_sName, "is given twice");
+    }
+    return *found;
 }
 
 tl::expected<CWbemObjectPtr, std::string> ReadParameter(const CInstanceReader& reader,

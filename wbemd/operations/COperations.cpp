@@ -8,7 +8,7 @@
 #include "wbemd/operations/MethodCalls.h"
 #include "wbemd/operations/RequestHead.h"
 
-#include <algorithm>
+#include <new>
 
 namespace wbemd {
 
@@ -79,6 +79,16 @@ COperations::~COperations() = default;
 
 std::variant<CHttpAnswer, CPendingCall>
 COperations::Answer(const CRequestHead& head, std::string_view body, messages::Right right) const {
+    try {
+        return AnswerRequest(head, body, right);
+    } catch (const std::bad_alloc&) {
+        return NoMemoryAnswer("The server is out of memory. Try again later.");
+    }
+}
+
+std::variant<CHttpAnswer, CPendingCall> COperations::AnswerRequest(const CRequestHead& head,
+                                                                   std::string_view body,
+                                                                   messages::Right right) const {
     if (const auto refusal = CheckHead(head)) {
         return RefusalAnswer(*refusal);
     }
@@ -101,8 +111,13 @@ CHttpAnswer COperations::Finish(const CPendingCall& call,
     if (answer.m_result == messages::CallResult::WrongCredentials) {
         return WrongCredentials();
     }
-    return ToAnswer({false, call.m_messageId, call.m_spelledMethod},
-                    WriteCallAnswer(m_parts->m_provider, call, answer));
+    try {
+        return ToAnswer({false, call.m_messageId, call.m_spelledMethod},
+                        WriteCallAnswer(m_parts->m_provider, call, answer));
+    } catch (const std::bad_alloc&) {
+        return NoMemoryAnswer("The call has ended, but the server is out of memory to tell how. "
+                              "Read the settings before anything else.");
+    }
 }
 
 const CServedNamespace* COperations::Parts::FindNamespace(const std::string& name) const {

@@ -55,15 +55,19 @@ public:
     COperations(const COperations&) = delete;
     COperations& operator=(const COperations&) = delete;
 
-    // The body is whole. `right` is what the user may do.
+    // The body is whole. `right` is what the user may do. Without memory for an answer it is 503,
+    // and std::bad_alloc when there is none even for that; nothing else is thrown.
     [[nodiscard]] std::variant<CHttpAnswer, CPendingCall>
     Answer(const CRequestHead& head, std::string_view body, messages::Right right) const;
 
-    // The answer to the request that asked for the call.
+    // The answer to the request that asked for the call. Memory as above.
     [[nodiscard]] CHttpAnswer Finish(const CPendingCall& call,
                                      const messages::CCallAnswer& answer) const;
 
 private:
+    [[nodiscard]] std::variant<CHttpAnswer, CPendingCall>
+    AnswerRequest(const CRequestHead& head, std::string_view body, messages::Right right) const;
+
     struct Parts;
     explicit COperations(std::unique_ptr<Parts> parts);
 

@@ -30,15 +30,21 @@ CHttpAnswer CimAnswer(std::string body) {
 
 CHttpAnswer RefusalAnswer(const CRefusal& refusal) {
     CHttpAnswer answer = PlainAnswer(refusal.m_status, Sentence(refusal.m_text));
-    answer.m_keepOpen = refusal.m_status != kUnavailable;
     if (!refusal.m_cimError.empty()) {
         answer.m_headers.emplace_back("CIMError", refusal.m_cimError);
     }
     return answer;
 }
 
+CHttpAnswer NoMemoryAnswer(const char* sentence) {
+    CHttpAnswer answer = PlainAnswer(kUnavailable, sentence);
+    answer.m_keepOpen = false;
+    return answer;
+}
+
 CHttpAnswer WrongCredentials() {
-    CHttpAnswer answer = PlainAnswer(kUnauthorized, "A user and a password that are right are needed.");
+    CHttpAnswer answer =
+        PlainAnswer(kUnauthorized, "A user and a password that are right are needed.");
     answer.m_headers.emplace_back("WWW-Authenticate", "Basic realm=\"kzmwbemd\"");
     return answer;
 }

@@ -12,4 +12,7 @@ CHttpAnswer CimAnswer(std::string body);
 // The answer to a request that is no operation.
 CHttpAnswer RefusalAnswer(const CRefusal& refusal);
 
+// The answer when there is no memory for another one, with one sentence for people.
+CHttpAnswer NoMemoryAnswer(const char* sentence);
+
 } // namespace wbemd

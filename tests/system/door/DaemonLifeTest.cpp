@@ -55,7 +55,7 @@ TEST(Daemon, EndsWithItsConnections) {
         door.Daemon().Signal(signal);
         EXPECT_EQ(idle.Receive(), std::nullopt);
         EXPECT_EQ(halfway.Receive(), std::nullopt);
-        EXPECT_EQ(door.Daemon().AwaitExit(), 0);
+        EXPECT_EQ(door.Daemon().AwaitExit(), 0) << door.Daemon().Log();
     }
 }
 

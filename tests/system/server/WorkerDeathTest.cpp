@@ -1,6 +1,7 @@
 // Workers that die, hang or fault in the midst of a call, and those whose daemon does.
 
 #include "KzmPaths.h"
+#include "history/CDescriptor.h"
 #include "tests/support/CChildProcess.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/FindHost.h"
@@ -12,9 +13,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/file.h>
 #include <sys/wait.h>
 
-#include <cerrno>
 #include <chrono>
 #include <filesystem>
 
@@ -60,8 +61,9 @@ TEST_P(WorkerIn, DiesAndTheNextCallIsMade) {
 }
 
 TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
-    const CFifo fifo;
-    DoOnceInPhase(GetParam(), ": < " + fifo.Path());
+    const std::string lock = CTestRoot::Path("/hanging");
+    // A process of the command's own hangs, with a lock.
+    DoOnceInPhase(GetParam(), "(exec 9> " + lock + "; flock 9; exec sleep 100); :");
     CQueueLimits limits = WorkerLimits();
     limits.m_callTime = std::chrono::milliseconds(300);
     CCallQueue queue(limits);
@@ -71,8 +73,8 @@ TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
     testing::internal::GetCapturedStderr();
     EXPECT_TRUE(IsLockFree());
-    // What hung is gone: nobody waits at the FIFO any more.
-    fifo.AwaitAbandonment();
+    const history::CDescriptor file(open(lock.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
+    EXPECT_EQ(0, flock(file.Get(), LOCK_EX)); // once what hung is gone
     ExpectNothingButThis();
     ExpectUsable(queue);
 }

@@ -236,6 +236,9 @@ TEST(Worker, DoesNotTrustAProviderThatBreaksTheRules) {
         {"sets_no_status", "GetParameter",
          "Failed; GetParameter gave no answer (call status 0x80041001). The provider broke the "
          "rules of a method call: it returned without calling SetStatus.\n"},
+        {"sets_status_twice", "GetParameter",
+         "Failed; GetParameter gave no answer (call status 0x00000000). The provider broke the "
+         "rules of a method call: it called SetStatus more than once.\n"},
         {"good", "NoMethod", "Failed; NoMethod gave no answer (call status 0x8004100c). \n"},
         {"indicates_nothing", "GetParameter",
          "Failed; GetParameter gave no answer (call status 0x00000000). The provider broke the "
@@ -274,6 +277,21 @@ TEST(Worker, LeavesNoDescriptors) {
         ExpectUsable(queue);
     }
     EXPECT_EQ(before, DescriptorsOf(worker.front()));
+}
+
+TEST(Worker, StaysWhenTheTimeOfItsCallIsOver) {
+    const CTestRoot root;
+    std::string error;
+    const auto worker = CWorkerProcess::Start(TEST_WORKER, &error);
+    ASSERT_NE(nullptr, worker) << error;
+    constexpr std::uint32_t kTime = 1000; // milliseconds
+    const std::string request = Encode(providerd::CWorkRequest{"GetParameter", "", "", "", kTime});
+    const providerd::Deadline over =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(kTime + 100);
+    EXPECT_EQ(providerd::Transfer::Done, providerd::SendFrame(worker->Socket(), request, over));
+    std::string answer;
+    EXPECT_EQ(providerd::Transfer::Done, providerd::ReceiveFrame(worker->Socket(), &answer, over));
+    EXPECT_FALSE(providerd::WaitHungUp(worker->Socket(), over));
 }
 
 TEST(Worker, IsNotStartedByHand) {

@@ -277,7 +277,7 @@ TEST(XmlWithoutMemory, IsRefusedWithoutAParser) {
     EXPECT_FALSE(CXmlDocument::Parse("<a/>", &error));
     hasParsers = true;
     EXPECT_EQ("out of memory", error.m_sReason);
-    EXPECT_EQ(kRefused, error.m_kind);
+    EXPECT_EQ(CXmlError::Kind::NoMemory, error.m_kind);
 }
 
 TEST(XmlDocument, LeavesNoMemoryBehind) {

@@ -11,7 +11,11 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <future>
+#include <map>
 
 using messages::CallResult;
 using providerd::CCallQueue;
@@ -156,8 +160,7 @@ TEST(CCallQueue, StartsAWorkerThatFindsNothingOfItsParents) {
     sigaddset(&blocked, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
     signal(SIGUSR2, SIG_IGN);
-    const CFifo fifo;
-    const int inherited = open(fifo.Path().c_str(), O_RDWR); // not closed on exec
+    const int inherited = fcntl(STDIN_FILENO, F_DUPFD, 100); // not closed on exec
     CCallQueue queue(Limits());
     EXPECT_EQ("0 0 [0 1 2 3 leader] ", AnswerOf(queue, kGet, "process"));
     close(inherited);
@@ -280,6 +283,42 @@ TEST(CCallQueue, EndsACallThatNobodyTakes) {
     const std::string large(1'000'000, 'x'); // more than a socket holds
     EXPECT_EQ(Failure(CallResult::TimedOut), AnswerOf(queue, kSet, large));
     EXPECT_EQ(Success(1, kSet, large.substr(0, 100)), AnswerOf(queue, kSet, large));
+}
+
+// ---- Signals ----
+
+// The signals that each thread of this process blocks, as the system writes them.
+std::map<std::string, std::string> BlockedSignals() {
+    std::map<std::string, std::string> blocked;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream status(thread.path() / "status");
+        std::string line;
+        while (std::getline(status, line)) {
+            if (line.rfind("SigBlk:", 0) == 0) {
+                blocked[thread.path().filename().string()] = line.substr(line.find('\t') + 1);
+            }
+        }
+    }
+    return blocked;
+}
+
+TEST(CCallQueue, LeavesTheSignalsToThoseWhoStartIt) {
+    sigset_t none;
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
+    const auto before = BlockedSignals();
+    CCallQueue queue(Limits());
+    EXPECT_EQ(Success(1, kGet, ""), AnswerOf(queue, kGet, "")); // its thread has begun
+    auto after = BlockedSignals();
+    for (const auto& [thread, blocked] : before) {
+        EXPECT_EQ(blocked, after[thread]);
+        after.erase(thread);
+    }
+    ASSERT_EQ(1U, after.size()); // the runner
+    const std::uint64_t blocked = std::stoull(after.begin()->second, nullptr, 16);
+    for (const int number : {SIGTERM, SIGHUP, SIGINT, SIGCHLD}) {
+        EXPECT_NE(0U, blocked >> (number - 1) & 1U) << number;
+    }
 }
 
 // ---- The end of the queue ----

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <string>
 
@@ -32,14 +31,6 @@ public:
     void Release() const { close(open(Path().c_str(), O_WRONLY | O_CLOEXEC)); }
     // Waits until somebody tells something by it.
     void Await() const { close(open(Path().c_str(), O_RDONLY | O_CLOEXEC)); }
-    // Waits until nobody waits for this any more.
-    void AwaitAbandonment() const {
-        int descriptor = -1;
-        while ((descriptor = open(Path().c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) != -1) {
-            close(descriptor);
-        }
-        EXPECT_EQ(ENXIO, errno);
-    }
 
 private:
     std::string m_folder;

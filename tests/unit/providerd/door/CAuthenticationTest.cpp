@@ -197,16 +197,20 @@ TEST_F(Authentication, AsksForAFewAtOnce) {
 }
 
 TEST_F(Authentication, StopsThoseWhoWaitForTheirTurn) {
+    constexpr int kTurns = CAuthentication::kAtOnce;
     m_accounts.Shut();
     CChecks checks;
+    for (int i = 0; i < kTurns; ++i) {
+        checks.Start(m_authentication.get(), "user" + std::to_string(i), "right");
+    }
+    m_accounts.AwaitWaiting(kTurns);
     checks.Start(m_authentication.get(), "reader", "right");
-    m_accounts.AwaitWaiting(1);
-    checks.Start(m_authentication.get(), "reader", "right");
-    checks.Start(m_authentication.get(), "reader", "right");
+    checks.Start(m_authentication.get(), "changer", "right");
     m_authentication->Stop();
-    EXPECT_EQ(Check("changer"), "stopped");
+    EXPECT_EQ(Check("guest"), "stopped");
     m_accounts.Open();
-    EXPECT_EQ(checks.Join(), (std::map<std::string, int>{{"read", 1}, {"stopped", 2}}));
+    EXPECT_EQ(checks.Join(),
+              (std::map<std::string, int>{{"stopped", 2}, {"wrong: no such password", kTurns}}));
 }
 
 TEST_F(Authentication, StopsARealPause) {

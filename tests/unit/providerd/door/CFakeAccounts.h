@@ -55,15 +55,19 @@ class CFakeTime {
 public:
     providerd::CTimes Times() {
         return {[this] { return m_now; },
-                [this](std::chrono::milliseconds time) { m_pauses.push_back(time); }};
+                [this](std::chrono::milliseconds time) {
+                    const std::lock_guard<std::mutex> guard(m_mutex);
+                    m_pauses.push_back(time);
+                }};
     }
     providerd::Clock Clock() {
         return [this] { return m_now; };
     }
     void Pass(std::chrono::milliseconds time) { m_now += time; }
 
-    std::vector<std::chrono::milliseconds> m_pauses;
+    std::vector<std::chrono::milliseconds> m_pauses; // of any number of threads
 
 private:
+    std::mutex m_mutex;
     providerd::TimePoint m_now = providerd::TimePoint() + std::chrono::hours(1);
 };

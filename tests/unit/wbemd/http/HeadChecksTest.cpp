@@ -33,6 +33,7 @@ TEST(PlanRequestTest, SaysWhatFailsFirst) {
         {post + "Host: h\r\nContent-Length: 5\r\nContent-Length: 5\r\n", "400 0"},
         {post + "Host: h\r\nContent-Length: 5\r\nTransfer-Encoding: x\r\n", "411 0"},
         {post + "Content-Length: x\r\n", "400 0"},
+        {post + "Content-Length: 5\r\n", "400 5 open"},
         {post + "Host:\r\nContent-Length: 5\r\n", "400 5 open"},
         {old + "Content-Length: 5\r\n", "0 5"},
         {old + "Content-Length: 5\r\nExpect: other\r\n", "0 5"},
@@ -80,6 +81,20 @@ TEST(WriteHeadTest, WritesWhatEveryAnswerCarries) {
     EXPECT_EQ(wbemd::WriteHead(answer, false, 951782400),
               "HTTP/1.1 299 Unknown\r\nDate: Tue, 29 Feb 2000 00:00:00 GMT\r\nContent-Type: x\r\n"
               "Content-Length: 5\r\nConnection: close\r\n\r\n");
+}
+
+TEST(RefusalTest, SaysWhichVerbIsAllowed) {
+    using Headers = std::vector<std::pair<string, string>>;
+    const std::pair<string, string> type("Content-Type", "text/plain; charset=\"utf-8\"");
+    EXPECT_EQ(wbemd::Refusal(wbemd::Status::MethodNotAllowed).m_headers,
+              (Headers{type, {"Allow", "POST"}}));
+    EXPECT_EQ(wbemd::Refusal(wbemd::Status::NotFound).m_headers, Headers{type});
+}
+
+TEST(RefusalTest, TheAnswerToHeadHasNoBody) {
+    const auto plan = wbemd::PlanRequest(*wbemd::ReadHead("HEAD /cimom HTTP/1.1\r\n\r\n"), kBody);
+    EXPECT_EQ(plan.m_refusal->m_status, 405U);
+    EXPECT_EQ(plan.m_refusal->m_body, "");
 }
 
 TEST(RefusalTest, SaysWhetherTheConnectionStaysOpen) {
