@@ -13,6 +13,9 @@ namespace {
 
 using cim::Shown;
 
+constexpr char kCutByClient[] =
+    " (a client that takes values apart at commas may have cut it there)";
+
 // Reads one text with all that it embeds. Every step answers false, or null, after a failure, which
 // GetError then describes.
 class CInstanceReading {
@@ -99,7 +102,8 @@ CWbemObjectPtr CInstanceReading::ReadText(std::string_view text, const std::stri
         if (error.m_kind == CXmlError::Kind::NoMemory) {
             throw std::bad_alloc();
         }
-        return FailWithNull("the text is not the XML of an INSTANCE element: " + error.Text());
+        return FailWithNull("the text is not the XML of an INSTANCE element: " + error.Text() +
+                            (error.m_bEndsEarly ? kCutByClient : ""));
     }
     ++m_uiDepth;
     CWbemObjectPtr object = ReadInstance(document->GetRoot(), *definition);

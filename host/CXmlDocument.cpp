@@ -113,7 +113,9 @@ CXmlError CTreeBuilder::GetError() const {
         return m_refusal;
     }
     CXmlError error = PositionOf(m_parser);
-    error.m_sReason = XML_ErrorString(XML_GetErrorCode(m_parser));
+    const XML_Error code = XML_GetErrorCode(m_parser);
+    error.m_sReason = XML_ErrorString(code);
+    error.m_bEndsEarly = code == XML_ERROR_NO_ELEMENTS || code == XML_ERROR_UNCLOSED_TOKEN;
     return error;
 }
 

@@ -49,6 +49,7 @@ struct CXmlError {
     std::size_t m_uiLine = 1;
     std::size_t m_uiColumn = 1;
     std::string m_sReason;
+    bool m_bEndsEarly = false; // what there is of the text is good, but its end is missing
 
     // "line 3, column 7: mismatched tag"
     [[nodiscard]] std::string Text() const;

@@ -1,9 +1,24 @@
 #include "tests/system/server/Phases.h"
 
+#include "history/CDescriptor.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/FindHost.h"
 
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
 using std::string;
+
+namespace {
+
+// Held by what hangs.
+string HangingLock() {
+    return CTestRoot::Path("/hanging");
+}
+
+} // namespace
 
 std::ostream& operator<<(std::ostream& stream, const CPhase& phase) {
     return stream << phase.m_name;
@@ -33,6 +48,16 @@ void DoOnceInPhase(const CPhase& phase, const string& text) {
     } else {
         SetVendorScript("if [ \"$1\" = " + string(phase.m_command) + " ]; then " + once + "; fi");
     }
+}
+
+string Hanging() {
+    return "(exec 9> " + HangingLock() + "; flock 9; exec sleep 100); :";
+}
+
+void AwaitEndOfHanging() {
+    const history::CDescriptor file(
+        open(HangingLock().c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
+    EXPECT_EQ(0, flock(file.Get(), LOCK_EX));
 }
 
 void SetVendorScript(const string& text) {

@@ -24,6 +24,10 @@ std::string FindHostIn(const CPhase& phase);
 // In this phase that is done, as shell code, the first time. The command goes on behind it.
 void DoOnceInPhase(const CPhase& phase, const std::string& text);
 
+// Shell code: a process of the command's own hangs. Afterwards: waits until that process is gone.
+std::string Hanging();
+void AwaitEndOfHanging();
+
 // The vendor's command does this first, as a shell script in which $1 is the command's name, and
 // then records itself and answers 0.
 void SetVendorScript(const std::string& text);

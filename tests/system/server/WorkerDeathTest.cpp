@@ -1,7 +1,6 @@
 // Workers that die, hang or fault in the midst of a call, and those whose daemon does.
 
 #include "KzmPaths.h"
-#include "history/CDescriptor.h"
 #include "tests/support/CChildProcess.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/FindHost.h"
@@ -13,13 +12,10 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/file.h>
 #include <sys/wait.h>
 
 #include <chrono>
-#include <filesystem>
 
-namespace fs = std::filesystem;
 using providerd::CCallQueue;
 using providerd::CMethodCall;
 using providerd::CQueueLimits;
@@ -61,9 +57,7 @@ TEST_P(WorkerIn, DiesAndTheNextCallIsMade) {
 }
 
 TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
-    const std::string lock = CTestRoot::Path("/hanging");
-    // A process of the command's own hangs, with a lock.
-    DoOnceInPhase(GetParam(), "(exec 9> " + lock + "; flock 9; exec sleep 100); :");
+    DoOnceInPhase(GetParam(), Hanging());
     CQueueLimits limits = WorkerLimits();
     limits.m_callTime = std::chrono::milliseconds(300);
     CCallQueue queue(limits);
@@ -73,8 +67,7 @@ TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
     testing::internal::GetCapturedStderr();
     EXPECT_TRUE(IsLockFree());
-    const history::CDescriptor file(open(lock.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
-    EXPECT_EQ(0, flock(file.Get(), LOCK_EX)); // once what hung is gone
+    AwaitEndOfHanging();
     ExpectNothingButThis();
     ExpectUsable(queue);
 }

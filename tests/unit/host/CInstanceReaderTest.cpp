@@ -190,6 +190,7 @@ TEST_P(BadInstance, IsRefusedWithPlaceAndReason) {
     EXPECT_EQ(GetParam().expected, Read("Outer", GetParam().text));
 }
 
+const string kCut = " (a client that takes values apart at commas may have cut it there)";
 const string kNoXml = "Outer: the text is not the XML of an INSTANCE element: ";
 
 INSTANTIATE_TEST_SUITE_P(
@@ -204,6 +205,10 @@ INSTANTIATE_TEST_SUITE_P(
             "Outer: the text is empty; give the text of an INSTANCE element (a client that takes "
             "values apart at commas may have lost it)"},
         BadRow{"NoXml", "hello", kNoXml + "line 1, column 1: syntax error"},
+        BadRow{"CutOff", "<INSTANCE CLASSNAME=\"Outer\">",
+               kNoXml + "line 1, column 29: no element found" + kCut},
+        BadRow{"CutInATag", "<INSTANCE CLASSNAME=\"Ou",
+               kNoXml + "line 1, column 1: unclosed token" + kCut},
         BadRow{"EscapedTwice", cim::EscapeText(Instance("Outer", kAll)),
                kNoXml + "line 1, column 1: not well-formed (invalid token)"},
         BadRow{"NotWellFormed", "<INSTANCE CLASSNAME=\"Outer\">\n</INSTANC>",

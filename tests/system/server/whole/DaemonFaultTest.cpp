@@ -5,9 +5,10 @@
 #include "tests/support/SampleConf.h"
 #include "tests/system/server/CSubreaper.h"
 #include "tests/system/server/Phases.h"
+#include "tests/system/server/whole/CGate.h"
 #include "tests/system/server/whole/Changes.h"
 #include "tests/system/server/whole/Conversation.h"
-#include "tests/unit/providerd/CFifo.h"
+#include "tests/unit/wbemd/operations/Requests.h"
 
 #include <gtest/gtest.h>
 
@@ -30,26 +31,6 @@ const char* const kAway = "503: The daemon that calls the provider cannot be rea
 const char* const kKilled =
     "error 1: The provider ended in the middle of the call. A change may be "
     "half done: read the settings before anything else.";
-
-// The change that waits at its gate, with the service stopped, until it is let go on.
-class CGate {
-public:
-    CGate() {
-        SetVendorScript("if [ \"$1\" = ServiceStop ]; then : > " + m_begun.Path() + "; : < " +
-                        m_onward.Path() + "; fi");
-    }
-    // Another change is to pass.
-    ~CGate() { SetVendorScript(""); }
-    CGate(const CGate&) = delete;
-    CGate& operator=(const CGate&) = delete;
-
-    void Await() const { m_begun.Await(); }
-    void Open() const { m_onward.Release(); }
-
-private:
-    CFifo m_begun;
-    CFifo m_onward;
-};
 
 class DaemonFault : public testing::Test {
 protected:
@@ -105,6 +86,15 @@ TEST_F(DaemonFault, KilledProviderdLeavesTheChangeToItsWorker) {
     m_server.StartProviderd();
     EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "on the same connection";
     changes::ExpectUsable(m_server);
+}
+
+TEST_F(DaemonFault, AWorkerThatDiedBetweenTwoCallsIsReplaced) {
+    CClient client = m_server.Connect();
+    EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
+    KillWorker();
+    EXPECT_EQ("returned 0", Ask(&client, SetParameter(ChangedConf())));
+    EXPECT_EQ(changes::Texts({"CheckInstall", "CheckInstall", "ServiceStop", "ServiceStart"}),
+              m_server.Root().VendorCalls());
 }
 
 TEST_F(DaemonFault, KilledProviderdIsFoundAgain) {
@@ -228,17 +218,17 @@ TEST_F(HistoryFault, AFullOneTakesNoChange) {
 
 // ---- Limits ----
 
-// A process's number of descriptors, for the time that the object lives: none more than there are.
-class CNoDescriptors {
+// A process gets no descriptors of this number and above, as long as the object lives.
+class CDescriptorLimit {
 public:
-    explicit CNoDescriptors(pid_t process) : m_process(process) {
+    CDescriptorLimit(pid_t process, rlim_t number) : m_process(process) {
         EXPECT_EQ(0, prlimit(m_process, RLIMIT_NOFILE, nullptr, &m_before));
-        const rlimit none{3, m_before.rlim_max};
-        EXPECT_EQ(0, prlimit(m_process, RLIMIT_NOFILE, &none, nullptr));
+        const rlimit limit{number, m_before.rlim_max};
+        EXPECT_EQ(0, prlimit(m_process, RLIMIT_NOFILE, &limit, nullptr));
     }
-    ~CNoDescriptors() { prlimit(m_process, RLIMIT_NOFILE, &m_before, nullptr); }
-    CNoDescriptors(const CNoDescriptors&) = delete;
-    CNoDescriptors& operator=(const CNoDescriptors&) = delete;
+    ~CDescriptorLimit() { prlimit(m_process, RLIMIT_NOFILE, &m_before, nullptr); }
+    CDescriptorLimit(const CDescriptorLimit&) = delete;
+    CDescriptorLimit& operator=(const CDescriptorLimit&) = delete;
 
 private:
     pid_t m_process;
@@ -250,7 +240,7 @@ TEST_F(DaemonFault, AFrontEndWithoutDescriptorsGoesOn) {
     EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
     std::unique_ptr<CClient> waiting;
     {
-        const CNoDescriptors none(m_server.FrontEnd().Id());
+        const CDescriptorLimit none(m_server.FrontEnd().Id(), 3);
         EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "with what it has";
         m_server.Providerd().Signal(SIGKILL);
         m_server.Providerd().AwaitExit();
@@ -268,11 +258,25 @@ TEST_F(DaemonFault, AProviderdWithoutDescriptorsGoesOn) {
     CClient client = m_server.Connect();
     EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
     {
-        const CNoDescriptors none(m_server.Providerd().Id());
+        const CDescriptorLimit none(m_server.Providerd().Id(), 3);
         EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "with what it has";
         KillWorker();
         EXPECT_EQ("error 1: The server failed. Its log says why.", Ask(&client, GetParameter()));
         EXPECT_NE("", m_server.Providerd().AwaitLogged("No worker can be started"));
+    }
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(DaemonFault, ConnectionsLeaveNoDescriptorsBehind) {
+    constexpr rlim_t kFew = 48;
+    constexpr int kMany = 100;
+    const CDescriptorLimit frontEnd(m_server.FrontEnd().Id(), kFew);
+    const CDescriptorLimit providerd(m_server.Providerd().Id(), kFew);
+    for (int i = 0; i < kMany; ++i) {
+        m_server.Connect().Send(Bytes(requests::GetClass())); // and gone
+        CClient client = m_server.Connect(CClient::Kind::Http);
+        client.Send(Bytes(requests::GetClass()));
+        EXPECT_EQ(0U, client.Answer().find("HTTP/1.1 200 ")) << i;
     }
     changes::ExpectUsable(m_server);
 }

@@ -2,13 +2,15 @@
 
 #include "KzmPaths.h"
 #include "tests/support/SampleConf.h"
+#include "tests/system/server/whole/CGate.h"
 #include "tests/system/server/whole/Changes.h"
 #include "tests/system/server/whole/Conversation.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <mutex>
+#include <chrono>
+#include <future>
 #include <set>
 #include <thread>
 
@@ -97,6 +99,43 @@ TEST(Together, EachChangeIsInTheHistory) {
     }
     EXPECT_EQ(kChanges + 1U, states.size()) << "one for each, and that of before";
     EXPECT_EQ(1U, states.count(CTestRoot::kAlertConfig));
+}
+
+// ---- With loggerctl ----
+
+TEST(Together, LoggerctlShowsAndTakesBackAChange) {
+    CWholeServer server;
+    CClient client = server.Connect();
+    EXPECT_EQ("returned 0", Ask(&client, SetParameter(ChangedConf())));
+    const CProgram::Result listed = CProgram({"history"}).Run();
+    for (const char* part : {"SetParameter by a management client", "changer", "127.0.0.1"}) {
+        EXPECT_NE(string::npos, listed.m_sOutput.find(part)) << listed.m_sOutput;
+    }
+    const CProgram::Result restored = CProgram({"restore"}).Run();
+    EXPECT_EQ(0, restored.m_iExitCode) << restored.m_sError;
+    changes::ExpectUntouchedFiles();
+    changes::ExpectUsable(server);
+}
+
+TEST(Together, NeitherLoggerctlNorAClientLosesAChange) {
+    CWholeServer server;
+    CClient client = server.Connect();
+    const CGate gate;
+    client.Send(Bytes(SetParameter(ChangedConf())));
+    gate.Await();
+    SetVendorScript("");
+    auto tool = std::async(std::launch::async, [] {
+        return CProgram({"set", "memory.threshold=53"}).Run();
+    });
+    EXPECT_EQ(std::future_status::timeout, tool.wait_for(std::chrono::milliseconds(200)))
+        << "it did not wait";
+    gate.Open();
+    EXPECT_EQ("returned 0", OutcomeOf(client.Answer()));
+    const CProgram::Result set = tool.get();
+    EXPECT_EQ(0, set.m_iExitCode) << set.m_sError;
+    EXPECT_EQ(ChangedAgent(), ReadFile(KzmPaths::kAgentConfig));
+    EXPECT_EQ(Replace(ChangedAlert(), "30, 3, 85", "30, 3, 53"), ReadFile(KzmPaths::kAlertConfig));
+    EXPECT_EQ(2U, changes::Kept().size());
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 #include "tests/system/server/Phases.h"
 #include "tests/system/server/whole/Changes.h"
 #include "tests/system/server/whole/Conversation.h"
-#include "tests/unit/providerd/CFifo.h"
 
 #include <gtest/gtest.h>
 
@@ -56,14 +55,13 @@ TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
     if (!isOrdinary && !IsWholeRun()) {
         GTEST_SKIP() << "ten seconds for each of these are for a whole run";
     }
-    const CFifo fifo;
     CWholeServer server(string(CDoor::kConfiguration) + "CallTimeoutSeconds=10\n");
-    DoOnceInPhase(GetParam(), ": < " + fifo.Path());
+    DoOnceInPhase(GetParam(), Hanging());
     CClient client = server.Connect();
     client.Send(Bytes(CallIn(GetParam())));
     ASSERT_NE("", server.Providerd().AwaitLogged("took longer than 10000 ms"));
     EXPECT_EQ(kTooLong, OutcomeOf(client.Answer()));
-    fifo.AwaitAbandonment();
+    AwaitEndOfHanging();
     ExpectStoppedThere(&server);
 }
 
