@@ -83,7 +83,7 @@ TABLE = {
     "loggerctl/record/": [UNITS, FILES, SET, GET],
     "loggerctl/agent/CInterruptGuard.cpp": [SIGNALS, SET_LONG, RESTORE, STATE],
     "loggerctl/agent/": [UNITS, FILES, GET, STATE, SET, RESTORE, SET_LONG],
-    "loggerctl/commands/RestoreCommand.cpp": [RESTORE, KILLED_RESTORE, SET, SET_LONG, STATE, TEXTS,
+    "loggerctl/commands/RestoreCommand.cpp": [RESTORE, SET, SET_LONG, KILLED_RESTORE, STATE, TEXTS,
                                               GET],
     "loggerctl/commands/SetCommand.cpp": [SET, SET_LONG, PRINTED, TEXTS, GET, STATE],
     "loggerctl/commands/ServiceCommand.cpp": [STATE, SET, SET_LONG, TEXTS, GET],
