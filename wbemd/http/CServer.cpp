@@ -2,7 +2,7 @@
 
 #include "serverbase/ServiceManager.h"
 #include "wbemd/http/CListener.h"
-#include "wbemd/http/CSession.h"
+#include "wbemd/http/CSessionSteps.h"
 
 #include <algorithm>
 #include <csignal>

@@ -197,18 +197,20 @@ TEST_F(ConnectionTest, EndsAConnectionThatIsIdleAfterAnAnswer) {
 }
 
 TEST_F(ConnectionTest, TheTimeThatACheckOrACallTakesIsNotTheClients) {
+    constexpr std::chrono::milliseconds kLong(300); // longer than a request may take
     const CServerProcess server(kShortTimes);
     CClient client(server.HttpPort());
     m_providerd.HoldChecks();
-    m_providerd.HoldCalls();
-    client.Send(Head("Content-Length: 6\r\n"));
+    client.Send(Head("Content-Length: 6\r\nExpect: 100-continue\r\n"));
     m_providerd.AwaitAsked(1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // longer than a request may take
+    std::this_thread::sleep_for(kLong);
     m_providerd.Release();
+    EXPECT_EQ(client.Answer(), kContinued);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the client's own time
     m_providerd.HoldCalls();
     client.Send("call x");
     m_providerd.AwaitAsked(2);
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    std::this_thread::sleep_for(kLong);
     m_providerd.Release();
     EXPECT_NE(client.Answer().find("17 result=0 value=0 x"), string::npos);
 }

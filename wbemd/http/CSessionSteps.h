@@ -1,0 +1,357 @@
+#pragma once
+
+// The steps of CSession, in the order of a request.
+
+#include "wbemd/http/CSession.h"
+
+#include <algorithm>
+#include <ctime>
+#include <exception>
+#include <string>
+#include <utility>
+#include <variant>
+
+namespace wbemd {
+
+inline void CSession::Serve() {
+    if (!m_transport.HasTls()) {
+        NextRequest();
+        return;
+    }
+    CutAfter(m_shared.m_settings.m_handshakeTime);
+    m_transport.Handshake([self = shared_from_this()](const ErrorCode& error) {
+        if (!error) {
+            self->NextRequest();
+        }
+    });
+}
+
+inline void CSession::NextRequest() {
+    m_plan = {};
+    m_looked = 0;
+    m_sentContinue = false;
+    if (!m_input.empty()) {
+        BeginRequest();
+        return;
+    }
+    m_input.shrink_to_fit();
+    CutAfter(m_shared.m_settings.m_idleTime);
+    Read(kReadBytes, &CSession::BeginRequest);
+}
+
+inline void CSession::BeginRequest() {
+    m_requestEnd = Clock::now() + m_shared.m_settings.m_requestTime;
+    CutAt(m_requestEnd);
+    OnHeadBytes();
+}
+
+inline void CSession::OnHeadBytes() {
+    const CHeadExtent extent = FindHeadEnd(m_input, m_looked);
+    m_looked = m_input.size();
+    if (extent.m_state == CHeadExtent::State::Incomplete) {
+        Read(kReadBytes, &CSession::OnHeadBytes);
+        return;
+    }
+    m_isBegun = true;
+    ++m_shared.m_begun;
+    if (m_shared.m_stopping) {
+        Answer(Refusal(Status::Unavailable));
+    } else if (extent.m_state != CHeadExtent::State::Complete) {
+        const bool isTooLong = extent.m_state == CHeadExtent::State::TooLong;
+        Answer(Refusal(isTooLong ? Status::HeaderTooLarge : Status::BadRequest));
+    } else if (const auto head = ReadHead(std::string_view(m_input).substr(0, extent.m_length))) {
+        m_input.erase(0, extent.m_length);
+        OnHead(*head);
+    } else {
+        Answer(Refusal(static_cast<Status>(head.error())));
+    }
+}
+
+inline void CSession::OnHead(const CHttpHead& head) {
+    m_plan = PlanRequest(head, m_shared.m_settings.m_bodyBytes);
+    m_missing = m_plan.m_bodyBytes;
+    if (m_plan.m_refusal) {
+        Answer(std::move(*m_plan.m_refusal));
+    } else if (auto credentials = ReadCredentials(head)) {
+        m_head = RequestHeadOf(head);
+        m_credentials = std::move(*credentials);
+        AskForCredentials();
+    } else {
+        Answer(WrongCredentials());
+    }
+}
+
+// The time that the answer takes is not the client's.
+inline void CSession::AskForCredentials() {
+    CutNever();
+    m_shared.m_link.Ask(messages::Encode(messages::CCheckRequest{m_credentials, m_peer}),
+                        [self = shared_from_this(), asked = Clock::now()](const CReply& reply) {
+                            self->m_requestEnd += Clock::now() - asked;
+                            self->CutAt(self->m_requestEnd);
+                            self->OnCredentials(reply);
+                        });
+}
+
+inline void CSession::OnCredentials(const CReply& reply) {
+    const auto answer = reply.m_state == CReply::State::Answered
+                            ? messages::DecodeCheckAnswer(reply.m_payload)
+                            : std::nullopt;
+    if (!answer) {
+        Answer(Refusal(Status::Unavailable, kNoProviderd));
+    } else if (!answer->m_authenticated) {
+        Answer(WrongCredentials());
+    } else {
+        m_right = answer->m_right;
+        TakeBody();
+    }
+}
+
+inline void CSession::TakeBody() {
+    if (m_shared.m_bodyBytes + m_missing > m_shared.m_settings.m_bodyMemoryBytes) {
+        Answer(Refusal(Status::Unavailable));
+        return;
+    }
+    m_bodyShare = m_missing;
+    m_shared.m_bodyBytes += m_bodyShare;
+    m_body.reserve(m_missing);
+    if (m_plan.m_expectsContinue) {
+        SendContinue();
+    } else {
+        ReadBody();
+    }
+}
+
+inline void CSession::SendContinue() {
+    m_sentContinue = true;
+    m_output = kContinue;
+    Write(&m_output, &CSession::ReadBody);
+}
+
+inline void CSession::ReadBody() {
+    CutAt(m_requestEnd);
+    const std::size_t count = std::min(m_missing, m_input.size());
+    m_body.append(m_input, 0, count);
+    m_input.erase(0, count);
+    m_missing -= count;
+    if (m_missing != 0) {
+        Read(std::min(m_missing, kBodyReadBytes), &CSession::ReadBody);
+    } else {
+        Decide();
+    }
+}
+
+inline void CSession::Decide() {
+    CutNever();
+    Compute(
+        m_body.size(),
+        [this] { return Decision(m_shared.m_operations.Answer(m_head, m_body, m_right)); },
+        [this](Decision decision) { OnDecision(std::move(decision)); });
+}
+
+inline void CSession::OnDecision(Decision decision) {
+    std::string().swap(m_body);
+    m_shared.m_bodyBytes -= std::exchange(m_bodyShare, 0);
+    if (auto* const answer = std::get_if<CHttpAnswer>(&decision)) {
+        Answer(std::move(*answer));
+    } else {
+        m_call = std::move(std::get<CPendingCall>(decision));
+        Call();
+    }
+}
+
+inline void CSession::Call() {
+    messages::CCallRequest request;
+    request.m_credentials = std::move(m_credentials);
+    request.m_peer = m_peer;
+    request.m_method = m_call.m_method;
+    request.m_inParameters = std::move(m_call.m_inParameters);
+    m_shared.m_link.Ask(
+        messages::Encode(request),
+        [self = shared_from_this()](const CReply& reply) { self->OnCalled(reply); });
+}
+
+inline void CSession::OnCalled(const CReply& reply) {
+    if (reply.m_state == CReply::State::Unreachable) {
+        Answer(Refusal(Status::Unavailable, kNoProviderd));
+        return;
+    }
+    std::optional<messages::CCallAnswer> answer;
+    if (reply.m_state == CReply::State::Answered) {
+        answer = messages::DecodeCallAnswer(reply.m_payload);
+    }
+    if (!answer) {
+        answer.emplace();
+        answer->m_result = messages::CallResult::Died;
+    }
+    const std::size_t bytes = answer->m_outParameters.size();
+    Compute(
+        bytes,
+        [this, given = std::move(*answer)] { return m_shared.m_operations.Finish(m_call, given); },
+        [this](CHttpAnswer finished) { Answer(std::move(finished)); });
+}
+
+// Computes what short texts ask for at once, and has the worker compute the rest, so that nobody
+// waits for the loop. The session touches nothing meanwhile.
+template <class Work, class Then>
+void CSession::Compute(std::size_t bytes, Work work, Then then) {
+    if (bytes <= kLongBytes) {
+        then(OrRefusal(work));
+        return;
+    }
+    asio::post(m_shared.m_worker, [self = shared_from_this(), work = std::move(work),
+                                   then = std::move(then)]() mutable {
+        auto& io = self->m_shared.m_io;
+        auto result = OrRefusal(work);
+        // The session must end on the loop's thread.
+        asio::post(io, [self = std::move(self), then = std::move(then),
+                        result = std::move(result)]() mutable { then(std::move(result)); });
+    });
+}
+
+template <class Work>
+std::invoke_result_t<Work> CSession::OrRefusal(const Work& work) {
+    try {
+        return work();
+    } catch (const std::exception&) {
+        return Refusal(Status::Unavailable, kNoAnswer);
+    }
+}
+
+inline void CSession::Answer(CHttpAnswer answer) {
+    // Without 100 the client may leave out the body: where the next request begins is unknown.
+    const bool isEndKnown = m_missing == 0 || !m_plan.m_expectsContinue || m_sentContinue;
+    m_keepOpen = answer.m_keepOpen && m_plan.m_keepOpen && isEndKnown && !m_shared.m_stopping;
+    m_output = WriteHead(answer, m_keepOpen, std::time(nullptr));
+    if (answer.m_body.size() <= kLongBytes) {
+        m_output += answer.m_body;
+    } else {
+        m_outputBody = std::move(answer.m_body);
+    }
+    CutAfter(m_shared.m_settings.m_answerTime);
+    Write(&m_output, &CSession::WriteBody);
+}
+
+inline void CSession::WriteBody() {
+    Write(&m_outputBody, &CSession::AfterAnswer);
+}
+
+inline void CSession::Write(std::string* text, void (CSession::*then)()) {
+    if (m_written == text->size()) {
+        m_written = 0;
+        text->clear();
+        (this->*then)();
+        return;
+    }
+    m_untaken = m_transport.Untaken();
+    m_transport.WriteSome(
+        asio::buffer(text->data() + m_written, text->size() - m_written),
+        [self = shared_from_this(), text, then](const ErrorCode& error, std::size_t count) {
+            if (!error) {
+                self->m_written += count;
+                self->CutAfter(self->m_shared.m_settings.m_answerTime);
+                self->Write(text, then);
+            }
+        });
+}
+
+inline void CSession::AfterAnswer() {
+    m_outputBody.shrink_to_fit();
+    if (!m_keepOpen) {
+        SayGoodbye();
+        return;
+    }
+    EndRequest();
+    CutAt(m_requestEnd);
+    SkipBody();
+}
+
+// What is left of a body that nobody wants.
+inline void CSession::SkipBody() {
+    const std::size_t count = std::min(m_missing, m_input.size());
+    m_input.erase(0, count);
+    m_missing -= count;
+    if (m_missing != 0) {
+        Read(std::min(m_missing, kBodyReadBytes), &CSession::SkipBody);
+    } else {
+        NextRequest();
+    }
+}
+
+inline void CSession::EndRequest() {
+    m_shared.m_bodyBytes -= std::exchange(m_bodyShare, 0);
+    if (std::exchange(m_isBegun, false)) {
+        m_shared.EndRequest();
+    }
+}
+
+inline void CSession::SayGoodbye() {
+    CutAfter(kGoodbyeTime);
+    if (m_transport.HasTls()) {
+        m_transport.EndTls([self = shared_from_this()](const ErrorCode&) { self->Linger(); });
+    } else {
+        Linger();
+    }
+}
+
+// A connection that is closed while the client still sends is reset, and the answer may be lost.
+inline void CSession::Linger() {
+    m_transport.EndSending();
+    m_input.resize(kReadBytes);
+    m_transport.ReadRest(asio::buffer(m_input),
+                         [self = shared_from_this()](const ErrorCode& error, std::size_t) {
+                             if (!error) {
+                                 self->Linger();
+                             }
+                         });
+}
+
+inline void CSession::Read(std::size_t bytes, void (CSession::*then)()) {
+    const std::size_t known = m_input.size();
+    m_input.resize(known + bytes);
+    m_transport.ReadSome(
+        asio::buffer(&m_input[known], bytes),
+        [self = shared_from_this(), known, then](const ErrorCode& error, std::size_t count) {
+            self->m_input.resize(known + count);
+            if (!error) {
+                ((*self).*then)();
+            }
+        });
+}
+
+inline void CSession::CutAt(Clock::time_point time) {
+    m_cutTime = time;
+    if (time < m_timerTime) {
+        StartTimer();
+    }
+}
+
+// A time that is put off costs nothing: the timer finds out when it gets there.
+inline void CSession::StartTimer() {
+    m_timerTime = m_cutTime;
+    m_timer.expires_at(m_timerTime);
+    m_timer.async_wait([weak = weak_from_this()](const ErrorCode& error) {
+        const std::shared_ptr<CSession> self = weak.lock();
+        if (error || !self) {
+            return;
+        }
+        self->m_timerTime = Clock::time_point::max();
+        if (Clock::now() < self->m_cutTime) {
+            self->CutAt(self->m_cutTime);
+        } else {
+            self->OnCutTime();
+        }
+    });
+}
+
+// A client that is slow frees room for more of its answer only now and then, and is not cut.
+inline void CSession::OnCutTime() {
+    const int untaken = m_output.empty() && m_outputBody.empty() ? 0 : m_transport.Untaken();
+    if (untaken < m_untaken && untaken != 0) {
+        m_untaken = untaken;
+        CutAfter(m_shared.m_settings.m_answerTime);
+    } else {
+        m_transport.Cut();
+    }
+}
+
+} // namespace wbemd
