@@ -6,5 +6,5 @@ cd "$(dirname "$0")/.."
 build=$1
 git ls-files -z -- 'platform/*.cpp' 'settings/*.cpp' 'configfile/*.cpp' 'provider/*.cpp' \
     'host/*.cpp' 'schema/*.cpp' 'history/*.cpp' 'loggerctl/*.cpp' \
-    'serverbase/*.cpp' 'providerd/*.cpp' |
+    'serverbase/*.cpp' 'providerd/*.cpp' 'wbemd/*.cpp' |
     xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet --warnings-as-errors='*' -p "$build" 2>/dev/null

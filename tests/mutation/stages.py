@@ -46,10 +46,15 @@ STATE = Stage("loggerctl_state_test", SYSTEM, "-*Restore*:At/*")
 TEXTS = Stage("loggerctl_texts_test", SYSTEM, "-*/zsh")
 ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
+SERVER_BASE = Stage("serverbase_tests", "unit/serverbase")
+DOOR = Stage("providerd_door_tests", "unit/providerd/door")
+OPERATIONS = Stage("wbemd_operations_tests", "unit/wbemd/operations")
 QUEUE = Stage("call_queue_test", "unit/providerd")
+DOOR_DAEMON = Stage("providerd_door_test", "system/door")
 WORKER = Stage("worker_system_test", "system/server")
 HTTP = Stage("wbemd_http_tests", "unit/wbemd/http")
 SERVED = Stage("server_http_test", "system/server/http")
+WHOLE = Stage("server_whole_test", "system/server/whole")
 
 THREADS = Stage("thread_tests", "load")
 PLACES = Stage("security_test", "security")
@@ -70,13 +75,15 @@ TABLE = {
     "host/": [HOST, FILES, GET],
     "schema/": [HOST],
     "history/": [HISTORY, KILLED_HISTORY, RESTORE, KILLED_RESTORE],
+    "serverbase/": [SERVER_BASE, DOOR, QUEUE, HTTP, DOOR_DAEMON, SERVED],
+    "providerd/door/": [DOOR, DOOR_DAEMON, WHOLE],
     "providerd/": [QUEUE, WORKER],
     "loggerctl/output/CProgressLine.cpp": [PROGRESS, OUTPUT, GET],
     "loggerctl/output/": [OUTPUT, UNITS, GET, PRINTED, SET],
     "loggerctl/record/": [UNITS, FILES, SET, GET],
     "loggerctl/agent/CInterruptGuard.cpp": [SIGNALS, SET_LONG, RESTORE, STATE],
     "loggerctl/agent/": [UNITS, FILES, GET, STATE, SET, RESTORE, SET_LONG],
-    "loggerctl/commands/RestoreCommand.cpp": [RESTORE, KILLED_RESTORE, SET, SET_LONG, STATE, TEXTS,
+    "loggerctl/commands/RestoreCommand.cpp": [RESTORE, SET, SET_LONG, KILLED_RESTORE, STATE, TEXTS,
                                               GET],
     "loggerctl/commands/SetCommand.cpp": [SET, SET_LONG, PRINTED, TEXTS, GET, STATE],
     "loggerctl/commands/ServiceCommand.cpp": [STATE, SET, SET_LONG, TEXTS, GET],
@@ -84,6 +91,7 @@ TABLE = {
     "loggerctl/commands/HostState.cpp": [FILES, SET, RESTORE, SET_LONG],
     "loggerctl/commands/CommandLine.cpp": [TEXTS, GET, SET, STATE, RESTORE, SET_LONG, ZSH],
     "wbemd/http/": [HTTP, SERVED],
+    "wbemd/": [OPERATIONS, WHOLE],
     "loggerctl/": [UNITS, GET, TEXTS, SET],
 }
 

@@ -116,6 +116,7 @@ TEST_F(Format, OfRestoreAndHistory) {
     const Json planned = Document({"restore", "--dry-run"}, 0);
     EXPECT_EQ(planned.at("changed"), true);
     EXPECT_EQ(planned.at("restored"), id);
+    EXPECT_EQ(planned.at("history_id"), Json());
     EXPECT_NE(planned.at("difference").get<std::string>().find("\n+CPU=(True, 60, 5, 90)\n"),
               std::string::npos);
     EXPECT_EQ(ReadFile(KzmPaths::kAlertConfig), ChangedAlert());
@@ -123,9 +124,12 @@ TEST_F(Format, OfRestoreAndHistory) {
     EXPECT_EQ(restored.at("changed"), true);
     EXPECT_EQ(restored.at("restored"), id);
     EXPECT_EQ(restored.at("service_restarted"), true);
+    EXPECT_EQ(restored.at("history_id"), SampleHistory::Names().back());
     EXPECT_EQ(ReadFile(KzmPaths::kAlertConfig), CTestRoot::kAlertConfig);
     const Json again = Document({"restore", id}, 0);
     EXPECT_EQ(again.at("changed"), false);
+    EXPECT_EQ(again.at("history_id"), Json());
+    EXPECT_EQ(Document({"restore", "--dry-run", id}, 0).at("changed"), false);
     const Json history = Document({"history"}, 0);
     ASSERT_EQ(history.size(), 2U);
     EXPECT_EQ(history[1].at("Id"), id);

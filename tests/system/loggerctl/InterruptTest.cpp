@@ -12,6 +12,7 @@
 #include "tests/system/loggerctl/SetSupport.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,6 +25,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using Json = nlohmann::json;
 using Words = CProgram::Words;
 using Clock = std::chrono::steady_clock;
 
@@ -153,6 +155,27 @@ INSTANTIATE_TEST_SUITE_P(Twice, InterruptTwice, testing::ValuesIn(kTwiceRows), [
     name[name.find_first_of('-') == std::string::npos ? 0 : name.find('-')] = '_';
     return name;
 });
+
+// The stop may come to a good end although it was to be ended: then, too, nothing more is begun.
+TEST(InterruptTwiceOnly, DoesNotStartTheServiceAgain) {
+    const Words commands[] = {{"set", "cpu.threshold=95"}, {"restore", SampleHistory::kOlder}};
+    for (Words words : commands) {
+        SCOPED_TRACE(words.front());
+        const CTestRoot root;
+        SampleHistory::Add(SampleHistory::kOlder, "x", SampleHistory::kAgentConfig,
+                           SampleHistory::kAlertConfig);
+        RunAt("ServiceStop", "trap 'exit 0' TERM; kill -INT $host; sleep 0.6; kill -INT $host; "
+                             "sleep 20 & wait");
+        words.insert(words.begin(), "--format=json");
+        const CProgram::Result result = CProgram(words).Run();
+        EXPECT_EQ(result.m_iExitCode, 4);
+        EXPECT_EQ(root.VendorCalls().back(), "ServiceStop");
+        const Json error = Json::parse(result.m_sOutput).at("error");
+        EXPECT_EQ(error.at("stage"), "given-up");
+        EXPECT_EQ(error.at("host_state").at("service"), "stopped");
+        EXPECT_EQ(error.at("host_state").at("files"), "changed");
+    }
+}
 
 // The mount command is nobody's service command: it cannot be waited for without end.
 TEST(InterruptTwiceOnly, EndsAChangeThatHangs) {

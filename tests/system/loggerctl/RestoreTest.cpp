@@ -115,6 +115,15 @@ TEST_F(RestoreCommand, GivesTheFilesTheirModeAndOwner) {
     EXPECT_EQ(status.st_gid, wanted.st_gid);
 }
 
+// Who watches a file by its time sees that it changed, however old the copy is.
+TEST_F(RestoreCommand, GivesTheFilesTheTimeOfTheRestore) {
+    const std::string copy = Path(std::string(kOlder) + "/agent.cfg");
+    const auto old = fs::last_write_time(copy) - std::chrono::hours(1);
+    fs::last_write_time(copy, old);
+    EXPECT_EQ(Restore({kOlder}).m_iExitCode, 0);
+    EXPECT_GT(fs::last_write_time(KzmPaths::kAgentConfig), old + std::chrono::minutes(30));
+}
+
 TEST_F(RestoreCommand, DoesNothingWhenNothingDiffers) {
     Restore({kOlder});
     const std::vector<std::string> names = Names();

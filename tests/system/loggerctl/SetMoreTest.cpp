@@ -214,6 +214,7 @@ TEST_F(SetMore, SaysWhenThereIsNothingToChangeButTheServiceIsDown) {
     EXPECT_EQ(RunSet({"cpu.threshold=90"}).m_sOutput,
               "No changes.\nThe agent's service is not running. To start it:  loggerctl service "
               "start\n");
+    EXPECT_EQ(RunSet({"cpu.threshold=90", "--dry-run"}).m_sOutput, "No changes.\n");
     SetVendorCommand("ServiceStatus", "/bin/true");
     EXPECT_EQ(RunSet({"cpu.threshold=90"}).m_sOutput, "No changes.\n");
 }
