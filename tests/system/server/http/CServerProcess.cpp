@@ -39,7 +39,7 @@ void CServerProcess::AwaitPort(const string& kind) {
 }
 
 string CServerProcess::AwaitLine(const string& text) {
-    const string line = m_daemon->AwaitLogged(text);
+    string line = m_daemon->AwaitLogged(text);
     EXPECT_NE(line, "") << "no line \"" << text << "\" in\n" << m_daemon->Log();
     return line;
 }

@@ -284,10 +284,12 @@ TEST_F(DaemonFault, ConnectionsLeaveNoDescriptorsBehind) {
 TEST(FullQueue, RefusesOneAndServesTheRest) {
     CWholeServer server(string(CDoor::kConfiguration) + "WaitingCalls=1\n");
     std::vector<CClient> clients;
+    clients.reserve(3);
     for (int i = 0; i < 3; ++i) {
         clients.push_back(server.Connect());
     }
     std::vector<string> outcomes;
+    outcomes.reserve(clients.size());
     {
         const CGate gate;
         clients[0].Send(Bytes(SetParameter(ChangedConf())));

@@ -21,6 +21,7 @@ namespace {
 
 constexpr int kClients = 16;
 constexpr int kRounds = 2;
+constexpr std::size_t kCallsOfOne = 2 * kRounds;
 constexpr int kFirstThreshold = 10;
 
 // Of one client in one round; of no other.
@@ -56,6 +57,7 @@ TEST(Together, SixteenClientsAreAllAnswered) {
     CWholeServer server;
     std::vector<std::vector<string>> outcomes(kClients);
     std::vector<std::thread> clients;
+    clients.reserve(kClients);
     for (int client = 0; client < kClients; ++client) {
         clients.emplace_back(CallBoth, std::cref(server), client,
                              &outcomes[static_cast<std::size_t>(client)]);
@@ -64,7 +66,7 @@ TEST(Together, SixteenClientsAreAllAnswered) {
         client.join();
     }
     for (const auto& ofOne : outcomes) {
-        EXPECT_EQ(changes::Texts(2 * kRounds, "returned 0"), ofOne);
+        EXPECT_EQ(changes::Texts(kCallsOfOne, "returned 0"), ofOne);
     }
     ExpectFilesOfOneChange();
     EXPECT_EQ(history::kKept, changes::Kept().size()) << "fewer than there were changes";
@@ -80,6 +82,7 @@ TEST(Together, EachChangeIsInTheHistory) {
     CWholeServer server;
     constexpr int kChanges = 16;
     std::vector<std::thread> clients;
+    clients.reserve(kChanges);
     std::vector<string> outcomes(kChanges);
     for (int client = 0; client < kChanges; ++client) {
         clients.emplace_back([&server, &outcomes, client] {

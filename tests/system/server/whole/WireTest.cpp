@@ -53,7 +53,9 @@ TEST_F(Wire, BothMethodsAreCalledByHttpsAndHttp) {
         m_server.Root().SetAgentConfig(CTestRoot::kAgentConfig);
         m_server.Root().SetAlertConfig(CTestRoot::kAlertConfig);
         const string get = Bytes(GetParameter());
-        client.Send(get + Bytes(SetParameter(ChangedConf())) + get);
+        client.Send(get);
+        client.Send(Bytes(SetParameter(ChangedConf())));
+        client.Send(get);
         const string before = client.Answer();
         EXPECT_EQ(Returned("SetParameter", ""), client.Answer());
         const string after = client.Answer();
