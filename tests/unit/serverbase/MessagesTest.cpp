@@ -117,6 +117,9 @@ TEST(Messages, LimitsAreExact) {
     EXPECT_FALSE(isRead(Encode(CCheckRequest{{text, text + "x"}, peer})));
     EXPECT_FALSE(isRead(Encode(CCheckRequest{{text, text}, peer + "x"})));
     EXPECT_TRUE(isRead(Encode(CCallRequest{{text, text}, peer, method, object})));
+    EXPECT_FALSE(isRead(Encode(CCallRequest{{text + "x", text}, peer, method, object})));
+    EXPECT_FALSE(isRead(Encode(CCallRequest{{text, text + "x"}, peer, method, object})));
+    EXPECT_FALSE(isRead(Encode(CCallRequest{{text, text}, peer + "x", method, ""})));
     EXPECT_FALSE(isRead(Encode(CCallRequest{{text, text}, peer, method + "x", object})));
     EXPECT_FALSE(isRead(Encode(CCallRequest{{text, text}, peer, method, object + "x"})));
 }

@@ -160,6 +160,15 @@ IWbemClassObject Nested(std::size_t depth) {
     return object;
 }
 
+// As nobody writes it who writes objects.
+string NestedText(std::size_t depth) {
+    string text = Object("C", 0, "");
+    for (std::size_t i = 1; i < depth; ++i) {
+        text = Object("C", 1, Property("o", 5, text));
+    }
+    return text;
+}
+
 IWbemClassObject Wide(std::size_t properties) {
     IWbemClassObject object("C");
     for (std::size_t i = 0; i < properties; ++i) {
@@ -179,6 +188,8 @@ TEST(ObjectText, LimitsAreExact) {
     const auto isRead = [](const string& text) { return DecodeObject(text) != nullptr; };
     EXPECT_TRUE(isRead(EncodeObject(Nested(kObjectDepth))));
     EXPECT_FALSE(isRead(EncodeObject(Nested(kObjectDepth + 1))));
+    EXPECT_TRUE(isRead(NestedText(kObjectDepth)));
+    EXPECT_FALSE(isRead(NestedText(kObjectDepth + 1)));
     EXPECT_TRUE(isRead(EncodeObject(Wide(kObjectProperties))));
     EXPECT_FALSE(isRead(EncodeObject(Wide(kObjectProperties + 1))));
     EXPECT_TRUE(isRead(Many(kObjectCount)));

@@ -2,6 +2,7 @@
 // be written; descriptors that are used up.
 
 #include "KzmPaths.h"
+#include "history/CDescriptor.h"
 #include "tests/support/SampleConf.h"
 #include "tests/system/server/CSubreaper.h"
 #include "tests/system/server/Phases.h"
@@ -12,9 +13,12 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -25,6 +29,8 @@ using namespace conversation;
 using std::string;
 
 namespace {
+
+constexpr int kPatience = 20000; // milliseconds
 
 const char* const kAway = "503: The daemon that calls the provider cannot be reached. Try again "
                           "later.\n";
@@ -51,7 +57,8 @@ protected:
                                                 "operation=\"SetParameter\" ");
     }
 
-    // Between two calls. The worker is the daemon's only child, of whichever thread.
+    // Between two calls. The worker is the daemon's only child, of whichever thread. It has gone,
+    // its connection with it, when this returns.
     void KillWorker() {
         pid_t worker = 0;
         const string daemon = "/proc/" + std::to_string(m_server.Providerd().Id());
@@ -61,7 +68,10 @@ protected:
             worker = children >> child ? child : worker;
         }
         ASSERT_GT(worker, 0);
+        const history::CDescriptor ended(static_cast<int>(syscall(SYS_pidfd_open, worker, 0)));
         kill(worker, SIGKILL);
+        pollfd polled{ended.Get(), POLLIN, 0};
+        EXPECT_EQ(1, poll(&polled, 1, kPatience));
     }
 
     CWholeServer m_server;
