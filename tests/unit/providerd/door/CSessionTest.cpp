@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <regex>
 
 using history::CDescriptor;
 using messages::CallResult;
@@ -130,6 +131,25 @@ TEST_F(Session, ChecksEveryRequestByItself) {
     EXPECT_EQ(Call("", "", "SetParameter"),
               PayloadOf(Encode(messages::CCallAnswer{CallResult::WrongCredentials, 0, ""})));
     EXPECT_EQ(m_calls, std::vector<std::string>());
+}
+
+TEST_F(Session, WritesALineForEachCallAndEachRefusal) {
+    testing::internal::CaptureStderr();
+    Check("reader", "right");
+    Check("reader", "mistyped");
+    Call("changer", "right", "SetParameter");
+    Call("guest", "right", "GetParameter");
+    Call("changer", "mistyped", "SetParameter");
+    Call("locked", "right", "SetParameter");
+    const std::string logged = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(
+        std::regex_replace(logged, std::regex(" ms=[0-9]+"), ""),
+        R"(user="reader" peer="192.0.2.1" operation="check" result="wrong credentials" reason="no such password"
+user="changer" peer="192.0.2.1" operation="SetParameter" result="done" return=0x80000003
+user="guest" peer="192.0.2.1" operation="GetParameter" result="not allowed"
+user="changer" peer="192.0.2.1" operation="SetParameter" result="wrong credentials" reason="no such password"
+user="locked" peer="192.0.2.1" operation="SetParameter" result="wrong credentials" reason="account is locked"
+)");
 }
 
 TEST_F(Session, HandsOnWhatTheQueueAnswers) {
