@@ -19,6 +19,7 @@ using std::string;
 namespace {
 
 constexpr int kPatience = 20000; // milliseconds
+constexpr int kTimeToEnd = 1000; // milliseconds
 constexpr int kFirstListener = 3;
 constexpr int kCannotExecute = 127;
 
@@ -63,7 +64,12 @@ CDaemonProcess::CDaemonProcess(const string& program, const Words& arguments,
 
 CDaemonProcess::~CDaemonProcess() {
     if (m_process > 0) {
-        Signal(SIGKILL);
+        // By itself where it can: at its end it counts what it reached.
+        Signal(SIGTERM);
+        pollfd polled{m_end, POLLIN, 0};
+        if (poll(&polled, 1, kTimeToEnd) == 0) {
+            Signal(SIGKILL);
+        }
         AwaitExit();
     }
     close(m_notify);
