@@ -61,8 +61,9 @@ GTEST_FILTER=$filter quietly "$build/coverage-tests.log" ctest --test-dir "$buil
 find "$build" -name '*.gcda' -size 0 -delete # of what did not run
 
 counts=$build/coverage.json
-# The provider's tests compile its sources themselves, those of the settings their headers.
-paths="$build/tests/unit/provider $build/tests/unit/settings"
+# The provider's tests compile its sources themselves, those of the settings their headers, and those
+# of the front end its main function.
+paths="$build/tests/unit/provider $build/tests/unit/settings $build/tests/system/server/http"
 for folder in $folders; do
     [ ! -d "$build/$folder" ] || paths="$paths $build/$folder"
 done
