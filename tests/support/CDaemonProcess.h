@@ -6,8 +6,8 @@
 #include <vector>
 
 // A daemon of this build as a process, with a service manager that hears what it tells. Its
-// environment is PATH, LC_ALL=C and what is given; what it prints counts as logged. Killed when this
-// object goes.
+// environment is PATH, LC_ALL=C and what is given; what it prints counts as logged. When this
+// object goes, it is told to end, and killed when it does not do so within a second.
 class CDaemonProcess {
 public:
     using Words = std::vector<std::string>;
