@@ -9,7 +9,6 @@ the settings show whether memory, descriptors and processes stay flat.
 """
 
 import base64
-import concurrent.futures
 import contextlib
 import getpass
 import http.client
@@ -24,6 +23,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import typing
 
 SOURCES = pathlib.Path(__file__).resolve().parent
 USER, PASSWORD = getpass.getuser(), "demonstration"
@@ -41,7 +41,7 @@ GET_PARAMETER = "GetParameter", f"root/cimv2:{CLASS}", ENVELOPE % (
     f'<METHODCALL NAME="GetParameter"><LOCALCLASSPATH>{NAMESPACE}<CLASSNAME NAME="{CLASS}"/>'
     "</LOCALCLASSPATH></METHODCALL>")
 SECONDS = 5
-IDLE_SECONDS = int(os.environ.get("IDLE", "60"))
+IDLE_SECONDS = 60
 LUA = """wrk.method = "POST"
 wrk.path = "/cimom"
 wrk.body = %s
@@ -51,11 +51,20 @@ wrk.headers["CIMMethod"] = %s
 wrk.headers["CIMObject"] = %s
 wrk.headers["Authorization"] = %s
 function done(summary, latency, requests)
-  io.write(string.format("RESULT %%d %%d %%d %%.3f\\n", summary.requests, summary.duration,
-           summary.errors.status + summary.errors.read + summary.errors.timeout,
-           latency:percentile(99) / 1000))
+  io.write(string.format("RESULT %%d %%d %%d %%.3f %%.3f %%.3f\\n", summary.requests,
+           summary.duration, summary.errors.status + summary.errors.read + summary.errors.timeout,
+           latency:percentile(50) / 1000, latency:percentile(99) / 1000, latency.max / 1000))
 end
 """
+
+
+class Load(typing.NamedTuple):
+    """Requests a second; the median, the 99th percentile and the longest, in milliseconds."""
+
+    rate: float
+    median: float
+    p99: float
+    longest: float
 
 
 class Server:
@@ -64,9 +73,13 @@ class Server:
     def __init__(self, build, file_systems):
         self.build = build
         self.root = build / "root"
-        self.direct = float(self._output(build / "bench/direct_call", str(file_systems), "40"))
+        # With the library that stands in front of PAM here: the mount command loads it, too.
+        self.direct = float(self._output("env", "LD_PRELOAD=libpam_wrapper.so",
+                                         build / "bench/direct_call", str(file_systems), "40"))
         subprocess.run(["cmake", "--install", build], check=True, stdout=subprocess.DEVNULL)
-        script = ('. "$1/server.sh"; server_layout "$2"; server_start "$2"; '
+        script = ('. "$1/server.sh"; server_layout "$2"; '
+                  'echo MaxConnectionsPerPeer=256 >>"$2/etc/opt/veltaro/kzm/wbemd.conf"; '
+                  'server_start "$2"; '
                   'echo "$server_port $server_plain_port $server_back $server_front"; '
                   "read -r _ || true; server_stop")
         path = f"{self.root}/opt/veltaro/kzm/bin:{os.environ['PATH']}"
@@ -141,7 +154,7 @@ def call(connection, request):
 
 
 def wrk(url, request, connections=1, seconds=SECONDS):
-    """Requests a second, and the 99th percentile in milliseconds."""
+    """What a load of one request brings."""
     with tempfile.NamedTemporaryFile("w", suffix=".lua") as script:
         method, what, body = map(json.dumps, request)
         script.write(LUA % (body, method, what, json.dumps(AUTHORIZATION)))
@@ -149,11 +162,10 @@ def wrk(url, request, connections=1, seconds=SECONDS):
         output = subprocess.run(["wrk", "-t1", f"-c{connections}", f"-d{seconds}s", "--latency",
                                  "-s", script.name, url], check=True, capture_output=True,
                                 text=True).stdout
-    requests, microseconds, errors, p99 = re.search(r"RESULT (\d+) (\d+) (\d+) ([\d.]+)",
-                                                    output).groups()
+    requests, microseconds, errors, *times = re.search(r"RESULT(( [\d.]+)+)", output)[1].split()
     if int(errors) or not int(requests):
         sys.exit(f"{url}: {errors} errors in {requests} requests")
-    return int(requests) / int(microseconds) * 1e6, float(p99)
+    return Load(int(requests) / int(microseconds) * 1e6, *map(float, times))
 
 
 def free_port():
@@ -186,11 +198,12 @@ def get_class(server):
         for _ in range(3):
             ours.append(wrk(f"http://127.0.0.1:{server.plain_port}", GET_CLASS))
             fixed.append(wrk(f"http://127.0.0.1:{port}", GET_CLASS))
-    rate = statistics.median(rate for rate, _ in ours)
+    rate = statistics.median(load.rate for load in ours)
     return [("GetClass a second, http, 1 client", rate, ">=", 7000),
             ("of fixed bytes by the same HTTP library",
-             rate / statistics.median(rate for rate, _ in fixed), ">=", 0.5),
-            ("GetClass, 99th percentile, ms", statistics.median(p99 for _, p99 in ours), "<=", 1)]
+             rate / statistics.median(load.rate for load in fixed), ">=", 0.5),
+            ("GetClass, 99th percentile, ms", statistics.median(load.p99 for load in ours),
+             "<=", 1)]
 
 
 def connections_of(port):
@@ -229,25 +242,13 @@ def median_call(server, rounds=40):
 
 def get_parameter(server):
     """GetParameter over HTTPS beside the direct call, alone and a hundred at once."""
-    one = median_call(server)
-
-    # 32 connections from one peer is the limit, so they come from several.
-    def client(number):
-        connection = server.connect(source=(f"127.0.0.{2 + number % 8}", 0))
-        connection.connect()
-        return connection
-
-    connections = [client(number) for number in range(100)]
-    with concurrent.futures.ThreadPoolExecutor(100) as pool:
-        list(pool.map(lambda connection: call(connection, GET_CLASS), connections))
-        begin = time.monotonic()
-        list(pool.map(lambda connection: call(connection, GET_PARAMETER), connections))
-        together = (time.monotonic() - begin) * 1000
-    for connection in connections:
-        connection.close()
-    return [("GetParameter over HTTPS at 20, ms above the direct call", one - server.direct,
-             "<=", 1),
-            ("100 clients at once, times one call", together / one, "<=", 4)]
+    url = f"https://127.0.0.1:{server.port}"
+    one = wrk(url, GET_PARAMETER)
+    hundred = wrk(url, GET_PARAMETER, connections=100)
+    return [("GetParameter over HTTPS at 20, ms above the direct call",
+             one.median - server.direct, "<=", 1),
+            ("100 clients at once, the longest times one call", hundred.longest / one.median,
+             "<=", 4)]
 
 
 def many_file_systems(build):
@@ -302,11 +303,11 @@ def flat(server):
     done = 0
     while done < 1_000_000:
         done += 20 * wrk(f"http://127.0.0.1:{server.plain_port}", GET_CLASS, connections=4,
-                         seconds=20)[0]
+                         seconds=20).rate
     done = 0
     while done < 100_000:
         done += 20 * wrk(f"http://127.0.0.1:{server.plain_port}", GET_PARAMETER, connections=16,
-                         seconds=20)[0]
+                         seconds=20).rate
     time.sleep(20)  # the connections of the load are closed by then
     after = server.resident(), server.descriptors(), len(server.processes())
     return [("memory grown by 1,100,000 requests, MB", after[0] - before[0], "<=", 5),
