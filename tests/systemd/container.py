@@ -1,10 +1,18 @@
-"""A small Debian with its own systemd, in a container, for tests of an installed product."""
+#!/usr/bin/env python3
+"""A small Debian with its own systemd, in a container, for tests of an installed product.
+
+Usage: container.py FOLDER
+
+Run by itself, makes the root of the container's system in FOLDER, unless it is there; this needs the
+network.
+"""
 
 import os
 import pathlib
 import shutil
 import signal
 import subprocess
+import sys
 import time
 
 PACKAGES = ("ca-certificates,dbus,libexpat1,libpam-modules,libpam-runtime,libssl3,libstdc++6,mount,"
@@ -15,6 +23,7 @@ def make_base(folder: pathlib.Path) -> None:
     """Makes the root of the container's system, unless it is there."""
     if folder.exists():
         return
+    folder.parent.mkdir(parents=True, exist_ok=True)
     unfinished = folder.with_suffix(".unfinished")
     shutil.rmtree(unfinished, ignore_errors=True)
     subprocess.run(["debootstrap", "--variant=minbase", f"--include={PACKAGES}", "bookworm",
@@ -100,3 +109,7 @@ class Container:
                 return value
             time.sleep(0.1)
         raise AssertionError(f"{what} did not come up; {self._log.name} says more")
+
+
+if __name__ == "__main__":
+    make_base(pathlib.Path(sys.argv[1]).resolve())

@@ -3,8 +3,8 @@
 
 Usage: systemd_test.py FOLDER PACKAGE...
 
-Works in FOLDER, where the container's system stays for the next run. Needs root, and a network
-namespace of its own: run through `unshare --net`.
+Works in FOLDER, where the container's system must stand in "base" (container.py makes it). Needs
+root, and a network namespace of its own: run through `unshare --net`.
 """
 
 import pathlib
@@ -43,7 +43,6 @@ class InstalledServer(unittest.TestCase):
     @classmethod
     def setUpClass(cls) -> None:
         subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
-        container.make_base(FOLDER / "base")
         cls.host = container.Container(FOLDER / "base", FOLDER / "host")
         cls.addClassCleanup(cls.host.end)
         cls._lay_out_agent()
@@ -233,5 +232,4 @@ class InstalledServer(unittest.TestCase):
 if __name__ == "__main__":
     FOLDER = pathlib.Path(sys.argv[1]).resolve()
     PACKAGES = [pathlib.Path(name).resolve() for name in sys.argv[2:]]
-    FOLDER.mkdir(parents=True, exist_ok=True)
     unittest.main(argv=sys.argv[:1], verbosity=2, failfast=True)
