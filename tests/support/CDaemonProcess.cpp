@@ -67,10 +67,12 @@ CDaemonProcess::~CDaemonProcess() {
         // By itself where it can: at its end it counts what it reached.
         Signal(SIGTERM);
         pollfd polled{m_end, POLLIN, 0};
-        if (poll(&polled, 1, kTimeToEnd) == 0) {
+        const bool isKilled = poll(&polled, 1, kTimeToEnd) == 0;
+        if (isKilled) {
             Signal(SIGKILL);
         }
-        AwaitExit();
+        const int status = AwaitExit();
+        EXPECT_TRUE(isKilled || status == 0) << "ended with " << status << "; log:\n" << Log();
     }
     close(m_notify);
     close(m_logReader);

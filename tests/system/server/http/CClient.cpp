@@ -161,10 +161,13 @@ void CClient::EndSending() {
 bool CClient::ReadMore() {
     constexpr std::size_t kSize = 65536;
     std::array<char, kSize> bytes{};
-    errno = 0;
-    const auto count = m_tls != nullptr
-                           ? SSL_read(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
-                           : recv(m_socket.Get(), bytes.data(), bytes.size(), 0);
+    ssize_t count = 0;
+    do { // a process that was stopped and goes on finds its reading interrupted
+        errno = 0;
+        count = m_tls != nullptr
+                    ? SSL_read(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
+                    : recv(m_socket.Get(), bytes.data(), bytes.size(), 0);
+    } while (count < 0 && errno == EINTR);
     EXPECT_FALSE(count < 0 && errno == EAGAIN) << "nothing came in time";
     if (count <= 0) {
         return false;
