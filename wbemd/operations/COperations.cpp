@@ -111,13 +111,8 @@ CHttpAnswer COperations::Finish(const CPendingCall& call,
     if (answer.m_result == messages::CallResult::WrongCredentials) {
         return WrongCredentials();
     }
-    try {
-        return ToAnswer({false, call.m_messageId, call.m_spelledMethod},
-                        WriteCallAnswer(m_parts->m_provider, call, answer));
-    } catch (const std::bad_alloc&) {
-        return NoMemoryAnswer("The call has ended, but the server is out of memory to tell how. "
-                              "Read the settings before anything else.");
-    }
+    return ToAnswer({false, call.m_messageId, call.m_spelledMethod},
+                    WriteCallAnswer(m_parts->m_provider, call, answer));
 }
 
 const CServedNamespace* COperations::Parts::FindNamespace(const std::string& name) const {
@@ -146,6 +141,11 @@ std::variant<CHttpAnswer, CPendingCall> COperations::Parts::Serve(const CCimRequ
     if (!call) {
         return CimAnswer(WriteError(answered, call.error()));
     }
+    call->m_withoutMemory = CimAnswer(
+        WriteError(answered, {CimCode::Failed,
+                              "The method was called, but the server is out of memory to "
+                              "tell how that went. Read the settings before anything else."}));
+    call->m_withoutMemory.m_keepOpen = false;
     return std::move(*call);
 }
 

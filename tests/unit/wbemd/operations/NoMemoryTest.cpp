@@ -71,17 +71,31 @@ TEST(NoMemory, ForACall) {
         kTryAgain);
 }
 
+// The answer was made before the call.
 TEST(NoMemory, ForTheEndOfACall) {
+    const CRequestText request = requests::Method("GetParameter", "");
+    const auto asked =
+        asking::Operations().Answer(request.m_head, request.m_body, messages::Right::Read);
+    const auto& call = std::get<wbemd::CPendingCall>(asked);
     IWbemClassObject output;
     output.Put("LoggerConf", samples::Settings());
     const messages::CCallAnswer answer = {messages::CallResult::Done, 0,
                                           messages::EncodeObject(output)};
+    const string withoutMemory = Text(call.m_withoutMemory);
+    EXPECT_NE(string::npos,
+              withoutMemory.find("<ERROR CODE=\"1\" DESCRIPTION=\"The method was called, but the "
+                                 "server is out of memory to tell how that went. Read the settings "
+                                 "before anything else.\">"))
+        << withoutMemory;
     ExpectNothingElse(
-        [&] {
-            return asking::Operations().Finish({"GetParameter", "", "1", "GetParameter"}, answer);
+        [&]() -> Outcome {
+            try {
+                return asking::Operations().Finish(call, answer);
+            } catch (const std::bad_alloc&) {
+                return call.m_withoutMemory;
+            }
         },
-        "503\nThe call has ended, but the server is out of memory to tell how. Read the settings "
-        "before anything else.\n");
+        withoutMemory);
 }
 
 } // namespace
