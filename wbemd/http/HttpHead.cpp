@@ -145,6 +145,9 @@ CHeadExtent FindHeadEnd(string_view text, std::size_t known) {
 
 tl::expected<CHttpHead, unsigned> ReadHead(string_view text) {
     CHttpHead head;
+    if (text.substr(0, kLineEnd.size()) == kLineEnd) {
+        text.remove_prefix(kLineEnd.size());
+    }
     const unsigned status = ReadRequestLine(TakeUntil(&text, kLineEnd), &head);
     if (status != 0) {
         return tl::make_unexpected(status);

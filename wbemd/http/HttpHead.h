@@ -44,6 +44,7 @@ struct CHeadExtent {
 CHeadExtent FindHeadEnd(std::string_view text, std::size_t known);
 
 // Reads a complete head, or says which status answers it: 400, or 505 for another version of HTTP.
+// One empty line before it is ignored: there are clients that end a body with one.
 tl::expected<CHttpHead, unsigned> ReadHead(std::string_view text);
 
 } // namespace wbemd

@@ -85,6 +85,9 @@ bool IsRequestLine(string_view line) {
 }
 
 bool IsHead(string_view text) {
+    if (text.substr(0, 2) == "\r\n") {
+        text.remove_prefix(2);
+    }
     bool isFirst = true;
     bool isGood = true;
     while (text.size() > 2) {
