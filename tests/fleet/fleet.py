@@ -14,6 +14,8 @@ import subprocess
 import time
 import typing
 
+SSH = 22
+HTTPS = 5989
 HERE = pathlib.Path(__file__).resolve().parent
 REPOSITORY = HERE.parent.parent
 SAMPLES = REPOSITORY / "demo"
@@ -88,6 +90,25 @@ class Host:
         (folder / "config").write_text(SSHD_CONFIG, encoding="ascii")
         (self.files / "etc/shadow").write_text("root:*:19000::::::\n", encoding="ascii")
 
+    def add_server(self) -> None:
+        """Gives the host the management server, for root with the password "of-root"."""
+        etc = self.files / "etc/opt/veltaro/kzm"
+        pam = self.files / "run/pam"
+        for folder in (etc, pam, self.files / "run/kzm"):
+            folder.mkdir()
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
+                        "ec_paramgen_curve:P-256", "-nodes", "-days", "2", "-subj", "/CN=fleet",
+                        "-addext", f"subjectAltName=IP:{self.address}", "-keyout",
+                        etc / "wbemd-key.pem", "-out", etc / "wbemd-cert.pem"],
+                       check=True, stderr=subprocess.DEVNULL)
+        (etc / "wbemd.conf").write_text(f"Listen={self.address}:{HTTPS}\n", encoding="ascii")
+        (etc / "providerd.conf").write_text("FrontEndUser=root\n", encoding="ascii")
+        module = next(pathlib.Path("/usr/lib").glob("*/pam_wrapper/pam_matrix.so"))
+        (pam / "kzmwbem").write_text(
+            "".join(f"{kind} required {module} passdb=/run/pam/passdb\n"
+                    for kind in ("auth", "account")), encoding="ascii")
+        (pam / "passdb").write_text("root:of-root:kzmwbem\n", encoding="ascii")
+
     def mount(self, mount_point: str) -> None:
         """Gives the host a file system of its own, from its next start on."""
         with open(self.files / "run/file-systems", "a", encoding="ascii") as file_systems:
@@ -99,25 +120,25 @@ class Host:
         return f"{self.address} {key}"
 
     def start(self) -> None:
-        """Starts the host; `await_ssh` tells when it can be reached."""
+        """Starts the host; `await_port` tells when it can be reached."""
         self._process = subprocess.Popen(
             ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc",
              HERE / "host.sh", self.files, self.address],
             stdin=subprocess.DEVNULL)
 
-    def await_ssh(self) -> None:
-        """Waits until the host can be reached."""
-        await_event(self._answers, f"{self.name} can be reached")
+    def await_port(self, port: int) -> None:
+        """Waits until the host can be reached there."""
+        await_event(lambda: self._listens(port), f"{self.name} can be reached at port {port}")
 
-    def _answers(self) -> bool:
+    def _listens(self, port: int) -> bool:
         assert self._process is not None
         if self._process.poll() is not None:
             raise AssertionError(f"{self.name} ended: {self.sshd_log()}")
         try:
-            with socket.create_connection((self.address, 22), timeout=PATIENCE) as connection:
-                return connection.recv(4) == b"SSH-"
+            socket.create_connection((self.address, port), timeout=PATIENCE).close()
         except ConnectionRefusedError:
             return False
+        return True
 
     def sshd_log(self) -> str:
         """What its sshd has said."""

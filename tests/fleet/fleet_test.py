@@ -28,6 +28,7 @@ LOCKED = "host11"
 FULL = "host15"
 DYING = "host18"
 BAD = (NOT_INSTALLED, DAMAGED, LOCKED, FULL, DYING)
+SERVER = "host06"
 WITHOUT_DATA = ("host02", "host03", "host09")  # /srv/data is not mounted there
 
 WANTED = {
@@ -157,6 +158,7 @@ class Fleet:
             host.lay_out(product, self.controller.key)
             if host.name not in WITHOUT_DATA:
                 host.mount("/srv/data")
+        self.hosts[SERVER].add_server()
         self.controller.know(list(self.hosts.values()))
 
     def start(self) -> None:
@@ -164,7 +166,8 @@ class Fleet:
         for host in self.hosts.values():
             host.start()
         for host in self.hosts.values():
-            host.await_ssh()
+            host.await_port(fleet.SSH)
+        self.hosts[SERVER].await_port(fleet.HTTPS)
 
 
 def mend(host: fleet.Host) -> None:
@@ -294,7 +297,7 @@ class Rollout(unittest.TestCase):
         fleet.await_event(lambda: not hosts[DYING].is_running(), f"{DYING} has gone down")
         hosts[DYING].path("opt/agent/runs").unlink()  # the agent does not come up with its host
         hosts[DYING].start()
-        hosts[DYING].await_ssh()
+        hosts[DYING].await_port(fleet.SSH)
         run = self.fleet.controller.change("--limit", f"@{self.fleet.controller.retry_path}")
         self.assertEqual(dict.fromkeys(BAD, "changed"), run.outcomes(), run.output)
         self.assertEqual([], run.of(DYING)["changes"])
@@ -327,6 +330,56 @@ class Rollout(unittest.TestCase):
         self.assertEqual("loggerctl service start", result["recover_with"][1])
         self.assertIn("ServiceStart", result["msg"])
         host.path("opt/agent/fails").unlink()
+
+    def test_71_a_host_without_ssh_is_changed_through_its_server(self) -> None:
+        host = self.fleet.hosts[SERVER]
+        told = self.fleet.controller.ansible(str(HERE / "pattern.yml"), "--limit", SERVER)
+        before, log = host.settings(), host.agent_log()
+        wanted = {"usage_monitor_conf_cpu": {"threshold": 65}, "fs_usage_monitor_conf": {
+            "fs_threshold_conf_list": [{"volume_name": "/srv/data", "threshold": 50},
+                                       {"volume_name": "/gone", "threshold": 5}]}}
+        changes = [{"key": "cpu.threshold", "old": 75, "new": 65},
+                   {"key": "fs:/srv/data.threshold", "old": 85, "new": 50}]
+        read = self._through_server()
+        self.assertEqual(("ok", []), (read.outcomes()[SERVER], read.of(SERVER)["changes"]))
+        self.assertEqual(told.results[0]["result"]["settings"], read.of(SERVER)["settings"])
+        for words, outcome in ((["--check"], "changed"), ([], "changed"), ([], "ok")):
+            with self.subTest(words, outcome=outcome):
+                run = self._through_server(*words, "--diff", wanted=wanted)
+                self.assertEqual(outcome, run.outcomes()[SERVER], run.output)
+                self.assertEqual(changes if outcome == "changed" else [], run.of(SERVER)["changes"])
+                self.assertEqual(before["alert.cfg"] == host.settings()["alert.cfg"], words != [])
+                self.assertIn("'/gone' is not mounted", run.of(SERVER)["warnings"][0])
+        self.assertEqual(log + ["stopped", "started"], host.agent_log())
+        self.assertEqual(before["alert.cfg"].replace("5, 75", "5, 65").replace("(85)", "(50)"),
+                         host.settings()["alert.cfg"])
+
+    def test_72_a_server_that_refuses(self) -> None:
+        host = self.fleet.hosts[SERVER]
+        before = host.settings()
+        wanted = {"usage_monitor_conf_cpu": {"threshold": 60}}
+        run = self._through_server(wanted=wanted, password="of-nobody")
+        self.assertEqual(401, run.of(SERVER)["status"])
+        self.assertNotIn("of-nobody", run.output)
+        run = self._through_server(wanted=wanted, is_known=False)
+        self.assertIn("CERTIFICATE_VERIFY_FAILED", run.of(SERVER)["msg"])
+        run = self._through_server(wanted={"usage_monitor_conf_cpu": {"threshold": 600}})
+        self.assertIn("600 is no percentage", run.of(SERVER)["msg"])
+        missing = host.path("opt/agent/not-installed")
+        missing.touch()
+        run = self._through_server(wanted=wanted)
+        missing.unlink()
+        self.assertEqual("not-installed", run.of(SERVER)["error"]["name"])
+        self.assertEqual(before, host.settings())
+
+    def _through_server(self, *words: str, password: str = "of-root", is_known: bool = True,
+                        wanted: typing.Optional[dict] = None) -> Run:
+        certificate = self.fleet.hosts[SERVER].path("etc/opt/veltaro/kzm/wbemd-cert.pem")
+        variables = {"server_password": password,
+                     "server_certificate": str(certificate) if is_known else "",
+                     "logger_settings": wanted or {}}
+        return self.fleet.controller.ansible(str(HERE / "server.yml"), "-vvv", "--limit", SERVER,
+                                             "--extra-vars", json.dumps(variables), *words)
 
     def test_80_the_fleet_is_rolled_back(self) -> None:
         mended = {**self.original, DAMAGED: self.original[NOT_INSTALLED]}

@@ -15,5 +15,10 @@ while read -r mount_point; do
     mount -t tmpfs -o size=1m tmpfs "$mount_point"
 done </run/file-systems
 
+if [ -e /run/pam ]; then # the management server, with PAM's answers from a file
+    LD_PRELOAD=libpam_wrapper.so PAM_WRAPPER=1 PAM_WRAPPER_SERVICE_DIR=/run/pam \
+        /opt/veltaro/kzm/bin/kzm-providerd 2>/run/kzm/providerd.log &
+    /opt/veltaro/kzm/bin/kzmwbemd 2>/run/kzm/wbemd.log &
+fi
 [ ! -e /opt/agent/runs ] || /opt/agent/agent.sh start
 exec /usr/sbin/sshd -D -f /run/sshd/config -o "ListenAddress=$address" 2>/run/sshd/log

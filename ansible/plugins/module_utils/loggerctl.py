@@ -2,19 +2,13 @@
 
 import json
 
+from ansible_collections.veltaro.kzm.plugins.module_utils.failure import Failure
+
 PROGRAM = "/opt/veltaro/kzm/bin/loggerctl"
 
 # Exit codes.
 FAILURE = 4
 STOPPED = 9
-
-
-class Failure(Exception):
-    """The tool failed, or could not be run. Its text is a headline."""
-
-    def __init__(self, message, **details):
-        super().__init__(message)
-        self.details = details
 
 
 class Loggerctl:

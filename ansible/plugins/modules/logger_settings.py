@@ -124,6 +124,7 @@ import re
 from ansible.module_utils.basic import AnsibleModule
 
 from ansible_collections.veltaro.kzm.plugins.module_utils import loggerctl, settings
+from ansible_collections.veltaro.kzm.plugins.module_utils.failure import Failure
 
 # What the history gives as an ID. Its numbers are no IDs here: they mean another copy after each change.
 HISTORY_ID = re.compile(r"[0-9]{8}-[0-9]{6}-[0-9]{3,}")
@@ -160,7 +161,7 @@ def change_settings(tool, module):
         record = settings.to_record(options["settings"])
     document = tool.run(*words, record=record)
     if document.get("needs_force") and not options["force"]:
-        raise loggerctl.Failure("The change needs the option force; the warnings say why.",
+        raise Failure("The change needs the option force; the warnings say why.",
                                 diff={"prepared": document["difference"]})
     return document
 
@@ -196,7 +197,7 @@ def main():
                              "20261121-083000-001. logger_settings_info tells the host's.")
     try:
         module.exit_json(**run(loggerctl.Loggerctl(module), module))
-    except loggerctl.Failure as failure:
+    except Failure as failure:
         module.fail_json(msg=str(failure), **failure.details)
 
 

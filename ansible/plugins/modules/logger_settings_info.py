@@ -66,6 +66,7 @@ service:
 from ansible.module_utils.basic import AnsibleModule
 
 from ansible_collections.veltaro.kzm.plugins.module_utils import loggerctl, settings
+from ansible_collections.veltaro.kzm.plugins.module_utils.failure import Failure
 
 ALL = ["settings", "history", "service"]
 
@@ -93,7 +94,7 @@ def main():
         supports_check_mode=True)
     try:
         module.exit_json(changed=False, **gather(loggerctl.Loggerctl(module), module.params["gather"]))
-    except loggerctl.Failure as failure:
+    except Failure as failure:
         module.fail_json(msg=str(failure), **failure.details)
 
 
