@@ -61,6 +61,7 @@ struct CCallQueue::Parts {
 
     Job Enqueue(CMethodCall call);
     CFinishedCall Await(const Job& job, Lock& lock);
+    bool Leave(const Job& job);
     Job TakeFirst();
     void RunAll();
     static void Finish(const Job& job, CFinishedCall finished, Lock& lock);
@@ -129,13 +130,32 @@ CCallQueue::Parts::Job CCallQueue::Parts::Enqueue(CMethodCall call) {
     return job;
 }
 
+// A call that has begun is waited for without a limit: it has one of its own.
 CFinishedCall CCallQueue::Parts::Await(const Job& job, Lock& lock) {
+    const auto isFinished = [&job] { return job->m_isFinished; };
     ++m_callers;
     ++job->m_callers;
-    job->m_end.wait(lock, [&job] { return job->m_isFinished; });
+    if (!job->m_end.wait_for(lock, m_limits.m_waitingTime, isFinished) && Leave(job)) {
+        return Refusal(CallResult::QueueFull);
+    }
+    job->m_end.wait(lock, isFinished);
     --m_callers;
     --job->m_callers;
     return job->m_callers == 0 ? std::move(job->m_finished) : job->m_finished; // may be large
+}
+
+// One caller does not wait any longer; without callers the call is not made. False when it has
+// begun.
+bool CCallQueue::Parts::Leave(const Job& job) {
+    const auto waiting = std::find(m_waiting.begin(), m_waiting.end(), job);
+    if (waiting == m_waiting.end()) {
+        return false;
+    }
+    --m_callers;
+    if (--job->m_callers == 0) {
+        m_waiting.erase(waiting);
+    }
+    return true;
 }
 
 CCallQueue::Parts::Job CCallQueue::Parts::TakeFirst() {

@@ -27,7 +27,8 @@ public:
     CCallQueue(const CCallQueue&) = delete;
     CCallQueue& operator=(const CCallQueue&) = delete;
 
-    // Makes the call and waits for its end, or says at once why not. Any number of threads.
+    // Makes the call and waits for its end, or says why not: at once, or QueueFull when the call
+    // has not begun in time. Any number of threads.
     CFinishedCall Run(CMethodCall call);
 
     // From now on Run answers ShuttingDown, also to those who wait. Waits for the call that has

@@ -60,8 +60,9 @@ bool IsAnswer(const CCallOutcome& outcome) {
 
 } // namespace
 
-CProviderCaller::CProviderCaller(CWorkerOptions options)
+CProviderCaller::CProviderCaller(CWorkerOptions options, Kept kept)
     : m_options(std::move(options)),
+      m_kept(std::move(kept)),
       m_steps(DescriptionFile(), {[this] { return KeepFiles(); }, {}, {}}) {}
 
 CWorkAnswer CProviderCaller::Call(const CWorkRequest& request) {
@@ -137,7 +138,7 @@ bool CProviderCaller::KeepFiles() {
         m_answer.m_result = CallResult::NotKept;
         return false;
     }
-    m_answer.m_historyId = *id;
+    m_kept(*id);
     return true;
 }
 

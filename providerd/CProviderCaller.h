@@ -6,6 +6,7 @@
 #include "providerd/WorkMessages.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -24,7 +25,10 @@ struct CWorkerOptions {
 // the agent's device description have become others since.
 class CProviderCaller {
 public:
-    explicit CProviderCaller(CWorkerOptions options);
+    // Told of the copy that was kept, by its ID in the history, before anything is changed.
+    using Kept = std::function<void(const std::string&)>;
+
+    CProviderCaller(CWorkerOptions options, Kept kept);
 
     // Makes a call. A SetParameter holds the callers' lock meanwhile, and keeps both settings files
     // in the history before the service is stopped. Results:
@@ -42,6 +46,7 @@ private:
     bool KeepFiles();
 
     const CWorkerOptions m_options;
+    const Kept m_kept;
     const CServiceSteps m_steps;
     std::unique_ptr<CProviderHost> m_host;   // goes before the steps
     std::string m_loadedFiles;               // from which m_host was made

@@ -1,7 +1,6 @@
 #include "providerd/CReplaceableWorker.h"
 
 #include "provider/MethodResult.h"
-#include "providerd/WorkMessages.h"
 #include "serverbase/ServiceManager.h"
 
 #include <algorithm>
@@ -15,6 +14,7 @@ namespace {
 using daemon_base::Level;
 using daemon_base::Log;
 using messages::CallResult;
+using messages::CCallAnswer;
 
 // In milliseconds. Longer than the call may take, so that it is ended here, with what it runs.
 std::uint32_t TimeOfWorker(std::chrono::milliseconds callTime) {
@@ -22,10 +22,10 @@ std::uint32_t TimeOfWorker(std::chrono::milliseconds callTime) {
     return static_cast<std::uint32_t>((callTime + kMore).count());
 }
 
-CFinishedCall Unfinished(CallResult result) {
-    CFinishedCall finished;
-    finished.m_answer.m_result = result;
-    return finished;
+CCallAnswer Unfinished(CallResult result) {
+    CCallAnswer answer;
+    answer.m_result = result;
+    return answer;
 }
 
 bool IsException(const CWorkAnswer& answer) {
@@ -37,15 +37,18 @@ bool IsException(const CWorkAnswer& answer) {
 CReplaceableWorker::CReplaceableWorker(const CQueueLimits& limits) : m_limits(limits) {}
 
 CFinishedCall CReplaceableWorker::Make(const CMethodCall& call) {
+    CFinishedCall finished;
     try {
-        return Prepare() ? Exchange(call) : Unfinished(CallResult::Failed);
+        finished.m_answer = Prepare() ? Exchange(call) : Unfinished(CallResult::Failed);
     } catch (const std::bad_alloc&) {
         Log(Level::Error, "There is no memory for the answer of a method; the worker is replaced.");
         if (m_worker != nullptr) {
             Replace(CWorkerProcess::End::ByItself); // it may have more to say
         }
-        return Unfinished(CallResult::Died);
+        finished.m_answer = Unfinished(CallResult::Died);
     }
+    finished.m_historyId = std::exchange(m_historyId, {});
+    return finished;
 }
 
 // Sees to it that there is a worker that waits for a request.
@@ -69,21 +72,39 @@ bool CReplaceableWorker::Prepare() {
     return m_worker != nullptr;
 }
 
-CFinishedCall CReplaceableWorker::Exchange(const CMethodCall& call) {
+CCallAnswer CReplaceableWorker::Exchange(const CMethodCall& call) {
     const Deadline deadline = std::chrono::steady_clock::now() + m_limits.m_callTime;
     const std::string request =
         Encode(CWorkRequest{call.m_method, call.m_inParameters, call.m_origin.m_user,
                             call.m_origin.m_from, TimeOfWorker(m_limits.m_callTime)});
-    std::string payload;
+    std::optional<CWorkAnswer> answer;
     Transfer transfer = SendFrame(m_worker->Socket(), request, deadline);
     if (transfer == Transfer::Done) {
-        transfer = ReceiveFrame(m_worker->Socket(), &payload, deadline);
+        transfer = AwaitAnswer(deadline, &answer);
     }
-    return Conclude(call.m_method, transfer, payload);
+    return Conclude(call.m_method, transfer, std::move(answer));
 }
 
-CFinishedCall CReplaceableWorker::Conclude(const std::string& method, Transfer transfer,
-                                           const std::string& payload) {
+// Done with nothing: what came is no answer.
+Transfer CReplaceableWorker::AwaitAnswer(const Deadline& deadline,
+                                         std::optional<CWorkAnswer>* answer) {
+    for (;;) {
+        std::string payload;
+        const Transfer transfer = ReceiveFrame(m_worker->Socket(), &payload, deadline);
+        auto message = transfer == Transfer::Done ? DecodeWorkerMessage(payload) : std::nullopt;
+        if (!message) {
+            return transfer;
+        }
+        if (auto* const found = std::get_if<CWorkAnswer>(&*message)) {
+            *answer = std::move(*found);
+            return transfer;
+        }
+        m_historyId = std::move(std::get<CWorkNote>(*message).m_historyId);
+    }
+}
+
+CCallAnswer CReplaceableWorker::Conclude(const std::string& method, Transfer transfer,
+                                         std::optional<CWorkAnswer> answer) {
     if (transfer == Transfer::TimedOut) {
         Log(Level::Error, method + " took longer than " +
                               std::to_string(m_limits.m_callTime.count()) +
@@ -91,7 +112,6 @@ CFinishedCall CReplaceableWorker::Conclude(const std::string& method, Transfer t
                               Replace(CWorkerProcess::End::Killed) + ").");
         return Unfinished(CallResult::TimedOut);
     }
-    auto answer = transfer == Transfer::Done ? DecodeWorkAnswer(payload) : std::nullopt;
     if (!answer) {
         Log(Level::Error, "The worker ended in the midst of " + method + " (" +
                               Replace(CWorkerProcess::End::ByItself) + ").");
@@ -105,8 +125,7 @@ CFinishedCall CReplaceableWorker::Conclude(const std::string& method, Transfer t
         m_calls >= m_limits.m_callsOfAWorker) {
         Replace(CWorkerProcess::End::ByItself);
     }
-    return {{answer->m_result, answer->m_returnValue, std::move(answer->m_outParameters)},
-            std::move(answer->m_historyId)};
+    return {answer->m_result, answer->m_returnValue, std::move(answer->m_outParameters)};
 }
 
 // Ends the worker; in words, how it ended.

@@ -10,10 +10,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace providerd {
 
@@ -26,6 +30,37 @@ constexpr char kName[] = "kzm-providerd"; // in lists of processes
 constexpr char kArgument[] = "--worker";
 constexpr milliseconds kTimeToEnd{1000};
 constexpr milliseconds kKillTime{2000};
+
+// The worker has the mount command in it, which is to find what the system has installed, and what
+// it logs, to be marked as the daemon's own lines are. Of the rest of the environment it has the
+// variables of this software alone.
+constexpr char kPath[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
+constexpr char kLanguage[] = "LC_ALL=C";
+constexpr std::string_view kHandedDown[] = {"KZM_", "JOURNAL_STREAM="}; // how they begin
+
+std::vector<std::string> Environment() {
+    std::vector<std::string> variables = {kPath, kLanguage};
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        const std::string_view text = *variable;
+        const bool isHandedDown = std::any_of(
+            std::begin(kHandedDown), std::end(kHandedDown),
+            [text](std::string_view begin) { return text.substr(0, begin.size()) == begin; });
+        if (isHandedDown) {
+            variables.emplace_back(text);
+        }
+    }
+    return variables;
+}
+
+// As the system takes them. The texts must outlive what comes back.
+std::vector<char*> Pointers(std::vector<std::string>* texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : *texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
 
 // The attributes and the file actions of a start; they own memory until they are destroyed.
 class CSpawnSettings {
@@ -54,11 +89,10 @@ public:
 
     // Returns 0 or an error number.
     int Spawn(const std::string& program, pid_t* process) const {
-        std::string name = kName;
-        std::string argument = kArgument;
-        const std::array<char*, 3> words{name.data(), argument.data(), nullptr};
-        return posix_spawn(process, program.c_str(), &m_actions, &m_attributes, words.data(),
-                           environ);
+        std::vector<std::string> words = {kName, kArgument};
+        std::vector<std::string> variables = Environment();
+        return posix_spawn(process, program.c_str(), &m_actions, &m_attributes,
+                           Pointers(&words).data(), Pointers(&variables).data());
     }
 
 private:

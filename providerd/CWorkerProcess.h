@@ -14,8 +14,9 @@ namespace providerd {
 // connection does.
 //
 // It is the leader of a process group of its own. It finds its end of the connection at
-// kWorkerDescriptor, the standard streams and the environment as they are here, every signal at its
-// default and none blocked, and nothing else.
+// kWorkerDescriptor, the standard streams as they are here, every signal at its default and none
+// blocked, and nothing else. Its environment is a fixed PATH, LC_ALL=C, the variables of this
+// software (KZM_...), and JOURNAL_STREAM.
 class CWorkerProcess {
 public:
     // Starts the program with the argument "--worker". Null, with a reason in *error, when it

@@ -17,7 +17,7 @@ struct CMethodCall {
 };
 
 // How a call ended. m_historyId names the copy of the settings that was kept before they were
-// changed; empty when nothing was, or when the worker did not come to say so.
+// changed, however the call ended; empty when none was, or when the worker did not come to say so.
 struct CFinishedCall {
     messages::CCallAnswer m_answer;
     std::string m_historyId;
@@ -27,6 +27,7 @@ struct CFinishedCall {
 struct CQueueLimits {
     std::size_t m_waiting = 64; // calls to be made, the running one apart
     std::chrono::milliseconds m_callTime = std::chrono::seconds(120); // of one call, from its begin
+    std::chrono::milliseconds m_waitingTime = std::chrono::seconds(120); // until it must have begun
     unsigned m_callsOfAWorker = 1000;               // then a fresh process takes over
     std::string m_workerProgram = "/proc/self/exe"; // started with the argument "--worker"
 };

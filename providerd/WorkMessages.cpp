@@ -1,11 +1,31 @@
 #include "providerd/WorkMessages.h"
 
+#include <utility>
+
 namespace providerd {
 
 using messages::CallResult;
 using messages::CPayloadReader;
 using messages::CPayloadWriter;
 using messages::kFrameBytes;
+
+namespace {
+
+enum class Kind : std::uint8_t { Note = 1, Answer };
+
+std::optional<WorkerMessage> TakeAnswer(CPayloadReader* reader) {
+    const std::uint8_t result = reader->TakeByte();
+    CWorkAnswer answer;
+    answer.m_result = static_cast<CallResult>(result);
+    answer.m_returnValue = reader->TakeNumber();
+    answer.m_outParameters = reader->TakeText(kFrameBytes);
+    if (!reader->IsWhole() || result > static_cast<std::uint8_t>(CallResult::Failed)) {
+        return std::nullopt;
+    }
+    return answer;
+}
+
+} // namespace
 
 std::string Encode(const CWorkRequest& request) {
     CPayloadWriter writer;
@@ -17,12 +37,19 @@ std::string Encode(const CWorkRequest& request) {
     return writer.TakeFrame();
 }
 
+std::string Encode(const CWorkNote& note) {
+    CPayloadWriter writer;
+    writer.PutByte(static_cast<std::uint8_t>(Kind::Note));
+    writer.PutText(note.m_historyId);
+    return writer.TakeFrame();
+}
+
 std::string Encode(const CWorkAnswer& answer) {
     CPayloadWriter writer;
+    writer.PutByte(static_cast<std::uint8_t>(Kind::Answer));
     writer.PutByte(static_cast<std::uint8_t>(answer.m_result));
     writer.PutNumber(answer.m_returnValue);
     writer.PutText(answer.m_outParameters);
-    writer.PutText(answer.m_historyId);
     return writer.TakeFrame();
 }
 
@@ -37,18 +64,15 @@ std::optional<CWorkRequest> DecodeWorkRequest(std::string_view payload) {
     return reader.IsWhole() ? std::optional(std::move(request)) : std::nullopt;
 }
 
-std::optional<CWorkAnswer> DecodeWorkAnswer(std::string_view payload) {
+std::optional<WorkerMessage> DecodeWorkerMessage(std::string_view payload) {
     CPayloadReader reader(payload);
-    const std::uint8_t result = reader.TakeByte();
-    CWorkAnswer answer;
-    answer.m_returnValue = reader.TakeNumber();
-    answer.m_outParameters = reader.TakeText(kFrameBytes);
-    answer.m_historyId = reader.TakeText(kFrameBytes);
-    if (!reader.IsWhole() || result > static_cast<std::uint8_t>(CallResult::Failed)) {
-        return std::nullopt;
+    const auto kind = static_cast<Kind>(reader.TakeByte());
+    if (kind == Kind::Answer) {
+        return TakeAnswer(&reader);
     }
-    answer.m_result = static_cast<CallResult>(result);
-    return answer;
+    CWorkNote note{reader.TakeText(kFrameBytes)};
+    return kind == Kind::Note && reader.IsWhole() ? std::optional<WorkerMessage>(std::move(note))
+                                                  : std::nullopt;
 }
 
 } // namespace providerd

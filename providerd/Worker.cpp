@@ -20,12 +20,13 @@ constexpr char kName[] = "kzm-worker"; // in lists of processes
 
 void DoNothing(int /*signal*/) {}
 
-// A handler, so that the programs that are started do not share it.
+// And a log that nobody takes any more. A handler, so that the programs that are started do not
+// share it.
 void SurviveRequestsToEnd() {
     struct sigaction action {};
     action.sa_handler = DoNothing;
     action.sa_flags = SA_RESTART;
-    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+    for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGPIPE}) {
         sigaction(number, &action, nullptr);
     }
 }
@@ -49,7 +50,10 @@ int RunWorker(const CWorkerOptions& options) {
     }
     prctl(PR_SET_NAME, kName);
     SurviveRequestsToEnd();
-    CProviderCaller caller(options);
+    // A daemon that has gone takes no note; the call goes on.
+    CProviderCaller caller(options, [](const std::string& id) {
+        SendFrame(kWorkerDescriptor, Encode(CWorkNote{id}), std::nullopt);
+    });
     for (;;) {
         std::string payload;
         const Transfer transfer = ReceiveFrame(kWorkerDescriptor, &payload, std::nullopt);

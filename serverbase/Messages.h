@@ -54,7 +54,8 @@ enum class CallResult : std::uint8_t {
     NotKept,          // the settings could not be kept in the history; nothing was changed
     TimedOut,         // the call took longer than it may; a change may be half done
     Died,             // the process that made the call ended; a change may be half done
-    Failed            // an error of the server's own
+    Failed,           // an error of the server's own
+    Unknown           // in no message: it was asked, and there is no answer to be had
 };
 struct CCallAnswer {
     CallResult m_result = CallResult::Failed;

@@ -52,6 +52,7 @@ CQueueLimits LimitsOf(const CSettings& settings) {
     CQueueLimits limits;
     limits.m_waiting = settings.m_waitingCalls;
     limits.m_callTime = settings.m_callTime;
+    limits.m_waitingTime = settings.m_callTime;
     return limits;
 }
 

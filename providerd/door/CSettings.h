@@ -12,7 +12,7 @@ struct CSettings {
     std::vector<std::string> m_readingGroups{"kzm-readers"}; // whose members may read
     std::vector<std::string> m_changingGroups;               // whose members may change and read
     std::string m_frontEndUser = "kzmwbem";                  // who may use the socket
-    std::chrono::seconds m_callTime{120};                    // of one call, from its begin
+    std::chrono::seconds m_callTime{120};                    // of one call, and of its waiting
     std::size_t m_waitingCalls = 64;                         // calls to be made
 };
 

@@ -140,6 +140,12 @@ string CDaemonProcess::AwaitLogged(const string& part) {
     }
 }
 
+void CDaemonProcess::CloseLog() {
+    TakeLog();
+    close(m_logReader);
+    m_logReader = -1;
+}
+
 void CDaemonProcess::Signal(int signal) const {
     kill(m_process, signal);
 }

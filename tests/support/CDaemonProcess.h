@@ -29,6 +29,9 @@ public:
     // given yet; empty when the daemon ends first, or takes twenty seconds.
     std::string AwaitLogged(const std::string& part);
 
+    // From now on nobody takes its log: writing it fails.
+    void CloseLog();
+
     void Signal(int signal) const;
 
     // Waits for its end: its exit status, 128+n when signal n ended it.

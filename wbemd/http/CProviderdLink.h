@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,8 +20,9 @@ namespace wbemd {
 // How a question to the daemon that calls the provider went.
 struct CReply {
     enum class State {
-        Unreachable, // nothing of the question was sent
-        Broken,      // something may have arrived, and no answer came
+        Unreachable, // the question was not sent as a whole, so nothing was done for it
+        Broken,      // it was, and the connection ended without an answer
+        Unknown,     // it was, and there is no answer in time, or no memory for it
         Answered
     };
     State m_state = State::Unreachable;
@@ -31,18 +33,17 @@ struct CReply {
 // Some are kept. Nothing is ever sent twice.
 class CProviderdLink {
 public:
+    class CQuestion;
     using Done = std::function<void(CReply)>;
 
     CProviderdLink(asio::io_context& io, std::string path) : m_io(io), m_path(std::move(path)) {}
 
-    // Sends a frame. `done` is called once, on the loop's thread, perhaps before this returns.
-    void Ask(std::string frame, Done done);
+    // A question that is a frame, to be started. `done` is called once, on the loop's thread.
+    std::shared_ptr<CQuestion> Prepare(std::string frame, Done done);
     // Closes what is kept.
     void Clear() { m_idle.clear(); }
 
 private:
-    class CQuestion;
-
     // A kept connection that the other side has not closed, or one that is not open.
     CLocalSocket TakeSocket();
     // A new connection: 0 or an error number. EAGAIN: too many wait for theirs.
@@ -66,12 +67,19 @@ public:
           m_frame(std::move(frame)),
           m_done(std::move(done)) {}
 
+    // Sends it. It may end before this returns.
     void Start() {
         if (m_socket.is_open()) {
             Write(Fresh::No);
         } else {
             Connect();
         }
+    }
+    // Ends it without an answer. Its connection is closed: an answer that comes late is nobody's.
+    void GiveUp() {
+        ErrorCode ignored;
+        m_socket.close(ignored);
+        End({m_isSent ? CReply::State::Unknown : CReply::State::Unreachable, {}});
     }
 
 private:
@@ -82,7 +90,12 @@ private:
     static constexpr std::chrono::milliseconds kConnectPause{20};
     static constexpr std::size_t kAnswerBytes = 512; // most answers are shorter
 
+    [[nodiscard]] bool HasEnded() const { return m_done == nullptr; }
+
     void Connect() {
+        if (HasEnded()) {
+            return;
+        }
         const int error = m_link.Connect(&m_socket);
         if (error == 0) {
             Write(Fresh::Yes);
@@ -98,11 +111,14 @@ private:
         asio::async_write(
             m_socket, asio::buffer(m_frame),
             [self = shared_from_this(), fresh](const ErrorCode& error, std::size_t written) {
+                if (self->HasEnded()) {
+                    return;
+                }
                 if (!error) {
+                    self->m_isSent = true;
+                    std::string().swap(self->m_frame);
                     self->Read();
-                } else if (written != 0) {
-                    self->End({CReply::State::Broken, {}});
-                } else if (fresh == Fresh::No) {
+                } else if (written == 0 && fresh == Fresh::No) {
                     self->Connect();
                 } else {
                     self->End({});
@@ -118,14 +134,23 @@ private:
             asio::buffer(&m_answer[m_known], m_answer.size() - m_known),
             [self = shared_from_this()](const ErrorCode& error, std::size_t count) {
                 self->m_known += count;
-                if (error || !self->TakeLength()) {
-                    self->End({CReply::State::Broken, {}});
-                } else if (self->m_wanted == 0 || self->m_known < self->m_wanted) {
-                    self->Read();
-                } else {
-                    self->OnAnswer();
-                }
+                self->OnRead(error);
             });
+    }
+
+    void OnRead(const ErrorCode& error) {
+        if (HasEnded()) {
+            return;
+        }
+        if (error || !TakeLength()) {
+            End({CReply::State::Broken, {}});
+        } else if (!HasRoom()) {
+            GiveUp();
+        } else if (m_wanted == 0 || m_known < m_wanted) {
+            Read();
+        } else {
+            OnAnswer();
+        }
     }
 
     // Looks for the answer's length as soon as it can be known. False: it is none.
@@ -137,9 +162,18 @@ private:
             std::string_view(m_answer).substr(0, messages::kFrameHeaderBytes));
         if (length) {
             m_wanted = messages::kFrameHeaderBytes + *length;
-            m_answer.resize(std::max(m_wanted, m_known));
         }
         return length.has_value();
+    }
+
+    // Makes room for the whole answer, once its length is known. False: there is no memory for it.
+    bool HasRoom() {
+        try {
+            m_answer.resize(std::max(m_answer.size(), m_wanted));
+            return true;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
     }
 
     void OnAnswer() {
@@ -152,23 +186,26 @@ private:
     }
 
     void End(CReply reply) {
-        const Done done = std::move(m_done);
-        done(std::move(reply));
+        if (const Done done = std::exchange(m_done, nullptr)) {
+            done(std::move(reply));
+        }
     }
 
     CProviderdLink& m_link;
     CLocalSocket m_socket;
     CTimer m_timer;
     std::string m_frame;
-    Done m_done;
+    Done m_done;              // empty once it was called
+    bool m_isSent = false;    // as a whole
     std::string m_answer;     // room for it
     std::size_t m_known = 0;  // bytes of it that came
     std::size_t m_wanted = 0; // bytes of the whole answer; 0: not known yet
     int m_tries = 0;
 };
 
-inline void CProviderdLink::Ask(std::string frame, Done done) {
-    std::make_shared<CQuestion>(*this, std::move(frame), std::move(done))->Start();
+inline std::shared_ptr<CProviderdLink::CQuestion> CProviderdLink::Prepare(std::string frame,
+                                                                          Done done) {
+    return std::make_shared<CQuestion>(*this, std::move(frame), std::move(done));
 }
 
 inline CLocalSocket CProviderdLink::TakeSocket() {

@@ -21,6 +21,8 @@ namespace wbemd {
 
 inline constexpr char kNoProviderd[] =
     "The daemon that calls the provider cannot be reached. Try again later.";
+inline constexpr char kSilentProviderd[] =
+    "The daemon that calls the provider does not answer. Try again later.";
 inline constexpr char kNoAnswer[] = "The server failed to answer. It may be short of memory.";
 
 // What the sessions of a server share. Touched by the loop's thread alone.
@@ -92,7 +94,9 @@ private:
     void OnHead(const CHttpHead& head);
 
     // Its credentials and its body.
+    void Ask(std::string frame, Duration limit, void (CSession::*then)(CReply));
     void AskForCredentials();
+    void OnChecked(CReply reply);
     void OnCredentials(const CReply& reply);
     void TakeBody();
     void SendContinue();
@@ -102,11 +106,12 @@ private:
     void Decide();
     void OnDecision(Decision decision);
     void Call();
-    void OnCalled(const CReply& reply);
-    template <class Work, class Then>
-    void Compute(std::size_t bytes, Work work, Then then);
-    template <class Work>
-    static std::invoke_result_t<Work> OrRefusal(const Work& work);
+    void OnCalled(CReply reply);
+    [[nodiscard]] CHttpAnswer Finish(const CReply& reply) const;
+    template <class Work, class Otherwise, class Then>
+    void Compute(std::size_t bytes, Work work, Otherwise otherwise, Then then);
+    template <class Work, class Otherwise>
+    static std::invoke_result_t<Work> ResultOf(const Work& work, const Otherwise& otherwise);
 
     // Its answer, and what comes after it.
     void Answer(CHttpAnswer answer);
@@ -121,7 +126,8 @@ private:
     // Reads at most this many bytes behind what has come in.
     void Read(std::size_t bytes, void (CSession::*then)());
 
-    // The connection is cut at this time, unless another one is set before.
+    // The connection is cut at this time, unless another one is set before. While something is
+    // asked of the daemon, that is given up in place of it.
     void CutAt(Clock::time_point time);
     void CutAfter(Duration time) { CutAt(Clock::now() + time); }
     void CutNever() { CutAt(Clock::time_point::max()); }
@@ -133,6 +139,8 @@ private:
     std::string m_peer;
     std::function<void()> m_gone;
 
+    std::weak_ptr<CProviderdLink::CQuestion> m_question; // that is on its way
+    Clock::time_point m_askTime;                         // of the last question
     CTimer m_timer;
     Clock::time_point m_cutTime = Clock::time_point::max();
     Clock::time_point m_timerTime = Clock::time_point::max(); // when the timer looks at it

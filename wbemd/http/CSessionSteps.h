@@ -82,21 +82,37 @@ inline void CSession::OnHead(const CHttpHead& head) {
 }
 
 // The time that the answer takes is not the client's.
+inline void CSession::Ask(std::string frame, Duration limit, void (CSession::*then)(CReply)) {
+    const auto question =
+        m_shared.m_link.Prepare(std::move(frame), [self = shared_from_this(), then](CReply reply) {
+            self->m_question.reset();
+            self->CutNever();
+            ((*self).*then)(std::move(reply));
+        });
+    m_question = question;
+    CutAfter(limit);
+    question->Start();
+}
+
 inline void CSession::AskForCredentials() {
-    CutNever();
-    m_shared.m_link.Ask(messages::Encode(messages::CCheckRequest{m_credentials, m_peer}),
-                        [self = shared_from_this(), asked = Clock::now()](const CReply& reply) {
-                            self->m_requestEnd += Clock::now() - asked;
-                            self->CutAt(self->m_requestEnd);
-                            self->OnCredentials(reply);
-                        });
+    m_askTime = Clock::now();
+    Ask(messages::Encode(messages::CCheckRequest{m_credentials, m_peer}),
+        m_shared.m_settings.m_checkTime, &CSession::OnChecked);
+}
+
+inline void CSession::OnChecked(CReply reply) {
+    m_requestEnd += Clock::now() - m_askTime;
+    CutAt(m_requestEnd);
+    OnCredentials(reply);
 }
 
 inline void CSession::OnCredentials(const CReply& reply) {
     const auto answer = reply.m_state == CReply::State::Answered
                             ? messages::DecodeCheckAnswer(reply.m_payload)
                             : std::nullopt;
-    if (!answer) {
+    if (reply.m_state == CReply::State::Unknown) {
+        Answer(Refusal(Status::Unavailable, kSilentProviderd));
+    } else if (!answer) {
         Answer(Refusal(Status::Unavailable, kNoProviderd));
     } else if (!answer->m_authenticated) {
         Answer(WrongCredentials());
@@ -140,11 +156,13 @@ inline void CSession::ReadBody() {
     }
 }
 
+// Without memory nothing was called.
 inline void CSession::Decide() {
     CutNever();
     Compute(
         m_body.size(),
         [this] { return Decision(m_shared.m_operations.Answer(m_head, m_body, m_right)); },
+        [] { return Decision(Refusal(Status::Unavailable, kNoAnswer)); },
         [this](Decision decision) { OnDecision(std::move(decision)); });
 }
 
@@ -165,55 +183,60 @@ inline void CSession::Call() {
     request.m_peer = m_peer;
     request.m_method = m_call.m_method;
     request.m_inParameters = std::move(m_call.m_inParameters);
-    m_shared.m_link.Ask(
-        messages::Encode(request),
-        [self = shared_from_this()](const CReply& reply) { self->OnCalled(reply); });
+    Ask(messages::Encode(request), m_shared.m_settings.m_callTime, &CSession::OnCalled);
 }
 
-inline void CSession::OnCalled(const CReply& reply) {
+// Without memory the answer is the one that was made before the call.
+inline void CSession::OnCalled(CReply reply) {
     if (reply.m_state == CReply::State::Unreachable) {
         Answer(Refusal(Status::Unavailable, kNoProviderd));
         return;
     }
+    const std::size_t bytes = reply.m_payload.size();
+    Compute(
+        bytes, [this, given = std::move(reply)] { return Finish(given); },
+        [this] { return std::move(m_call.m_withoutMemory); },
+        [this](CHttpAnswer finished) { Answer(std::move(finished)); });
+}
+
+inline CHttpAnswer CSession::Finish(const CReply& reply) const {
     std::optional<messages::CCallAnswer> answer;
     if (reply.m_state == CReply::State::Answered) {
         answer = messages::DecodeCallAnswer(reply.m_payload);
     }
     if (!answer) {
         answer.emplace();
-        answer->m_result = messages::CallResult::Died;
+        answer->m_result = reply.m_state == CReply::State::Unknown ? messages::CallResult::Unknown
+                                                                   : messages::CallResult::Died;
     }
-    const std::size_t bytes = answer->m_outParameters.size();
-    Compute(
-        bytes,
-        [this, given = std::move(*answer)] { return m_shared.m_operations.Finish(m_call, given); },
-        [this](CHttpAnswer finished) { Answer(std::move(finished)); });
+    return m_shared.m_operations.Finish(m_call, *answer);
 }
 
 // Computes what short texts ask for at once, and has the worker compute the rest, so that nobody
-// waits for the loop. The session touches nothing meanwhile.
-template <class Work, class Then>
-void CSession::Compute(std::size_t bytes, Work work, Then then) {
+// waits for the loop. The session touches nothing meanwhile. `otherwise` gives the result where the
+// work cannot.
+template <class Work, class Otherwise, class Then>
+void CSession::Compute(std::size_t bytes, Work work, Otherwise otherwise, Then then) {
     if (bytes <= kLongBytes) {
-        then(OrRefusal(work));
+        then(ResultOf(work, otherwise));
         return;
     }
-    asio::post(m_shared.m_worker, [self = shared_from_this(), work = std::move(work),
+    asio::post(m_shared.m_worker, [self = shared_from_this(), work = std::move(work), otherwise,
                                    then = std::move(then)]() mutable {
         auto& io = self->m_shared.m_io;
-        auto result = OrRefusal(work);
+        auto result = ResultOf(work, otherwise);
         // The session must end on the loop's thread.
         asio::post(io, [self = std::move(self), then = std::move(then),
                         result = std::move(result)]() mutable { then(std::move(result)); });
     });
 }
 
-template <class Work>
-std::invoke_result_t<Work> CSession::OrRefusal(const Work& work) {
+template <class Work, class Otherwise>
+std::invoke_result_t<Work> CSession::ResultOf(const Work& work, const Otherwise& otherwise) {
     try {
         return work();
     } catch (const std::exception&) {
-        return Refusal(Status::Unavailable, kNoAnswer);
+        return otherwise();
     }
 }
 
@@ -345,6 +368,10 @@ inline void CSession::StartTimer() {
 
 // A client that is slow frees room for more of its answer only now and then, and is not cut.
 inline void CSession::OnCutTime() {
+    if (const auto question = m_question.lock()) {
+        question->GiveUp();
+        return;
+    }
     const int untaken = m_output.empty() && m_outputBody.empty() ? 0 : m_transport.Untaken();
     if (untaken < m_untaken && untaken != 0) {
         m_untaken = untaken;

@@ -44,7 +44,7 @@ std::vector<CListenAddress> TakePlainAddresses(CConfigFile* file) {
 }
 
 std::chrono::milliseconds TakeTime(CConfigFile* file, const char* name, unsigned long absent) {
-    constexpr unsigned long kLongest = 3'600'000;
+    constexpr unsigned long kLongest = 10'800'000; // more than twice the longest call
     return std::chrono::milliseconds(file->TakeNumber(name, absent, 1, kLongest));
 }
 
@@ -61,6 +61,9 @@ void TakeLimits(CConfigFile* file, CSettings* settings) {
     settings->m_requestTime = TakeTime(file, "RequestMilliseconds", 10'000);
     settings->m_idleTime = TakeTime(file, "IdleMilliseconds", 15'000);
     settings->m_answerTime = TakeTime(file, "AnswerMilliseconds", 10'000);
+    // A wrong password is told up to 30 s later. A call waits as long as it may take, at most.
+    settings->m_checkTime = TakeTime(file, "CheckMilliseconds", 45'000);
+    settings->m_callTime = TakeTime(file, "CallMilliseconds", 300'000);
 }
 
 } // namespace

@@ -25,6 +25,10 @@ struct CSettings {
     std::chrono::milliseconds m_requestTime{}; // from a request's first byte to its last
     std::chrono::milliseconds m_idleTime{};    // between two requests
     std::chrono::milliseconds m_answerTime{};  // in which a client takes nothing of its answer
+    // In which the daemon that calls the provider answers whether credentials are right, or how a
+    // call went. Then it is taken for hung.
+    std::chrono::milliseconds m_checkTime{};
+    std::chrono::milliseconds m_callTime{};
 
     // Takes every setting from the file, which collects what is wrong with them.
     static CSettings Read(CConfigFile* file);

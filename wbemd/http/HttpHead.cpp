@@ -126,6 +126,18 @@ bool CHttpHead::HasToken(string_view name, string_view token) const {
     return false;
 }
 
+bool CHttpHead::HasOnlyTokens(string_view name) const {
+    const std::string words = Find(name).value_or("");
+    string_view rest = words;
+    while (!rest.empty()) {
+        const string_view word = Trim(TakeUntil(&rest, ","));
+        if (!word.empty() && !IsToken(word)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 CHeadExtent FindHeadEnd(string_view text, std::size_t known) {
     using State = CHeadExtent::State;
     const string_view head = text.substr(0, kHeadBytes);
@@ -145,6 +157,9 @@ CHeadExtent FindHeadEnd(string_view text, std::size_t known) {
 
 tl::expected<CHttpHead, unsigned> ReadHead(string_view text) {
     CHttpHead head;
+    if (text.substr(0, kLineEnd.size()) == kLineEnd) {
+        text.remove_prefix(kLineEnd.size());
+    }
     const unsigned status = ReadRequestLine(TakeUntil(&text, kLineEnd), &head);
     if (status != 0) {
         return tl::make_unexpected(status);

@@ -30,6 +30,8 @@ struct CHttpHead {
     [[nodiscard]] std::optional<std::string> Find(std::string_view name) const;
     // Whether the token is among the words, which commas separate, of the fields of this name.
     [[nodiscard]] bool HasToken(std::string_view name, std::string_view token) const;
+    // Whether the fields of this name hold tokens, which commas separate, and nothing else.
+    [[nodiscard]] bool HasOnlyTokens(std::string_view name) const;
 };
 
 // How far a head has come in.
@@ -44,6 +46,7 @@ struct CHeadExtent {
 CHeadExtent FindHeadEnd(std::string_view text, std::size_t known);
 
 // Reads a complete head, or says which status answers it: 400, or 505 for another version of HTTP.
+// One empty line before it is ignored: there are clients that end a body with one.
 tl::expected<CHttpHead, unsigned> ReadHead(std::string_view text);
 
 } // namespace wbemd

@@ -117,12 +117,7 @@ CHttpAnswer COperations::Finish(const CPendingCall& call,
     if (answer.m_result == messages::CallResult::WrongCredentials) {
         return WrongCredentials();
     }
-    try {
-        return m_parts->Finish(call, answer);
-    } catch (const std::bad_alloc&) {
-        return NoMemoryAnswer("The call has ended, but the server is out of memory to tell how. "
-                              "Read the settings before anything else.");
-    }
+    return m_parts->Finish(call, answer);
 }
 
 const CServedNamespace* COperations::Parts::FindNamespace(const std::string& name) const {
@@ -151,6 +146,11 @@ std::variant<CHttpAnswer, CPendingCall> COperations::Parts::Serve(const CCimRequ
     if (!call) {
         return CimAnswer(WriteError(answered, call.error()));
     }
+    call->m_withoutMemory = CimAnswer(
+        WriteError(answered, {CimCode::Failed,
+                              "The method was called, but the server is out of memory to "
+                              "tell how that went. Read the settings before anything else."}));
+    call->m_withoutMemory.m_keepOpen = false;
     return std::move(*call);
 }
 

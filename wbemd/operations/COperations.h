@@ -35,6 +35,7 @@ struct CPendingCall {
     std::string m_inParameters; // as messages::EncodeObject writes them; empty: none
     std::string m_messageId;
     std::string m_spelledMethod; // as the request spells it
+    CHttpAnswer m_withoutMemory; // when there is none for another answer once the call was made
 };
 
 // The answer to a request without right credentials, whoever found out.
@@ -60,7 +61,8 @@ public:
     [[nodiscard]] std::variant<CHttpAnswer, CPendingCall>
     Answer(const CRequestHead& head, std::string_view body, messages::Right right) const;
 
-    // The answer to the request that asked for the call. Memory as above.
+    // The answer to the request that asked for the call, which was made or may have been. Throws
+    // std::bad_alloc alone; then the answer is the call's own m_withoutMemory.
     [[nodiscard]] CHttpAnswer Finish(const CPendingCall& call,
                                      const messages::CCallAnswer& answer) const;
 

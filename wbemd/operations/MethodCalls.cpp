@@ -60,6 +60,10 @@ CCimError ErrorOf(const CPendingCall& call, messages::CallResult result) {
         return {CimCode::Failed,
                 "The provider ended in the middle of the call. A change may be half done: read the "
                 "settings before anything else."};
+    case CallResult::Unknown:
+        return {CimCode::Failed,
+                "The daemon that calls the provider gave no answer in time. Whether the method was "
+                "called is not known: read the settings before anything else."};
     default:
         return {CimCode::Failed, "The server failed. Its log says why."};
     }
@@ -121,8 +125,11 @@ PrepareCall(const CServedNamespace& served, const CCimRequest& request, messages
         return Fail(CimCode::InvalidParameter, parameters.error());
     }
     const bool isEmpty = parameters->GetProperties().empty();
-    return CPendingCall{method->m_sName, isEmpty ? "" : messages::EncodeObject(*parameters),
-                        request.m_messageId, request.m_method};
+    return CPendingCall{method->m_sName,
+                        isEmpty ? "" : messages::EncodeObject(*parameters),
+                        request.m_messageId,
+                        request.m_method,
+                        {}};
 }
 
 tl::expected<std::string, CCimError> WriteCallAnswer(const CServedNamespace& served,

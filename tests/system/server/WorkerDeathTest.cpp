@@ -80,7 +80,7 @@ TEST(WorkerWithoutMemory, IsReplaced) {
     GTEST_SKIP() << "the sanitizers need more memory than there is";
 #endif
     const CTestRoot root;
-    const CVariable memory("TEST_MEMORY", "50000000");
+    const CVariable memory("KZM_TEST_MEMORY", "50000000");
     CCallQueue queue(WorkerLimits());
     EXPECT_EQ("Done 0x00000000", ResultOf(queue.Run(GetCall())));
     SetMountScript("seq -f '/dev/sda on /%.0f type ext4 (rw)' 100000000");

@@ -152,7 +152,7 @@ TEST(Worker, ChangesNothingThatCannotBeRead) {
 
 TEST(Worker, WaitsForOthersWhoChangeTheSettings) {
     const CTestRoot root;
-    const CVariable time("TEST_LOCK_TIME", "0");
+    const CVariable time("KZM_TEST_LOCK_TIME", "0");
     CCallQueue queue(WorkerLimits());
     {
         const auto lock = history::CCallerLock::Take(std::chrono::seconds(0));
@@ -192,7 +192,7 @@ TEST(Worker, RefusesParametersThatAreNoObject) {
 TEST(Worker, LoadsTheProviderAsSoonAsItCanBeLoaded) {
     const CTestRoot root;
     const std::string library = CTestRoot::Path("/provider.so");
-    const CVariable provider("TEST_PROVIDER", library);
+    const CVariable provider("KZM_TEST_PROVIDER", library);
     CCallQueue queue(WorkerLimits());
     for (int i = 0; i < 2; ++i) {
         const std::string log = LoggedResult(queue, GetCall());
@@ -206,7 +206,7 @@ TEST(Worker, LoadsTheProviderAsSoonAsItCanBeLoaded) {
 TEST(Worker, LoadsTheProviderAnewWhenItsFilesChange) {
     const CTestRoot root;
     const std::string library = CTestRoot::Path("/provider.so");
-    const CVariable provider("TEST_PROVIDER", library);
+    const CVariable provider("KZM_TEST_PROVIDER", library);
     fs::create_symlink(PROVIDER_LIBRARY, library);
     CCallQueue queue(WorkerLimits());
     EXPECT_EQ(kDone, ResultOf(queue.Run(GetCall())));
@@ -247,8 +247,8 @@ TEST(Worker, DoesNotTrustAProviderThatBreaksTheRules) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.m_provider);
         const CTestRoot root;
-        const CVariable provider("TEST_PROVIDER", std::string(TEST_PROVIDERS) + "/provider_" +
-                                                      row.m_provider + ".so");
+        const CVariable provider("KZM_TEST_PROVIDER", std::string(TEST_PROVIDERS) + "/provider_" +
+                                                          row.m_provider + ".so");
         CCallQueue queue(WorkerLimits());
         EXPECT_EQ(row.m_result, LoggedResult(queue, {row.m_method, "", {}}));
     }

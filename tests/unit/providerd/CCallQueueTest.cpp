@@ -12,10 +12,13 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
 #include <map>
+#include <set>
+#include <sstream>
 
 using messages::CallResult;
 using providerd::CCallQueue;
@@ -168,6 +171,29 @@ TEST(CCallQueue, StartsAWorkerThatFindsNothingOfItsParents) {
     pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
 }
 
+TEST(CCallQueue, StartsAWorkerWithAnEnvironmentOfItsOwn) {
+    for (const char* name : {"LD_LIBRARY_PATH", "NOTIFY_SOCKET", "PATH", "IFS", "BASH_ENV"}) {
+        setenv(name, "/hostile", 1);
+    }
+    setenv("KZM_TRACE_FILE", "/trace", 1);
+    setenv("JOURNAL_STREAM", "1:2", 1);
+    CCallQueue queue(Limits());
+    const std::string found = queue.Run(Call(kGet, "environment")).m_answer.m_outParameters;
+    std::istringstream lines(found);
+    std::multiset<std::string> variables;
+    for (std::string line; std::getline(lines, line);) {
+        variables.insert(line);
+    }
+    EXPECT_EQ((std::multiset<std::string>{"JOURNAL_STREAM=1:2", "KZM_TRACE_FILE=/trace", "LC_ALL=C",
+                                          "PATH=/usr/sbin:/usr/bin:/sbin:/bin"}),
+              variables);
+    for (const char* name : {"LD_LIBRARY_PATH", "NOTIFY_SOCKET", "IFS", "BASH_ENV",
+                             "KZM_TRACE_FILE", "JOURNAL_STREAM"}) {
+        unsetenv(name);
+    }
+    setenv("PATH", "/usr/bin:/bin", 1);
+}
+
 struct EndRow {
     const char* m_text;
     const char* m_answer;
@@ -202,9 +228,14 @@ const EndRow kEnds[] = {
     {"result 4", "4 0 [2 SetParameter result 4 user peer] kept", 1, ""},
     {"result 7", "7 0 [2 SetParameter result 7 user peer] kept", 1, ""},
     {"result 10", "10 0 [2 SetParameter result 10 user peer] kept", 1, ""},
-    {"result 11", "9 0 [] ", 1, "The worker ended in the midst of SetParameter (exit status 0).\n"},
+    {"result 11", "9 0 [] kept", 1,
+     "The worker ended in the midst of SetParameter (exit status 0).\n"},
     {"exit 3", "9 0 [] ", 1, "The worker ended in the midst of SetParameter (exit status 3).\n"},
     {"raise 9", "9 0 [] ", 1, "The worker ended in the midst of SetParameter (signal 9).\n"},
+    {"keep-raise 9", "9 0 [] kept", 1,
+     "The worker ended in the midst of SetParameter (signal 9).\n"},
+    {"keep-garbage", "9 0 [] kept", 1,
+     "The worker ended in the midst of SetParameter (exit status 0).\n"},
     {"half", "9 0 [] ", 1, "The worker ended in the midst of SetParameter (exit status 0).\n"},
     {"garbage", "9 0 [] ", 1, "The worker ended in the midst of SetParameter (exit status 0).\n"},
     {"too-long", "9 0 [] ", 1, "The worker ended in the midst of SetParameter (exit status 0).\n"},
@@ -269,7 +300,8 @@ TEST(CCallQueue, EndsACallThatTakesTooLong) {
     CCallQueue queue(limits);
     const CFifo fifo;
     testing::internal::CaptureStderr();
-    EXPECT_EQ(Failure(CallResult::TimedOut), AnswerOf(queue, kSet, "await " + fifo.Path()));
+    EXPECT_EQ(Failure(CallResult::TimedOut) + "kept",
+              AnswerOf(queue, kSet, "keep-await " + fifo.Path()));
     EXPECT_EQ("SetParameter took longer than 100 ms and was ended with its worker (signal 9).\n",
               testing::internal::GetCapturedStderr());
     EXPECT_EQ(Success(1, kSet, ""), AnswerOf(queue, kSet, ""));
@@ -283,6 +315,24 @@ TEST(CCallQueue, EndsACallThatNobodyTakes) {
     const std::string large(1'000'000, 'x'); // more than a socket holds
     EXPECT_EQ(Failure(CallResult::TimedOut), AnswerOf(queue, kSet, large));
     EXPECT_EQ(Success(1, kSet, large.substr(0, 100)), AnswerOf(queue, kSet, large));
+}
+
+TEST(CCallQueue, RefusesCallsThatDoNotBeginInTime) {
+    CQueueLimits limits = Limits();
+    limits.m_waitingTime = std::chrono::milliseconds(50);
+    CCallQueue queue(limits);
+    CRunningCall running(queue);
+    const auto read = [&queue] { return AnswerOf(queue, kGet, ""); };
+    std::future<std::string> first = std::async(std::launch::async, read);
+    std::future<std::string> second = std::async(std::launch::async, read); // perhaps shared
+    EXPECT_EQ(Failure(CallResult::QueueFull), first.get());
+    EXPECT_EQ(Failure(CallResult::QueueFull), second.get());
+    EXPECT_EQ(Failure(CallResult::QueueFull), AnswerOf(queue, kSet, ""));
+    EXPECT_EQ(0U, queue.Counts().m_waiting);
+    EXPECT_EQ(1U, queue.Counts().m_callers);
+
+    EXPECT_EQ(running.Answer(), running.End()) << "which had begun";
+    EXPECT_EQ(Success(2, kSet, "x"), AnswerOf(queue, kSet, "x")) << "nothing else was called";
 }
 
 // ---- Signals ----

@@ -4,8 +4,9 @@
 
 using messages::CallResult;
 using providerd::CWorkAnswer;
+using providerd::CWorkNote;
 using providerd::CWorkRequest;
-using providerd::DecodeWorkAnswer;
+using providerd::DecodeWorkerMessage;
 using providerd::DecodeWorkRequest;
 
 namespace {
@@ -17,7 +18,7 @@ CWorkRequest Request() {
 }
 
 CWorkAnswer Answer() {
-    return {CallResult::Done, 0x80000001U, kBytes, "20261121-083000-001"};
+    return {CallResult::Done, 0x80000001U, kBytes};
 }
 
 // A frame's payload.
@@ -39,13 +40,22 @@ TEST(WorkMessages, ReadAnAnswerAsItWasWritten) {
     for (int result = 0; result <= static_cast<int>(CallResult::Failed); ++result) {
         CWorkAnswer written = Answer();
         written.m_result = static_cast<CallResult>(result);
-        const auto answer = DecodeWorkAnswer(PayloadOf(Encode(written)));
-        ASSERT_TRUE(answer) << result;
+        const auto message = DecodeWorkerMessage(PayloadOf(Encode(written)));
+        ASSERT_TRUE(message) << result;
+        const auto* const answer = std::get_if<CWorkAnswer>(&*message);
+        ASSERT_NE(nullptr, answer) << result;
         EXPECT_EQ(written.m_result, answer->m_result);
         EXPECT_EQ(0x80000001U, answer->m_returnValue);
         EXPECT_EQ(kBytes, answer->m_outParameters);
-        EXPECT_EQ("20261121-083000-001", answer->m_historyId);
     }
+}
+
+TEST(WorkMessages, ReadANoteAsItWasWritten) {
+    const auto message = DecodeWorkerMessage(PayloadOf(Encode(CWorkNote{"20261121-083000-001"})));
+    ASSERT_TRUE(message);
+    const auto* const note = std::get_if<CWorkNote>(&*message);
+    ASSERT_NE(nullptr, note);
+    EXPECT_EQ("20261121-083000-001", note->m_historyId);
 }
 
 TEST(WorkMessages, TakeNothingElse) {
@@ -54,13 +64,17 @@ TEST(WorkMessages, TakeNothingElse) {
         EXPECT_FALSE(DecodeWorkRequest(request.substr(0, size))) << size;
     }
     EXPECT_FALSE(DecodeWorkRequest(request + "x"));
-    std::string answer = PayloadOf(Encode(Answer()));
-    for (std::size_t size = 0; size < answer.size(); ++size) {
-        EXPECT_FALSE(DecodeWorkAnswer(answer.substr(0, size))) << size;
+    for (const std::string& message :
+         {PayloadOf(Encode(Answer())), PayloadOf(Encode(CWorkNote{"1"}))}) {
+        for (std::size_t size = 0; size < message.size(); ++size) {
+            EXPECT_FALSE(DecodeWorkerMessage(message.substr(0, size))) << size;
+        }
+        EXPECT_FALSE(DecodeWorkerMessage(message + "x"));
+        EXPECT_FALSE(DecodeWorkerMessage("\3" + message.substr(1)));
     }
-    EXPECT_FALSE(DecodeWorkAnswer(answer + "x"));
-    answer.front() = static_cast<char>(static_cast<int>(CallResult::Failed) + 1);
-    EXPECT_FALSE(DecodeWorkAnswer(answer));
+    std::string answer = PayloadOf(Encode(Answer()));
+    answer[1] = static_cast<char>(static_cast<int>(CallResult::Failed) + 1);
+    EXPECT_FALSE(DecodeWorkerMessage(answer));
 }
 
 } // namespace

@@ -2,7 +2,9 @@
 //
 //   await FIFO      answers when somebody has opened the FIFO for writing
 //   tell FIFO       opens the FIFO for writing, and then waits without end
-//   result N        answers with this CallResult
+//   result N        answers with this CallResult, and notes before that a copy was kept
+//   keep-await FIFO notes it, and then as await
+//   keep-raise N    notes it, and ends
 //   return N        answers with this return value
 //   exit N, raise N ends
 //   garbage         sends a frame that is no answer
@@ -12,6 +14,7 @@
 //                   answers; then ends, never ends, says something unasked
 //   large           answers with 20,000,000 bytes more
 //   process         answers with what it finds itself to be
+//   environment     answers with its environment
 //
 // Any other text is answered with success. The output parameters are "N METHOD TEXT USER PEER",
 // where N counts the calls of this process.
@@ -64,9 +67,21 @@ std::string Process() {
     return text.str();
 }
 
+std::string Environment() {
+    std::string text;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        text += std::string(*variable) + "\n";
+    }
+    return text;
+}
+
 // What is done in place of an answer, or before it.
 void Obey(const std::string& order, const std::string& argument) {
-    if (order == "await") {
+    constexpr char kKeep[] = "keep-";
+    if (order.rfind(kKeep, 0) == 0) {
+        Send(Encode(providerd::CWorkNote{"kept"}));
+        Obey(order.substr(sizeof kKeep - 1), argument);
+    } else if (order == "await") {
         close(open(argument.c_str(), O_RDONLY));
     } else if (order == "tell") {
         close(open(argument.c_str(), O_WRONLY));
@@ -94,15 +109,20 @@ CWorkAnswer AnswerTo(const CWorkRequest& request, int count) {
     CWorkAnswer answer;
     answer.m_result = messages::CallResult::Done;
     if (order == "result") {
+        Send(Encode(providerd::CWorkNote{"kept"}));
         answer.m_result = static_cast<messages::CallResult>(std::stoi(argument));
-        answer.m_historyId = "kept";
     } else if (order == "return") {
         answer.m_returnValue = static_cast<std::uint32_t>(std::stoul(argument, nullptr, 0));
     }
-    answer.m_outParameters = order == "process" ? Process()
-                                                : std::to_string(count) + ' ' + request.m_method +
-                                                      ' ' + request.m_inParameters.substr(0, 100) +
-                                                      ' ' + request.m_user + ' ' + request.m_peer;
+    if (order == "process") {
+        answer.m_outParameters = Process();
+    } else if (order == "environment") {
+        answer.m_outParameters = Environment();
+    } else {
+        answer.m_outParameters = std::to_string(count) + ' ' + request.m_method + ' ' +
+                                 request.m_inParameters.substr(0, 100) + ' ' + request.m_user +
+                                 ' ' + request.m_peer;
+    }
     answer.m_outParameters.append(order == "large" ? 20'000'000 : 0, 'x');
     return answer;
 }

@@ -176,6 +176,7 @@ bool CFakeProviderd::Answer(int socket, const messages::Request& request) {
         Send(socket, m_bytes);
     } else if (check != nullptr) {
         Send(socket, messages::Encode(CheckAnswer(*check)));
+        m_changed.wait(lock, [&] { return m_isEnding || !m_stopsReading; });
     } else {
         Send(socket, CallAnswer(std::get<messages::CCallRequest>(request)));
     }

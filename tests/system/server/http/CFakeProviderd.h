@@ -33,6 +33,8 @@ public:
     // From now on each connection ends when a call (or a check) has come, without an answer.
     void DieOnCalls() { Set(&m_diesOnCalls, true); }
     void DieOnChecks() { Set(&m_diesOnChecks, true); }
+    // From now on each connection takes nothing more once a check was answered, and stays.
+    void StopReadingAfterChecks() { Set(&m_stopsReading, true); }
     // From now on calls are answered with this.
     void AnswerCalls(const messages::CCallAnswer& answer);
     // From now on everything is answered with these bytes.
@@ -61,6 +63,7 @@ private:
     bool m_holdsChecks = false;
     bool m_diesOnCalls = false;
     bool m_diesOnChecks = false;
+    bool m_stopsReading = false;
     bool m_isEnding = false;
     std::thread m_acceptor;
 };

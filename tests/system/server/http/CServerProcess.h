@@ -28,6 +28,7 @@ public:
 
     // Waits for a line of the log that contains the text. Lines before it are not found again.
     std::string AwaitLine(const std::string& text);
+    void CloseLog() { m_daemon->CloseLog(); }
     void Signal(int signal) const { m_daemon->Signal(signal); }
     [[nodiscard]] pid_t Id() const { return m_daemon->Id(); }
     // Waits for its end: the exit code, or 128 and the signal that ended it.

@@ -1,5 +1,6 @@
 // Operations without CIM, which show what they were given. A body is an instruction:
-//   call TEXT    asks for the method GetParameter with this for its parameters
+//   call TEXT    asks for the method GetParameter with this for its parameters. When TEXT
+//                begins with "no memory" there is none once the call was made
 //   status N     an answer with this status that closes the connection
 //   long N       an answer of so many bytes
 //   no memory    throws
@@ -58,6 +59,8 @@ COperations::Answer(const CRequestHead& head, std::string_view body, messages::R
         call.m_method = "GetParameter";
         call.m_inParameters = *parameters;
         call.m_messageId = "17";
+        call.m_withoutMemory = Said("called, but there is no memory\n");
+        call.m_withoutMemory.m_keepOpen = false;
         return call;
     }
     if (const auto status = Argument(body, kStatus)) {
@@ -82,6 +85,9 @@ CHttpAnswer COperations::Finish(const CPendingCall& call,
                                 const messages::CCallAnswer& answer) const {
     if (answer.m_result == messages::CallResult::WrongCredentials) {
         return WrongCredentials();
+    }
+    if (Argument(answer.m_outParameters, "no memory")) {
+        throw std::bad_alloc();
     }
     return Said(call.m_messageId + " result=" + std::to_string(static_cast<int>(answer.m_result)) +
                 " value=" + std::to_string(answer.m_uiReturnValue) + " " + answer.m_outParameters +

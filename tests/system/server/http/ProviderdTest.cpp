@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -19,10 +20,16 @@ const string kAway = Refused("503 Service Unavailable",
                              "later.",
                              true);
 
-string Called(const string& text) {
+const string kSilent = Refused("503 Service Unavailable",
+                               "The daemon that calls the provider does not answer. Try again "
+                               "later.",
+                               true);
+
+string Called(const string& text, bool isClosed = false) {
     return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
            "charset=\"utf-8\"\r\nContent-Length: " +
-           std::to_string(text.size() + 1) + "\r\n\r\n" + text + "\n";
+           std::to_string(text.size() + 1) + (isClosed ? "\r\nConnection: close" : "") +
+           "\r\n\r\n" + text + "\n";
 }
 
 // The answer to one request on a connection of its own.
@@ -36,8 +43,15 @@ std::vector<string> CheckAnd(const string& call) {
     return {"check changer right 127.0.0.1", "call changer right 127.0.0.1 " + call};
 }
 
+const string kOnlyHttp = "Listen=\nListenPlain=127.0.0.1:0\n";
+
 class ProviderdTest : public testing::Test {
 protected:
+    void Reload() {
+        m_server.Signal(SIGHUP);
+        m_server.AwaitLine("read anew");
+    }
+
     CServerProcess m_server;
     std::unique_ptr<CFakeProviderd> m_providerd = std::make_unique<CFakeProviderd>();
 };
@@ -87,6 +101,55 @@ TEST_F(ProviderdTest, ACallThatItDiedOfIsNotMadeAgain) {
         AnswerTo(m_server, Post("call in")),
         Called("17 result=" + std::to_string(static_cast<int>(CallResult::Died)) + " value=0 "));
     EXPECT_EQ(m_providerd->Asked(), CheckAnd("GetParameter in"));
+}
+
+TEST_F(ProviderdTest, ACheckThatHangsIsGivenUp) {
+    m_server.SetConfiguration(kOnlyHttp + "CheckMilliseconds=200\n");
+    Reload();
+    m_providerd->HoldChecks();
+    EXPECT_EQ(AnswerTo(m_server, Post("hi")), kSilent);
+    EXPECT_EQ(m_providerd->Asked().size(), 1U);
+    // The late answer is "right", and not for this question.
+    m_providerd->Release();
+    m_server.SetConfiguration(kOnlyHttp);
+    Reload();
+    EXPECT_EQ(AnswerTo(m_server, Head("Content-Length: 0\r\n" + Authorization("changer", "wrong"))),
+              WrongCredentials());
+    EXPECT_EQ(AnswerTo(m_server, Post("hi")), Repeated("hi"));
+}
+
+TEST_F(ProviderdTest, ACallThatHangsIsOfUnknownEndAndIsNotMadeAgain) {
+    m_server.SetConfiguration(kOnlyHttp + "CallMilliseconds=200\n");
+    Reload();
+    m_providerd->HoldCalls();
+    CClient client(m_server.HttpPort());
+    client.Send(Post("call in"));
+    EXPECT_EQ(
+        client.Answer(),
+        Called("17 result=" + std::to_string(static_cast<int>(CallResult::Unknown)) + " value=0 "));
+    EXPECT_EQ(m_providerd->Asked(), CheckAnd("GetParameter in"));
+    m_server.SetConfiguration(kOnlyHttp);
+    Reload();
+    m_providerd->Release();
+    client.Send(Post("call next"));
+    EXPECT_EQ(client.Answer(), Called("17 result=0 value=0 next"));
+}
+
+// A call that is longer than what a connection holds, and of which nobody takes anything.
+TEST_F(ProviderdTest, ACallThatCouldNotBeSentWasNotMade) {
+    m_server.SetConfiguration(kOnlyHttp + "CallMilliseconds=200\n");
+    Reload();
+    m_providerd->StopReadingAfterChecks();
+    EXPECT_EQ(AnswerTo(m_server, Post("call " + string(5'000'000, 'x'))), kAway);
+    EXPECT_EQ(m_providerd->Asked().size(), 1U);
+}
+
+TEST_F(ProviderdTest, ACallWithoutMemoryForItsAnswerIsNotToldAsUnmade) {
+    for (const std::size_t length : {0, 100'000}) { // by the loop, and by the worker
+        EXPECT_EQ(AnswerTo(m_server, Post("call no memory" + string(length, 'x'))),
+                  Called("called, but there is no memory", true));
+    }
+    EXPECT_EQ(AnswerTo(m_server, Post("hi")), Repeated("hi")) << "and it goes on";
 }
 
 TEST_F(ProviderdTest, ACheckThatItDiedOfLetsNobodyIn) {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -24,6 +25,13 @@ void CWholeServer::StartProviderd() {
 void CWholeServer::StartFrontEnd() {
     m_frontEnd.reset(); // before the new one
     m_frontEnd = std::make_unique<CServerProcess>("Listen=127.0.0.1:0\n");
+}
+
+void CWholeServer::Limit(const string& lines) const {
+    CServerProcess::SetConfiguration(string("ListenPlain=127.0.0.1:0\nListen=127.0.0.1:0\n") +
+                                     lines);
+    m_frontEnd->Signal(SIGHUP);
+    m_frontEnd->AwaitLine("read anew");
 }
 
 CClient CWholeServer::Connect(CClient::Kind kind) const {

@@ -18,6 +18,9 @@ public:
     void StartProviderd();
     void StartFrontEnd();
 
+    // Has the front end use these limits beside what it listens on.
+    void Limit(const std::string& lines) const;
+
     CDaemonProcess& Providerd() { return m_door.Daemon(); }
     CServerProcess& FrontEnd() { return *m_frontEnd; }
     [[nodiscard]] const CTestRoot& Root() const { return m_door.m_root; }

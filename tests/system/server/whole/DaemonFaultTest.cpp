@@ -34,6 +34,11 @@ constexpr int kPatience = 20000; // milliseconds
 
 const char* const kAway = "503: The daemon that calls the provider cannot be reached. Try again "
                           "later.\n";
+const char* const kSilent = "503: The daemon that calls the provider does not answer. Try again "
+                            "later.\n";
+const char* const kUnknown =
+    "error 1: The daemon that calls the provider gave no answer in time. Whether the method was "
+    "called is not known: read the settings before anything else.";
 const char* const kKilled =
     "error 1: The provider ended in the middle of the call. A change may be "
     "half done: read the settings before anything else.";
@@ -94,6 +99,41 @@ TEST_F(DaemonFault, KilledProviderdLeavesTheChangeToItsWorker) {
         ExpectOneChange();
     }
     m_server.StartProviderd();
+    EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "on the same connection";
+    changes::ExpectUsable(m_server);
+}
+
+// Stopped, it takes connections and answers nothing.
+TEST_F(DaemonFault, AHungProviderdIsGivenUp) {
+    m_server.Limit("CheckMilliseconds=200\n");
+    CClient kept = m_server.Connect();
+    m_server.Providerd().Signal(SIGSTOP);
+    for (int i = 0; i < 3; ++i) {
+        CClient client = m_server.Connect();
+        EXPECT_EQ(kSilent, Ask(&client, SetParameter(ChangedConf())));
+    }
+    m_server.Providerd().Signal(SIGCONT);
+    m_server.Limit("");
+    EXPECT_EQ("returned 0", Ask(&kept, GetParameter())) << "it is found again";
+    EXPECT_EQ(changes::Texts{"CheckInstall"}, m_server.Root().VendorCalls()) << "nothing else ran";
+    changes::ExpectUsable(m_server);
+}
+
+TEST_F(DaemonFault, AHungProviderdGoesOnWithItsChange) {
+    m_server.Limit("CallMilliseconds=200\n");
+    CClient client = m_server.Connect();
+    {
+        const CGate gate;
+        client.Send(Bytes(SetParameter(ChangedConf())));
+        gate.Await();
+        m_server.Providerd().Signal(SIGSTOP);
+        EXPECT_EQ(kUnknown, OutcomeOf(client.Answer()));
+        m_server.Providerd().Signal(SIGCONT);
+        gate.Open();
+        EXPECT_NE(string::npos, AwaitEndOfChange().find(" result=\"done\" return=0x00000000 "));
+    }
+    ExpectOneChange();
+    m_server.Limit("");
     EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "on the same connection";
     changes::ExpectUsable(m_server);
 }
@@ -223,6 +263,25 @@ TEST_F(HistoryFault, AFullOneTakesNoChange) {
     }
     ExpectRefusedChange("they cannot be kept in the history");
     EXPECT_EQ(0, umount(KzmPaths::kHistoryFolder));
+    changes::ExpectUsable(m_server);
+}
+
+// ---- Logs ----
+
+// Whoever took them has gone. The worker has the log of the daemon, and something to say.
+TEST_F(DaemonFault, NobodyIsNeededToTakeTheirLogs) {
+    m_server.Providerd().CloseLog();
+    m_server.FrontEnd().CloseLog();
+    CClient client = m_server.Connect();
+    EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
+    EXPECT_EQ(0U, Ask(&client, GetParameter(), "changer", "wrong").find("401"));
+    fs::create_directories(KzmPaths::kHistoryFolder);
+    chmod(KzmPaths::kHistoryFolder, 0777);
+    EXPECT_EQ(kNotKept, Ask(&client, SetParameter(ChangedConf())));
+    chmod(KzmPaths::kHistoryFolder, 0700);
+    CServerProcess::SetConfiguration("Unknown=1\n");
+    m_server.FrontEnd().Signal(SIGHUP);
+    m_server.Providerd().Signal(SIGHUP);
     changes::ExpectUsable(m_server);
 }
 

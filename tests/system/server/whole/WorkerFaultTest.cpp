@@ -24,8 +24,16 @@ const char* const kTooLong = "error 1: The method took too long and was given up
 
 class WorkerIn : public testing::TestWithParam<CPhase> {
 protected:
-    // The call is made once, has come as far as the phase, and the next ones succeed.
-    static void ExpectStoppedThere(CWholeServer* server) {
+    // The call is made once, has come as far as the phase, and the next ones succeed. The log names
+    // the copy that was kept before.
+    static void ExpectStoppedThere(CWholeServer* server, const string& result) {
+        const string line = server->Providerd().AwaitLogged(
+            "operation=\"" + string(GetParam().m_method) + "\" result=\"" + result + "\" ms=");
+        const auto kept = changes::Kept();
+        const std::size_t history = line.find(" history=");
+        EXPECT_EQ(kept.empty() ? "" : " history=" + kept.front().m_id,
+                  history == string::npos ? "" : line.substr(history))
+            << line;
         EXPECT_EQ(GetParam().m_calls, server->Root().VendorCalls());
         if (GetParam().m_isWritten) {
             changes::ExpectChangedFiles();
@@ -44,10 +52,8 @@ TEST_P(WorkerIn, DiesAndTheNextCallIsMade) {
                                   "kill -9 $host; while kill -0 $host; do :; done; exit 0");
     CClient client = server.Connect();
     EXPECT_EQ(kDied, Ask(&client, CallIn(GetParam())));
-    ExpectStoppedThere(&server);
+    ExpectStoppedThere(&server, "worker died");
     EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "on the same connection";
-    EXPECT_NE("", server.Providerd().AwaitLogged("operation=\"" + string(GetParam().m_method) +
-                                                 "\" result=\"worker died\" ms="));
 }
 
 TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
@@ -62,7 +68,7 @@ TEST_P(WorkerIn, HangsAndTheNextCallIsMade) {
     ASSERT_NE("", server.Providerd().AwaitLogged("took longer than 10000 ms"));
     EXPECT_EQ(kTooLong, OutcomeOf(client.Answer()));
     AwaitEndOfHanging();
-    ExpectStoppedThere(&server);
+    ExpectStoppedThere(&server, "timed out");
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, WorkerIn, testing::ValuesIn(Phases()),

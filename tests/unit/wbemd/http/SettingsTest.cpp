@@ -36,6 +36,8 @@ TEST(SettingsTest, HaveDefaults) {
     EXPECT_EQ(settings.m_requestTime, std::chrono::seconds(10));
     EXPECT_EQ(settings.m_idleTime, std::chrono::seconds(15));
     EXPECT_EQ(settings.m_answerTime, std::chrono::seconds(10));
+    EXPECT_EQ(settings.m_checkTime, std::chrono::seconds(45));
+    EXPECT_EQ(settings.m_callTime, std::chrono::seconds(300));
 }
 
 TEST(SettingsTest, AreTakenByTheirNames) {
@@ -43,7 +45,7 @@ TEST(SettingsTest, AreTakenByTheirNames) {
         "f", "Listen=127.0.0.1:1, [::1]\nListenPlain=127.9.9.9\nCertificate=/c\nKey=/k\n"
              "MaxConnections=1\nMaxConnectionsPerPeer=2\nMaxBodyBytes=3\nMaxBodyMemoryBytes=4\n"
              "HandshakeMilliseconds=5\nRequestMilliseconds=6\nIdleMilliseconds=7\n"
-             "AnswerMilliseconds=8\n");
+             "AnswerMilliseconds=8\nCheckMilliseconds=9\nCallMilliseconds=10800000\n");
     const CSettings settings = CSettings::Read(&file);
     EXPECT_EQ(file.Problems(), std::vector<string>());
     ASSERT_EQ(settings.m_listen.size(), 2U);
@@ -60,13 +62,16 @@ TEST(SettingsTest, AreTakenByTheirNames) {
     EXPECT_EQ(settings.m_requestTime.count(), 6);
     EXPECT_EQ(settings.m_idleTime.count(), 7);
     EXPECT_EQ(settings.m_answerTime.count(), 8);
+    EXPECT_EQ(settings.m_checkTime.count(), 9);
+    EXPECT_EQ(settings.m_callTime.count(), 10800000);
 }
 
 TEST(SettingsTest, RefuseWhatWouldNotDo) {
     for (const char* const line :
          {"Listen=localhost", "ListenPlain=*", "ListenPlain=0.0.0.0", "ListenPlain=[::]",
           "ListenPlain=128.0.0.1", "ListenPlain=[::2]", "MaxConnections=0", "IdleMilliseconds=0",
-          "MaxBodyBytes=1\nMaxBodyMemoryBytes=0", "MaxBodyMemoryBytes=16777215", "Unknown=1"}) {
+          "CallMilliseconds=10800001", "MaxBodyBytes=1\nMaxBodyMemoryBytes=0",
+          "MaxBodyMemoryBytes=16777215", "Unknown=1"}) {
         EXPECT_EQ(Problems(line).size(), 1U) << line;
     }
 }

@@ -16,8 +16,8 @@ using std::string;
 
 namespace {
 
-const wbemd::CPendingCall kGet = {"GetParameter", "", "1001", "getparameter"};
-const wbemd::CPendingCall kSet = {"SetParameter", "x", "1001", "SetParameter"};
+const wbemd::CPendingCall kGet = {"GetParameter", "", "1001", "getparameter", {}};
+const wbemd::CPendingCall kSet = {"SetParameter", "x", "1001", "SetParameter", {}};
 
 CCallAnswer Done(std::uint32_t value, const IWbemClassObject& output) {
     return {CallResult::Done, value, messages::EncodeObject(output)};
@@ -146,6 +146,9 @@ INSTANTIATE_TEST_SUITE_P(
         CEndRow{"Died", CallResult::Died, 1,
                 "The provider ended in the middle of the call. A change may be half done: read the "
                 "settings before anything else."},
+        CEndRow{"Unknown", CallResult::Unknown, 1,
+                "The daemon that calls the provider gave no answer in time. Whether the method was "
+                "called is not known: read the settings before anything else."},
         CEndRow{"Failed", CallResult::Failed, 1, "The server failed. Its log says why."}),
     RowName<CEndRow>);
 
