@@ -6,6 +6,7 @@
 #include "loggerctl/agent/CService.h"
 #include "loggerctl/output/SafeText.h"
 #include "providerbase/CDeviceDescription.h"
+#include "tests/system/loggerctl/CGolden.h"
 #include "tests/system/loggerctl/CHeldLock.h"
 #include "tests/system/loggerctl/CPatient.h"
 #include "tests/system/loggerctl/SampleHistory.h"
@@ -70,6 +71,7 @@ struct CRow {
     const char* m_mends; // the command's beginning
     bool m_needsRoot = false;
     bool m_hasServer = false;
+    bool m_leadsToMore = false; // once it is mended, something else is wrong
 };
 
 std::ostream& operator<<(std::ostream& out, const CRow& row) {
@@ -214,19 +216,9 @@ const CRow kHostRows[] = {
      "apt-get install --reinstall kzm-logger-provider"},
 };
 
-void ForgetUser(CPatient* patient, const string& name) {
-    std::vector<CAccounts::CUser> users = CAccounts::FirstUsers();
-    users.erase(std::remove_if(users.begin(), users.end(),
-                               [&](const auto& user) { return user.m_name == name; }),
-                users.end());
-    patient->Accounts()->SetUsers(users);
-}
-
-// The front end's user is another one than the tests'.
-void SetFrontEndUser(CPatient* patient) {
-    std::vector<CAccounts::CUser> users = CAccounts::FirstUsers();
-    users.front().m_id = kAnother;
-    patient->Accounts()->SetUsers(users);
+void ForgetFrontEndUser(CPatient* /*patient*/) {
+    CPatient::Forget("kzmwbem", "passwd");
+    CPatient::Forget("kzmwbem", "group");
 }
 
 const CRow kServerRows[] = {
@@ -253,9 +245,15 @@ const CRow kServerRows[] = {
      },
      "wbemd.conf", "wrong", "wbemd.conf, line 2: Nonsense is unknown", "\"${EDITOR:-vi}\" +2 ",
      false, true},
-    {"NoFrontEndUser", [](CPatient* patient) { ForgetUser(patient, "kzmwbem"); }, "server-user",
-     "missing", "user kzmwbem does not exist", "useradd --system --user-group kzmwbem", false,
-     true},
+    {"NoFrontEndUser", ForgetFrontEndUser, "server-user", "missing", "user kzmwbem does not exist",
+     "systemd-sysusers kzm-wbemd.conf", false, true},
+    {"NoOtherFrontEndUser",
+     [](CPatient*) { WriteFile(KzmPaths::kProviderdConfig, "FrontEndUser=kzm-front\n"); },
+     "server-user", "missing", "user kzm-front does not exist",
+     "useradd --system --user-group kzm-front", true, true, true},
+    {"NoReaders", [](CPatient*) { CPatient::Forget("kzm-readers", "group"); }, "server-group",
+     "missing", "the members of the group kzm-readers may read the settings",
+     "systemd-sysusers kzm-wbemd.conf", false, true},
     {"NoGroup",
      [](CPatient*) {
          WriteFile(KzmPaths::kProviderdConfig, "ReadingGroups=kzm-readers, kzm-nobody\n");
@@ -272,22 +270,14 @@ const CRow kServerRows[] = {
      true, true},
     {"Expired", [](CPatient*) { InstallCertificate(MakeCertificate("localhost", -7200, -3600)); },
      "server-certificate", "wrong", "the certificate has expired", "openssl req ", true, true},
-    {"KeyIsForRootAlone",
-     [](CPatient* patient) {
-         SetFrontEndUser(patient);
-         fs::permissions(KzmPaths::kWbemdKey, fs::perms(0600));
-     },
+    {"KeyIsForRootAlone", [](CPatient*) { fs::permissions(KzmPaths::kWbemdKey, fs::perms(0600)); },
      "server-certificate", "wrong", "wbemd-key.pem: cannot be read by the front end's user kzmwbem",
-     "chown root:users ", true, true},
+     "chown root:kzmwbem ", true, true},
     {"KeyIsForAll", [](CPatient*) { fs::permissions(KzmPaths::kWbemdKey, fs::perms(0644)); },
-     "server-certificate", "wrong", "wbemd-key.pem: can be read by everybody", "chown root:users ",
-     true, true},
+     "server-certificate", "wrong", "wbemd-key.pem: can be read by everybody",
+     "chown root:kzmwbem ", true, true},
     {"CertificateIsForRootAlone",
-     [](CPatient* patient) {
-         SetFrontEndUser(patient);
-         ASSERT_EQ(chown(KzmPaths::kWbemdKey, 0, 60000), 0); // the users' group
-         fs::permissions(KzmPaths::kWbemdCertificate, fs::perms(0600));
-     },
+     [](CPatient*) { fs::permissions(KzmPaths::kWbemdCertificate, fs::perms(0600)); },
      "server-certificate", "wrong", "wbemd-cert.pem: cannot be read by the front end's user",
      "chmod 0644 ", true, true},
     {"NobodyAtTheSocket", [](CPatient* patient) { patient->StopListening("kzm-providerd.socket"); },
@@ -326,6 +316,7 @@ TEST_P(Broken, IsNamedAndMended) {
     ASSERT_EQ(finding.at("name"), row.m_finding);
     const string text = finding.at("text");
     EXPECT_NE(text.find(row.m_says), string::npos) << text;
+    ASSERT_TRUE(finding.at("mend").is_string()) << finding.dump(1);
     const string mend = finding.at("mend");
     string begin = row.m_mends;
     begin = std::regex_replace(begin, std::regex("ROOT"), CTestRoot::Path(""));
@@ -335,8 +326,10 @@ TEST_P(Broken, IsNamedAndMended) {
     EXPECT_EQ(mended.m_iExitCode, 0) << mended.m_sOutput << mended.m_sError;
     CPatient::CAnswer after = patient.Ask();
     // What was in the way is away; what belongs there comes with the next command.
+    const bool leadsToMore = row.m_leadsToMore || mend.rfind("mv ", 0) == 0;
     for (const string& name : after.ToMend()) {
-        EXPECT_EQ(mend.substr(0, 3), "mv ") << after.m_document.dump(1);
+        ASSERT_TRUE(leadsToMore) << after.m_document.dump(1);
+        ASSERT_TRUE(after.Finding(name).at("mend").is_string());
         EXPECT_EQ(patient.RunInShell(after.Finding(name).at("mend")).m_iExitCode, 0);
         after = patient.Ask();
     }
@@ -411,7 +404,7 @@ class CNewcomer : public testing::Test {
 protected:
     // Runs the commands from the top, as the doctor says, until it is content.
     void Follow() {
-        for (int round = 1; round <= 4; ++round) {
+        for (int round = 1; round <= 3; ++round) {
             const CPatient::CAnswer answer = m_patient.Ask();
             m_rounds = round;
             if (answer.m_code == 0) {
@@ -419,18 +412,11 @@ protected:
             }
             for (const nlohmann::json& finding : answer.m_document.at("findings")) {
                 if (!finding.at("mend").is_null()) {
-                    const CProgram::Result result = m_patient.RunInShell(finding.at("mend"));
-                    EXPECT_EQ(result.m_iExitCode, 0) << finding.dump(1) << result.m_sError;
+                    m_patient.RunInShell(finding.at("mend")); // one may need another before
                 }
             }
         }
         ADD_FAILURE() << "the doctor is not content";
-    }
-
-    // What the sample's commands call.
-    static void InstallSystemctl() {
-        fs::create_directories(CTestRoot::Path("/usr/bin"));
-        fs::copy_file(CPatient::Tools("systemctl"), CTestRoot::Path("/usr/bin/systemctl"));
     }
 
     CPatient m_patient;
@@ -440,7 +426,6 @@ protected:
 TEST_F(CNewcomer, GetsTheSettingsAfterOneCommand) {
     m_patient.Root().RemoveDeviceDescription();
     fs::remove_all(KzmPaths::kHistoryFolder);
-    InstallSystemctl();
     EXPECT_NE(m_patient.Run({"get"}).m_iExitCode, 0);
     Follow();
     EXPECT_EQ(m_rounds, 2);
@@ -459,14 +444,13 @@ TEST_F(CNewcomer, MendsAHostOnWhichMuchIsBroken) {
     }
     m_patient.InstallServer();
     m_patient.KeepAsGood();
-    InstallSystemctl();
     m_patient.Root().RemoveDeviceDescription();
     m_patient.Root().RemoveMountCommand();
     fs::remove(KzmPaths::kAgentConfig);
     fs::remove_all(FolderOf(KzmPaths::kLockFile));
     fs::remove(KzmPaths::kWbemdCertificate);
     fs::remove(KzmPaths::kWbemdKey);
-    ForgetUser(&m_patient, "kzmwbem");
+    ForgetFrontEndUser(&m_patient);
     m_patient.StopListening("kzm-providerd.socket");
     m_patient.StopListening("kzmwbemd.socket");
     EXPECT_EQ(m_patient.Ask().ToMend().size(), 8U);
@@ -555,6 +539,10 @@ TEST(Doctor, FitsATerminal) {
         const bool isOneWord = line.find_first_of(' ', 15) == string::npos;
         EXPECT_TRUE(output::Width(line) <= 80 || isOneWord) << line;
     }
+}
+
+TEST(Doctor, ShowsHelp) {
+    CGolden::Expect("help-doctor", CProgram({"doctor", "--help"}).Run());
 }
 
 TEST(Doctor, IsContent) {
