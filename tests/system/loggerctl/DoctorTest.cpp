@@ -18,11 +18,13 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <thread>
 
@@ -396,6 +398,92 @@ TEST(DoctorAndLocks, SayWhenTheHolderBegan) {
     ASSERT_EQ(stat("/proc/self", &status), 0);
     EXPECT_LE(mktime(&parts), std::time(nullptr));
     EXPECT_GE(mktime(&parts), std::time(nullptr) - 3600) << text;
+}
+
+// ---- File systems ----
+
+// A small file system at the folder, which keeps its files.
+class CMounted {
+public:
+    CMounted(const string& folder, const char* options) : m_folder(folder) {
+        const string kept = CPatient::Tools("kept");
+        fs::copy(folder, kept, fs::copy_options::recursive);
+        m_done = mount("none", folder.c_str(), "tmpfs", 0, options) == 0;
+        if (m_done) {
+            fs::copy(kept, folder,
+                     fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+        }
+    }
+    ~CMounted() {
+        if (m_done) {
+            umount2(m_folder.c_str(), MNT_DETACH);
+        }
+    }
+    CMounted(const CMounted&) = delete;
+    CMounted& operator=(const CMounted&) = delete;
+
+    [[nodiscard]] bool IsDone() const { return m_done; }
+    void Change(unsigned long flags, const char* options) const {
+        EXPECT_EQ(mount("none", m_folder.c_str(), nullptr, MS_REMOUNT | flags, options), 0);
+    }
+
+private:
+    const string m_folder;
+    bool m_done = false;
+};
+
+TEST(DoctorAndFileSystems, MakesWhatIsReadOnlyWritable) {
+    CPatient patient;
+    const CMounted mounted(FolderOf(KzmPaths::kAgentConfig), "mode=0755");
+    if (!mounted.IsDone()) {
+        GTEST_SKIP() << "this user cannot mount a file system";
+    }
+    EXPECT_EQ(patient.Ask().m_code, 0);
+    mounted.Change(MS_RDONLY, "");
+    const CPatient::CAnswer answer = patient.Ask();
+    EXPECT_EQ(answer.ToMend(), (Names{"agent.cfg", "alert.cfg"}));
+    const nlohmann::json finding = answer.Finding("alert.cfg");
+    EXPECT_NE(finding.at("text").get<string>().find("alert.cfg: cannot be written (Read-only"),
+              string::npos);
+    EXPECT_EQ(patient.RunInShell(finding.at("mend")).m_iExitCode, 0);
+    EXPECT_EQ(patient.Ask().m_code, 0);
+}
+
+TEST(DoctorAndFileSystems, SaysWhereThereIsNoRoom) {
+    CPatient patient;
+    const CMounted mounted(FolderOf(KzmPaths::kCallerLock), "mode=0755,size=64k");
+    if (!mounted.IsDone()) {
+        GTEST_SKIP() << "this user cannot mount a file system";
+    }
+    EXPECT_EQ(patient.Ask().m_code, 0);
+    const string large = FolderOf(KzmPaths::kCallerLock) + "/large";
+    std::ofstream(large) << string(64 * 1024, 'x');
+    const CPatient::CAnswer answer = patient.Ask();
+    ASSERT_EQ(answer.ToMend(), Names{"room"});
+    const nlohmann::json finding = answer.Finding("room");
+    EXPECT_NE(finding.at("text").get<string>().find("history: its file system has 0 bytes free"),
+              string::npos)
+        << finding;
+    const CProgram::Result shown = patient.RunInShell(finding.at("mend"));
+    EXPECT_EQ(shown.m_iExitCode, 0);
+    EXPECT_NE(shown.m_sOutput.find(FolderOf(KzmPaths::kCallerLock)), string::npos);
+    fs::remove(large); // which it leaves to the administrator
+    EXPECT_EQ(patient.Ask().m_code, 0);
+}
+
+TEST(DoctorAndFileSystems, SaysWhatNoRestoreCouldReplace) {
+    CPatient patient;
+    const string file = KzmPaths::kAgentConfig;
+    if (mount(file.c_str(), file.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+        GTEST_SKIP() << "this user cannot mount a file";
+    }
+    const CPatient::CAnswer answer = patient.Ask();
+    EXPECT_EQ(umount2(file.c_str(), MNT_DETACH), 0);
+    EXPECT_EQ(answer.ToMend(), Names{"agent.cfg"});
+    EXPECT_NE(answer.Finding("agent.cfg").at("text").get<string>().find("No restore could put"),
+              string::npos);
+    EXPECT_TRUE(answer.Finding("agent.cfg").at("mend").is_null());
+    EXPECT_EQ(patient.Ask().m_code, 0);
 }
 
 // ---- Whoever asks ----
