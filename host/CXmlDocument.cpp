@@ -237,9 +237,10 @@ CXmlLimits CXmlLimits::ForStrangers() {
     CXmlLimits limits;
     limits.m_uiBytes = std::size_t{16} * 1024 * 1024;
     limits.m_uiDepth = 16;
-    limits.m_uiBytesForElement = 8; // this counts elements, and with them all attributes
-    limits.m_uiElements = SIZE_MAX;
-    limits.m_uiAttributes = SIZE_MAX;
+    // A tree takes up to two hundred bytes for each of these, whatever the text has for it.
+    limits.m_uiElements = 200'000;
+    limits.m_uiAttributes = 400'000;
+    limits.m_uiBytesForElement = 8;
     limits.m_uiAttributesOfElement = 64;
     limits.m_uiAttributeBytes = std::size_t{64} * 1024;
     return limits;

@@ -89,13 +89,22 @@ CFinding LookAtConfiguration(const char* name, const string& path, const string&
 
 // ---- Users and groups ----
 
+// The package brings those that the configuration names unless it says otherwise.
+string AddCommand(const string& name, const string& other) {
+    const providerd::CSettings defaults;
+    const Texts& groups = defaults.m_readingGroups;
+    const bool isOfPackage = name == defaults.m_frontEndUser ||
+                             std::find(groups.begin(), groups.end(), name) != groups.end();
+    return isOfPackage ? "systemd-sysusers kzm-wbemd.conf" : other + " " + Quoted(name);
+}
+
 CFinding LookAtUser(const string& name) {
     const CSubject subject("server-user", name);
     if (getpwnam(name.c_str()) != nullptr) {
         return subject.Ok("The front end's user exists.");
     }
     return subject.Missing("The front end's user " + output::Escape(name) + " does not exist.",
-                           "useradd --system --user-group " + Quoted(name));
+                           AddCommand(name, "useradd --system --user-group"));
 }
 
 CFinding LookAtGroup(const string& name, const string& may) {
@@ -107,7 +116,7 @@ CFinding LookAtGroup(const string& name, const string& may) {
                                output::Escape(name) + " may " + may +
                                " the settings, and there is no such group. Add it, or correct the "
                                "file.",
-                           "groupadd --system " + Quoted(name));
+                           AddCommand(name, "groupadd --system"));
 }
 
 // ---- The certificate ----

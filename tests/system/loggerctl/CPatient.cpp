@@ -14,6 +14,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <sstream>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -23,6 +24,14 @@ namespace {
 
 constexpr char kDoor[] = "kzm-providerd.socket";
 constexpr char kFront[] = "kzmwbemd.socket";
+
+constexpr gid_t kFrontEndGroup = 60050;
+
+// Somebody else, where that can be.
+uid_t FrontEndUser() {
+    constexpr uid_t kAnother = 60050;
+    return geteuid() == 0 ? kAnother : geteuid();
+}
 
 string Record(const char* name) {
     return CPatient::Tools(name) + ".record";
@@ -109,11 +118,21 @@ CPatient::CPatient() {
                             "\nfor file; do :; done\n"
                             "cat \"" +
                             good + "${file#" + root + "}\" >\"$file\"");
-    WriteTool("systemctl", "echo \"$4\" >>" + Record("systemctl"));
-    for (const auto& [tool, file] :
-         {std::pair("useradd", "NSS_WRAPPER_PASSWD"), std::pair("groupadd", "NSS_WRAPPER_GROUP")}) {
-        WriteTool(tool, "for name; do :; done\necho \"$name:x:60099:60099::/:/bin/false\" >>\"$" +
-                            string(file) + "\"");
+    WriteTool("systemctl", "echo \"$3\" >>" + Record("systemctl"));
+    fs::create_directories(CTestRoot::Path("/usr/bin")); // where the sample has it
+    fs::copy_file(Tools("systemctl"), CTestRoot::Path("/usr/bin/systemctl"));
+    const string group = "echo \"$name:x:60099:\" >>" + Tools("group");
+    WriteTool("groupadd", "for name; do :; done\n" + group);
+    WriteTool("useradd", "for name; do :; done\n" + group +
+                             "\necho \"$name:x:60099:60099::/:\" >>" + Tools("passwd"));
+    WriteTool("systemd-sysusers", "for kind in passwd group; do cat " + Tools("$kind.good") + " >" +
+                                      Tools("$kind") + "; done");
+    WriteFile(Tools("passwd"), "root:x:0:0::/:\nkzmwbem:x:" + std::to_string(FrontEndUser()) + ":" +
+                                   std::to_string(kFrontEndGroup) + "::/:\n");
+    WriteFile(Tools("group"), "root:x:0:\nkzmwbem:x:" + std::to_string(kFrontEndGroup) +
+                                  ":\nkzm-readers:x:60001:\nkzm-changers:x:60002:\n");
+    for (const char* file : {"passwd", "group"}) {
+        fs::copy_file(Tools(file), Tools(file) + ".good");
     }
 }
 
@@ -122,6 +141,9 @@ void CPatient::InstallServer() {
     Link(PROVIDERD_PROGRAM, KzmPaths::kProviderdProgram);
     InstallCertificate(MakeCertificate("localhost"));
     fs::permissions(KzmPaths::kWbemdKey, fs::perms(0640));
+    if (geteuid() == 0) {
+        EXPECT_EQ(chown(KzmPaths::kWbemdKey, 0, kFrontEndGroup), 0);
+    }
     Listen(kDoor);
     Listen(kFront);
     WriteFile(KzmPaths::kWbemdConfig, "Listen=127.0.0.1:" + std::to_string(m_port) + "\n");
@@ -131,9 +153,10 @@ void CPatient::InstallServer() {
 void CPatient::KeepAsGood() const {
     const string good = Tools("good");
     fs::create_directories(good);
-    for (const char* folder : {"/bin", "/etc", "/opt", "/var"}) {
-        fs::copy(CTestRoot::Path(folder), good + folder,
-                 fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    for (const char* folder : {"/bin", "/etc", "/opt", "/usr", "/var"}) {
+        CProgram copy({"-a", CTestRoot::Path(folder), good});
+        copy.RunInstead("/bin/cp");
+        EXPECT_EQ(copy.Run().m_iExitCode, 0);
     }
 }
 
@@ -200,6 +223,15 @@ string CPatient::Tools(const string& name) {
     return CTestRoot::Path("/tools/") + name;
 }
 
+void CPatient::Forget(const string& name, const string& file) {
+    std::istringstream lines(ReadFile(Tools(file)));
+    string text;
+    for (string line; std::getline(lines, line);) {
+        text += line.rfind(name + ":", 0) == 0 ? "" : line + "\n";
+    }
+    WriteFile(Tools(file), text);
+}
+
 void CPatient::WriteTool(const string& name, const string& script) const {
     WriteFile(Tools(name), "#!/bin/sh\n" + script + "\n");
     fs::permissions(Tools(name), fs::perms(0755));
@@ -213,9 +245,15 @@ void CPatient::Listen(const string& unit) {
     m_listening.emplace(unit, std::move(listening));
 }
 
-CProgram::Words CPatient::Environment() const {
-    CProgram::Words environment = m_accounts.Environment();
-    environment.push_back("PATH=" + Tools("") + ":/usr/sbin:/usr/bin:/sbin:/bin");
-    environment.push_back("EDITOR=" + Tools("editor"));
-    return environment;
+CProgram::Words CPatient::Environment() {
+    return {"PATH=" + Tools("") + ":/usr/sbin:/usr/bin:/sbin:/bin",
+            "EDITOR=" + Tools("editor"),
+            "LD_PRELOAD=" NSS_WRAPPER_LIBRARY,
+            "NSS_WRAPPER_PASSWD=" + Tools("passwd"),
+            "NSS_WRAPPER_GROUP=" + Tools("group"),
+#ifdef KZM_NO_FAULT_TRANSLATION // under sanitizers
+            "NSS_WRAPPER_DISABLE_DEEPBIND=1",
+            "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0"
+#endif
+    };
 }

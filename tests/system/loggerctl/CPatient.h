@@ -1,6 +1,5 @@
 #pragma once
 
-#include "tests/support/CAccounts.h"
 #include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
 
@@ -32,8 +31,10 @@ private:
 // A host on which all is well: the test root with the installed product, a sample history and, if
 // wanted, the management server. Then something is broken, and the doctor is asked.
 //
-// The commands that the doctor names find the tool of this build, and in the place of package
-// manager, editor, systemctl and what makes accounts programs that do what those would have done.
+// Users and groups are its own: root, the front end's user, who is not root, and the groups
+// "kzm-readers" and "kzm-changers". The commands that the doctor names find the tool of this build,
+// and in the place of package manager, editor, systemctl and what makes accounts programs that do
+// what those would have done.
 class CPatient {
 public:
     CPatient();
@@ -58,7 +59,7 @@ public:
 
     // A run of the tool, or of a command that the doctor named, as it was printed.
     [[nodiscard]] CProgram::Result Run(const CProgram::Words& words) const;
-    [[nodiscard]] CProgram::Result RunInShell(const std::string& command);
+    CProgram::Result RunInShell(const std::string& command);
 
     [[nodiscard]] CProgram Tool(const CProgram::Words& words) const;
 
@@ -66,7 +67,8 @@ public:
     [[nodiscard]] static std::string Edited();
 
     const CTestRoot& Root() const { return m_root; }
-    CAccounts* Accounts() { return &m_accounts; }
+    // Takes a line "NAME:..." out of the accounts' file of this name, "passwd" or "group".
+    static void Forget(const std::string& name, const std::string& file);
     // Nobody listens any more.
     void StopListening(const std::string& unit) { m_listening.erase(unit); }
     [[nodiscard]] static std::string Tools(const std::string& name);
@@ -74,10 +76,9 @@ public:
 private:
     void WriteTool(const std::string& name, const std::string& script) const;
     void Listen(const std::string& unit);
-    [[nodiscard]] CProgram::Words Environment() const;
+    [[nodiscard]] static CProgram::Words Environment();
 
     const CTestRoot m_root;
-    CAccounts m_accounts;
     int m_port = 0;
     std::map<std::string, CListening> m_listening; // by the unit of the socket
 };

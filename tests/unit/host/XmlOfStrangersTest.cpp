@@ -4,6 +4,10 @@
 
 #include "tests/support/TableTest.h"
 
+#include <malloc.h>
+
+#include <fstream>
+
 using std::string;
 using Kind = CXmlError::Kind;
 
@@ -59,18 +63,20 @@ const string kNoTag = WithAttributes(65) + WithValue(65'537);
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, XmlWithinLimits,
-    testing::Values(
-        GoodRow{"Bytes", "<a>" + string((std::size_t{16} << 20) - 7, 'x') + "</a>"},
-        GoodRow{"Depth", Repeat("<a> ", 16) + Repeat("</a> ", 16)},
-        GoodRow{"Elements", WithElements(99, 800)}, GoodRow{"Attributes", WithAttributes(64)},
-        GoodRow{"AttributesOfTwo", "<a>" + WithAttributes(64) + WithAttributes(64) + "</a>"},
-        GoodRow{"AttributeBytes", WithValue(65'536)},
-        GoodRow{"AttributesInAComment", "<!--" + kNoTag + "--><a>text</a>"},
-        GoodRow{"AttributesInCData", "<a><![CDATA[" + kNoTag + "]]></a>"},
-        GoodRow{"AttributesInAnInstruction", "<?pi " + kNoTag + "?><a>text</a>"},
-        GoodRow{"QuotesInText", "<a>" + Repeat("\"\" '' ", 65) + "</a>"},
-        GoodRow{"OtherQuotesInAValue", "<a x='" + Repeat("\"\"", 65) + "'></a>"},
-        GoodRow{"ManyMoreThanByDefault", "<a>" + Repeat("<b c='d'></b>", 100'001) + "</a>"}),
+    testing::Values(GoodRow{"Bytes", "<a>" + string((std::size_t{16} << 20) - 7, 'x') + "</a>"},
+                    GoodRow{"Depth", Repeat("<a> ", 16) + Repeat("</a> ", 16)},
+                    GoodRow{"Elements", WithElements(99, 800)},
+                    GoodRow{"Attributes", WithAttributes(64)},
+                    GoodRow{"AttributesOfTwo",
+                            "<a>" + WithAttributes(64) + WithAttributes(64) + "</a>"},
+                    GoodRow{"AttributeBytes", WithValue(65'536)},
+                    GoodRow{"AttributesInAComment", "<!--" + kNoTag + "--><a>text</a>"},
+                    GoodRow{"AttributesInCData", "<a><![CDATA[" + kNoTag + "]]></a>"},
+                    GoodRow{"AttributesInAnInstruction", "<?pi " + kNoTag + "?><a>text</a>"},
+                    GoodRow{"QuotesInText", "<a>" + Repeat("\"\" '' ", 65) + "</a>"},
+                    GoodRow{"OtherQuotesInAValue", "<a x='" + Repeat("\"\"", 65) + "'></a>"},
+                    GoodRow{"AllElements", WithElements(199'999, 1'600'000)},
+                    GoodRow{"AllAttributes", "<a>" + Repeat(WithAttributes(64), 6'250) + "</a>"}),
     RowName<GoodRow>);
 
 struct BadRow {
@@ -106,6 +112,10 @@ INSTANTIATE_TEST_SUITE_P(
                "line 1, column 400: there is more than one element for 8 bytes of text"},
         BadRow{"ElementsForALittleText", "<a/>", Kind::Refused,
                "line 1, column 1: there is more than one element for 8 bytes of text"},
+        BadRow{"AllElements", WithElements(200'000, 2'000'000), Kind::Refused,
+               "line 1, column 800000: there are more than 200000 elements"},
+        BadRow{"AllAttributes", "<a>" + Repeat(WithAttributes(64), 6'250) + "<a b='c'/></a>",
+               Kind::Refused, "line 1, column 3181254: there are more than 400000 attributes"},
         BadRow{"AttributesBehindText", "<?xml version='1.0'?>\n\n\xC3\xBC" + WithAttributes(65),
                Kind::NotWellFormed, "line 3, column 2: not well-formed (invalid token)"},
         BadRow{"AttributesOfTheRoot", "<?xml version='1.0'?>\n\n " + WithAttributes(65),
@@ -135,5 +145,58 @@ INSTANTIATE_TEST_SUITE_P(
         BadRow{"ACommentWithoutAnEnd", "<!-- " + WithAttributes(65), Kind::NotWellFormed,
                "line 1, column 1: unclosed token"}),
     RowName<BadRow>);
+
+// ---- Memory ----
+
+constexpr std::size_t kMiB = std::size_t{1} << 20;
+
+// What /proc says of this process, such as "VmHWM:", in bytes; 0 when it says nothing.
+std::size_t MemoryBy(const string& name) {
+    std::ifstream status("/proc/self/status");
+    string word;
+    std::size_t kilobytes = 0;
+    while (status >> word) {
+        if (word == name) {
+            status >> kilobytes;
+        }
+    }
+    return kilobytes * 1024;
+}
+
+// Has the greatest memory be that of now.
+void ForgetGreatestMemory() {
+    malloc_trim(0);
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+// The longest text, filled with this.
+string Filled(const string& piece) {
+    string text = "<a>";
+    text.reserve(kLimits.m_uiBytes);
+    while (text.size() + piece.size() + 4 <= kLimits.m_uiBytes) {
+        text += piece;
+    }
+    return text + "</a>";
+}
+
+// The service that reads them may have 512 MiB, and has the text besides.
+TEST(XmlOfStrangers, TakesLittleMemory) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers take memory of their own";
+#endif
+    for (const string& piece :
+         {string("<a/>xxxx"), string("<a b=''/>"), string("<a b='' c='' d=''/>    "),
+          string("<a b='xxxxxxxxxxxxxxxx'/>"), string("<abcdefghijklmnop/>"),
+          string("<a>xxxxxxxxxxxxxxxx</a>"), string("<a><b/>  </a>    "), string("x"),
+          string(200, 'x') + "<a b=''/>", string("<![CDATA[x]]>"), WithValue(60'000),
+          WithAttributes(64)}) {
+        const string text = Filled(piece);
+        ForgetGreatestMemory();
+        const std::size_t before = MemoryBy("VmRSS:");
+        CXmlError error;
+        const auto document = CXmlDocument::Parse(text, &error, kLimits);
+        EXPECT_LT(MemoryBy("VmHWM:"), before + 100 * kMiB) << piece.substr(0, 100);
+    }
+}
 
 } // namespace

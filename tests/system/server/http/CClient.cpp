@@ -23,6 +23,18 @@ namespace {
 constexpr int kPatience = 10; // seconds
 bool useSmallBuffers = false;
 
+// Makes a call on a socket with a time limit again where it was interrupted: that happens to a
+// process that was stopped and goes on, also without a handler.
+template <typename Call>
+auto Uninterrupted(const Call& call) {
+    decltype(call()) result{};
+    do {
+        errno = 0;
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
 sockaddr_in Loopback(const string& address, int port) {
     sockaddr_in result{};
     result.sin_family = AF_INET;
@@ -43,7 +55,11 @@ history::CDescriptor Connect(const string& from, int port) {
     const sockaddr_in own = Loopback(from, 0);
     EXPECT_EQ(bind(socket.Get(), reinterpret_cast<const sockaddr*>(&own), sizeof own), 0);
     const sockaddr_in other = Loopback("127.0.0.1", port);
-    EXPECT_EQ(connect(socket.Get(), reinterpret_cast<const sockaddr*>(&other), sizeof other), 0);
+    EXPECT_EQ(Uninterrupted([&] {
+                  return connect(socket.Get(), reinterpret_cast<const sockaddr*>(&other),
+                                 sizeof other);
+              }),
+              0);
     return socket;
 }
 
@@ -109,7 +125,7 @@ CClient::CClient(int port, Kind kind, bool handshake, const string& from)
     if (kind == Kind::Https && handshake) {
         m_tls.reset(SSL_new(ClientContext()));
         SSL_set_fd(m_tls.get(), m_socket.Get());
-        m_isReady = SSL_connect(m_tls.get()) == 1;
+        m_isReady = Uninterrupted([this] { return SSL_connect(m_tls.get()); }) == 1;
     }
 }
 
@@ -139,13 +155,15 @@ string CClient::ServerName() const {
 
 bool CClient::Send(const string& bytes) {
     if (m_tls != nullptr) {
-        return SSL_write(m_tls.get(), bytes.data(), static_cast<int>(bytes.size())) ==
-               static_cast<int>(bytes.size());
+        return Uninterrupted([&] {
+                   return SSL_write(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()));
+               }) == static_cast<int>(bytes.size());
     }
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t count =
-            send(m_socket.Get(), bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+        const ssize_t count = Uninterrupted([&] {
+            return send(m_socket.Get(), bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+        });
         if (count <= 0) {
             return false;
         }
@@ -161,13 +179,11 @@ void CClient::EndSending() {
 bool CClient::ReadMore() {
     constexpr std::size_t kSize = 65536;
     std::array<char, kSize> bytes{};
-    ssize_t count = 0;
-    do { // a process that was stopped and goes on finds its reading interrupted
-        errno = 0;
-        count = m_tls != nullptr
-                    ? SSL_read(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
-                    : recv(m_socket.Get(), bytes.data(), bytes.size(), 0);
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = Uninterrupted([&]() -> ssize_t {
+        return m_tls != nullptr
+                   ? SSL_read(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
+                   : recv(m_socket.Get(), bytes.data(), bytes.size(), 0);
+    });
     EXPECT_FALSE(count < 0 && errno == EAGAIN) << "nothing came in time";
     if (count <= 0) {
         return false;

@@ -23,6 +23,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 namespace fs = std::filesystem;
 using namespace conversation;
@@ -333,6 +334,55 @@ TEST_F(DaemonFault, AProviderdWithoutDescriptorsGoesOn) {
         EXPECT_EQ("error 1: The server failed. Its log says why.", Ask(&client, GetParameter()));
         EXPECT_NE("", m_server.Providerd().AwaitLogged("No worker can be started"));
     }
+    changes::ExpectUsable(m_server);
+}
+
+// In bytes, at most until now.
+std::size_t MemoryOf(pid_t process) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    string word;
+    std::size_t kilobytes = 0;
+    while (status >> word) {
+        if (word == "VmHWM:") {
+            status >> kilobytes;
+        }
+    }
+    return kilobytes * 1024;
+}
+
+// Its unit gives it twice as much.
+TEST_F(DaemonFault, TheGreatestRequestsLeaveTheFrontEndItsMemory) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers take memory of their own";
+#endif
+    constexpr std::size_t kMiB = std::size_t{1} << 20;
+    constexpr std::size_t kGreatest = 16 * kMiB;
+    constexpr int kTogether = 4;
+    CRequestText request = GetParameter();
+    request.m_body.reserve(kGreatest);
+    const std::size_t end = request.m_body.rfind("</CIM>");
+    string filling;
+    while (request.m_body.size() + filling.size() + 9 <= kGreatest) {
+        filling += "<a b=''/>";
+    }
+    request.m_body.insert(end, filling);
+    std::vector<CClient> clients;
+    clients.reserve(kTogether);
+    for (int i = 0; i < kTogether; ++i) {
+        clients.push_back(m_server.Connect());
+    }
+    std::vector<std::thread> threads;
+    threads.reserve(clients.size());
+    for (CClient& client : clients) {
+        threads.emplace_back([&client, bytes = Bytes(request, "guest")] { client.Send(bytes); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (CClient& client : clients) {
+        EXPECT_EQ(0U, OutcomeOf(client.Answer()).find("400 request-not-valid: "));
+    }
+    EXPECT_LT(MemoryOf(m_server.FrontEnd().Id()), 256 * kMiB);
     changes::ExpectUsable(m_server);
 }
 
