@@ -390,16 +390,21 @@ def put_under_load(server, classes, settings):
             done += seconds * wrk(url, request, connections, seconds).rate
 
 
+def at_rest(server):
+    """Memory, descriptors and processes once what the load left behind is answered and closed."""
+    time.sleep(20)
+    return server.resident(), server.descriptors(), len(server.processes())
+
+
 def flat(server, share):
     """Whether memory, descriptors and processes stay as they are under load."""
     classes, settings = int(1_000_000 * share), int(100_000 * share)
     put_under_load(server, 1, 1)
     # Connections to the other daemon are kept: at least as many as will be needed at one time.
     wrk(f"http://127.0.0.1:{server.plain_port}", GET_PARAMETER, connections=48)
-    before = server.resident(), server.descriptors(), len(server.processes())
+    before = at_rest(server)
     put_under_load(server, classes, settings)
-    time.sleep(20)  # the connections of the load are closed by then
-    after = server.resident(), server.descriptors(), len(server.processes())
+    after = at_rest(server)
     grown = [f"{old:.0f}, then {new:.0f}" for old, new in zip(before, after)]
     what = f"{classes:,} GetClass and {settings:,} GetParameter"
     return [Figure(f"memory after {what}, MB more", after[0] - before[0], "<=", 5, grown[0]),
