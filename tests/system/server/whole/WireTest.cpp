@@ -92,6 +92,22 @@ TEST_F(Wire, ARecordWithoutAttributesIsTaken) {
     changes::ExpectChangedFiles();
 }
 
+TEST_F(Wire, ClientsComeByIpv4AndIpv6) {
+    CServerProcess onAll = CServerProcess::Start("Listen=*:0\n");
+    onAll.AwaitPort("https");
+    for (const string peer : {"127.0.0.1", "::1"}) {
+        CClient client(onAll.HttpsPort(), CClient::Kind::Https, true, peer);
+        EXPECT_EQ("returned 0", Ask(&client, SetParameter(ChangedConf())));
+        EXPECT_EQ(peer, changes::Kept().front().m_origin.m_from);
+        EXPECT_NE("", m_server.Providerd().AwaitLogged("user=\"changer\" peer=\"" + peer +
+                                                       "\" operation=\"SetParameter\" "));
+        client.Send(Bytes(GetParameter(), "changer", "wrong"));
+        EXPECT_EQ(WrongCredentials(), client.Answer());
+        EXPECT_NE("", m_server.Providerd().AwaitLogged("peer=\"" + peer +
+                                                       "\" operation=\"check\" result=\"wrong"));
+    }
+}
+
 struct CMismatch {
     const char* m_name;
     const char* m_method; // as the headers have them
