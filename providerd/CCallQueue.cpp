@@ -62,8 +62,9 @@ struct CCallQueue::Parts {
     Job Enqueue(CMethodCall call);
     CFinishedCall Await(const Job& job, Lock& lock);
     bool Leave(const Job& job);
+    Job TakeFirst();
     void RunAll();
-    static void Finish(CJob& job, CFinishedCall finished);
+    static void Finish(const Job& job, CFinishedCall finished, Lock& lock);
 
     const CQueueLimits m_limits;
     std::mutex m_mutex; // guards the members below and all jobs
@@ -93,12 +94,12 @@ CFinishedCall CCallQueue::Run(CMethodCall call) {
 
 void CCallQueue::ShutDown() {
     {
-        const Parts::Lock lock(m_parts->m_mutex);
+        Parts::Lock lock(m_parts->m_mutex);
         m_parts->m_isShuttingDown = true;
-        for (const Parts::Job& job : m_parts->m_waiting) {
-            Parts::Finish(*job, Refusal(CallResult::ShuttingDown));
+        while (!m_parts->m_waiting.empty()) {
+            const Parts::Job job = m_parts->TakeFirst();
+            Parts::Finish(job, Refusal(CallResult::ShuttingDown), lock);
         }
-        m_parts->m_waiting.clear();
         m_parts->m_change.notify_one();
     }
     if (m_parts->m_runner.joinable()) {
@@ -157,10 +158,19 @@ bool CCallQueue::Parts::Leave(const Job& job) {
     return true;
 }
 
-void CCallQueue::Parts::Finish(CJob& job, CFinishedCall finished) {
-    job.m_finished = std::move(finished);
-    job.m_isFinished = true;
-    job.m_end.notify_all();
+CCallQueue::Parts::Job CCallQueue::Parts::TakeFirst() {
+    Job job = std::move(m_waiting.front());
+    m_waiting.pop_front();
+    return job;
+}
+
+// The lock is free while they are told: all who wake up need it.
+void CCallQueue::Parts::Finish(const Job& job, CFinishedCall finished, Lock& lock) {
+    job->m_finished = std::move(finished);
+    job->m_isFinished = true;
+    lock.unlock();
+    job->m_end.notify_all();
+    lock.lock();
 }
 
 // The runner's thread.
@@ -172,12 +182,11 @@ void CCallQueue::Parts::RunAll() {
         if (m_isShuttingDown) {
             return;
         }
-        const Job job = m_waiting.front();
-        m_waiting.pop_front();
+        const Job job = TakeFirst();
         lock.unlock();
         CFinishedCall finished = worker.Make(job->m_call);
         lock.lock();
-        Finish(*job, std::move(finished));
+        Finish(job, std::move(finished), lock);
     }
 }
 

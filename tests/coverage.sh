@@ -8,7 +8,7 @@ build=$1
 
 programs="settings_tests provider_tests platform_tests history_tests host_tests loggerctl_output_tests
     loggerctl_unit_test loggerctl_files_test loggerctl_system_test loggerctl_set_test
-    loggerctl_state_test host_fault_tests host_command_tests host_platform_tests
+    loggerctl_state_test loggerctl_doctor_test host_fault_tests host_command_tests host_platform_tests
     host_cancellation_tests host_daemon_tests serverbase_tests providerd_door_tests
     providerd_door_test call_queue_test worker_system_test wbemd_http_tests wbemd_operations_tests
     server_http_test server_whole_test"

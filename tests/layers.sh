@@ -39,6 +39,7 @@ below="history/|settings/|$platform|KzmPaths\.h\"|loggerctl/output/"
 check loggerctl/output 'loggerctl/output/|history/CDescriptor\.h"' "$output"
 check loggerctl/agent "loggerctl/agent/|host/C(ProviderHost|ServiceSteps)\.h\"|provider/MethodResult\.h\"|$below" "$expected"
 check loggerctl/record "loggerctl/record/|loggerctl/agent/|$below" "$json$expected"
+check loggerctl/doctor "loggerctl/(doctor|agent|record|output)/|host/C(ProviderHost|ServiceSteps)\.h\"|(providerd/door|wbemd/http)/CSettings\.h\"|$below" 'netinet/in\.h>|'
 check loggerctl/commands "loggerctl/|$below" "$json${expected}CLI/CLI\.hpp>|"
 check serverbase 'serverbase/|providerbase/IWbemClassObject\.h"' 'systemd/sd-daemon\.h>|utf8\.h>|'
 below="host/|serverbase/|providerbase/"

@@ -23,8 +23,6 @@ using output::ExitCode;
 using output::Expected;
 using output::Fail;
 
-constexpr int kNotInstalled = 1;
-
 int Execute(CVendor* vendor, const std::string& command, std::vector<std::string>* reasons) {
     CReasonListener listener;
     const int answer = RunShown([&] { return vendor->ExecuteCommand(command); }, command);
@@ -36,14 +34,18 @@ std::string LineOf(const std::string& command) {
     return "the " + command + " line in " + DescriptionFile() + ".";
 }
 
-bool IsRunToItsEnd(int answer) {
-    return answer != CCommandRunner::kTimedOut && answer < CCommandRunner::kNotRun;
-}
-
 } // namespace
 
 std::string DescriptionFile() {
     return std::string(KzmPaths::kDeviceFolder) + "/" + LoggerDefinitions::kDevice + ".conf";
+}
+
+std::string DescriptionSample() {
+    return DescriptionFile() + ".sample";
+}
+
+bool IsRunToItsEnd(int answer) {
+    return answer != CCommandRunner::kTimedOut && answer < CCommandRunner::kNotRun;
 }
 
 int RunShown(const std::function<int()>& run, const std::string& command) {

@@ -14,8 +14,15 @@ namespace agent {
 inline constexpr char kCheckInstall[] = "CheckInstall";
 inline constexpr char kServiceStatus[] = "ServiceStatus";
 
-// The path of the agent's device description.
+// What CheckInstall answers when the agent is not installed.
+inline constexpr int kNotInstalled = 1;
+
+// The path of the agent's device description, and of the sample that is installed beside it.
 std::string DescriptionFile();
+std::string DescriptionSample();
+
+// Whether a command with this answer came to its end, and was not ended or never begun.
+bool IsRunToItsEnd(int answer);
 
 // Runs a command of a vendor object and returns its answer. While a service command takes long, a
 // terminal shows so.

@@ -4,6 +4,7 @@
 #include "loggerctl/output/CProgressLine.h"
 #include "loggerctl/output/Console.h"
 #include "loggerctl/output/SafeText.h"
+#include "loggerctl/output/TimeText.h"
 #include "settings/LockFile.h"
 
 #include <sys/stat.h>
@@ -12,7 +13,9 @@
 
 #include <array>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace agent {
@@ -52,6 +55,25 @@ std::string Describe(pid_t process) {
         return "process " + number;
     }
     return "process " + number + " (" + output::Escape(name) + ")";
+}
+
+// When the process was started; nothing when that cannot be told.
+std::optional<std::time_t> StartOf(pid_t process) {
+    constexpr int kWordsBefore = 19; // of the line, between the name and the time
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    std::istringstream words(line.substr(line.rfind(')') + 1)); // a name may have blanks
+    std::string word;
+    for (int i = 0; i < kWordsBefore; ++i) {
+        words >> word;
+    }
+    long long ticks = 0; // since the machine was started
+    struct timespec running {};
+    if (!(words >> ticks) || clock_gettime(CLOCK_BOOTTIME, &running) != 0) {
+        return std::nullopt;
+    }
+    return std::time(nullptr) - running.tv_sec + ticks / sysconf(_SC_CLK_TCK);
 }
 
 std::string HeldBy(const std::string& lockFile) {
@@ -120,6 +142,15 @@ output::Expected<history::CCallerLock> TakeCallerLock(const std::string& headlin
                                    (wait.count() == 1 ? " second" : " seconds") +
                                    ". Try again later, or wait longer with "
                                    "--wait SECONDS."});
+}
+
+std::string DescribeHolder(const std::string& lockFile) {
+    const pid_t holder = FindHolder(lockFile);
+    if (holder == 0) {
+        return "";
+    }
+    const std::optional<std::time_t> start = StartOf(holder);
+    return Describe(holder) + (start ? ", which runs since " + output::LocalTime(*start) : "");
 }
 
 std::string DescribeWait(const std::string& name, const std::string& lockFile) {

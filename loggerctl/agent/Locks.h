@@ -40,6 +40,11 @@ output::Expected<history::CCallerLock> TakeCallerLock(const std::string& headlin
 // process 1234"; empty while nobody holds it, or this process does.
 std::string DescribeWait(const std::string& name, const std::string& lockFile);
 
+// Who holds the exclusive flock on a file or a folder, as far as this process may see:
+// "process 1234 (name), which runs since 2026-11-21 08:30:00"; safe to print. Empty when nobody
+// does. The file is only looked at.
+std::string DescribeHolder(const std::string& lockFile);
+
 // The process that holds the exclusive flock on a file given by device and inode, from the text of
 // /proc/locks; 0 when there is none, or it is outside of this PID namespace.
 pid_t FindInLockList(const std::string& list, dev_t device, ino_t inode);

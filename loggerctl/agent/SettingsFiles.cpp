@@ -61,6 +61,16 @@ std::uint64_t InBlocks(std::uint64_t bytes, std::uint64_t blockSize) {
     return (bytes + blockSize - 1) / blockSize * blockSize;
 }
 
+std::uint64_t FreeOf(const struct statvfs& system) {
+    return (geteuid() == 0 ? system.f_bfree : system.f_bavail) * system.f_frsize;
+}
+
+CReason TooLittleRoom(const std::string& path, const std::string& writing, std::uint64_t needed,
+                      std::uint64_t free) {
+    return Sentence(path, "its file system has " + std::to_string(free) + " bytes free, and " +
+                              writing + " needs " + std::to_string(needed) + ". Make room first.");
+}
+
 } // namespace
 
 CReason WhyNotRead(const std::string& path) {
@@ -143,16 +153,32 @@ CReason WhyNoRoom(const history::CSettingsCopy& wanted) {
         CRoom& room = rooms[status.st_dev];
         room.m_path = room.m_path.empty() ? path : room.m_path;
         room.m_needed += InBlocks(wanted.m_files[i].m_text.size(), system.f_frsize);
-        room.m_free = (geteuid() == 0 ? system.f_bfree : system.f_bavail) * system.f_frsize;
+        room.m_free = FreeOf(system);
     }
     for (const auto& [device, room] : rooms) {
         if (room.m_free < room.m_needed) {
-            return Sentence(room.m_path, "its file system has " + std::to_string(room.m_free) +
-                                             " bytes free, and writing the settings needs " +
-                                             std::to_string(room.m_needed) + ". Make room first.");
+            return TooLittleRoom(room.m_path, "writing the settings", room.m_needed, room.m_free);
         }
     }
     return {};
+}
+
+CReason WhyNoRoomForCopy(const history::CSettingsCopy& copy) {
+    constexpr std::uint64_t kBesides = 2; // blocks, for the entry's folder and its reason
+    std::filesystem::path folder = KzmPaths::kHistoryFolder;
+    struct statvfs system {};
+    while (statvfs(folder.c_str(), &system) != 0 && folder != folder.parent_path()) {
+        folder = folder.parent_path(); // the history's is made with the first copy
+    }
+    std::uint64_t needed = kBesides * system.f_frsize;
+    for (const history::CFileImage& file : copy.m_files) {
+        needed += InBlocks(file.m_text.size(), system.f_frsize);
+    }
+    const bool isLimited = system.f_blocks != 0;
+    return isLimited && FreeOf(system) < needed
+               ? TooLittleRoom(folder.string(), "a copy of the settings files", needed,
+                               FreeOf(system))
+               : CReason{};
 }
 
 std::string Difference(const history::CSettingsCopy& from, const history::CSettingsCopy& to) {

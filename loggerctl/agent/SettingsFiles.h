@@ -34,6 +34,9 @@ output::CFailure ToFailure(const std::string& headline, const CReason& reason);
 // that they need must be free besides the files as they are.
 CReason WhyNoRoom(const history::CSettingsCopy& wanted);
 
+// The same for the file system of the history, which takes a copy of both.
+CReason WhyNoRoomForCopy(const history::CSettingsCopy& copy);
+
 // A unified diff of the texts of both files; empty when they are equal. Its names begin with a/ and
 // b/ before the absolute paths: "patch -p1 -d /" takes it.
 std::string Difference(const history::CSettingsCopy& from, const history::CSettingsCopy& to);

@@ -44,17 +44,7 @@ constexpr std::size_t kOptionColumn = 26; // where descriptions begin
 
 // Breaks a description into lines that leave room for the options before them.
 std::string Broken(const std::string& description) {
-    std::istringstream words(description);
-    std::string text;
-    std::string word;
-    std::size_t column = 0;
-    while (words >> word) {
-        const bool fits = column + 1 + word.size() <= kColumns - kOptionColumn;
-        text += column == 0 ? "" : fits ? " " : "\n";
-        column = fits && column > 0 ? column + 1 + word.size() : word.size();
-        text += word;
-    }
-    return text;
+    return output::BrokenIntoLines(description, kColumns - kOptionColumn);
 }
 
 std::string KeysHelp() {
@@ -106,6 +96,16 @@ constexpr char kSetHelp[] =
     "  loggerctl get --json > settings.json\n"
     "  loggerctl set --json settings.json\n"
     "  ssh other loggerctl get --json | loggerctl set --json - --skip-unmounted\n"
+    "\n";
+
+constexpr char kDoctorHelp[] =
+    "Looks at the agent, its device description and commands, both settings files,\n"
+    "the locks, the history, the mount command, the provider and the management\n"
+    "server. Each has a line: ok, missing, wrong, or not looked at, with the reason.\n"
+    "What is missing or wrong has the command below it that mends it.\n"
+    "\n"
+    "It changes nothing, and ends with 0 when all is well, with 4 when something\n"
+    "needs mending, and otherwise with 8 when something is for root alone to see.\n"
     "\n";
 
 // ---- The commands ----
@@ -216,6 +216,8 @@ void AddOthers(CLI::App* app, COptions* options) {
         ->option_text(" ")
         ->required();
     AddWait(service, &options->m_service.m_wait);
+    AddCommand(app, "doctor", "Say what is missing or wrong on this host, and what mends it",
+               kDoctorHelp);
 }
 
 void AddGeneral(CLI::App* app, COptions* options) {
@@ -358,6 +360,9 @@ Result RunCommand(const CLI::App& app, const COptions& options, CConsole* consol
     }
     if (name == "diff") {
         return Diff(options.m_diffId);
+    }
+    if (name == "doctor") {
+        return Doctor(options.m_files);
     }
     return name == "restore" ? Restore(console, options.m_restore)
                              : Service(console, options.m_service);

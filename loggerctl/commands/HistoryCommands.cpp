@@ -3,6 +3,7 @@
 #include "loggerctl/commands/HistoryChoice.h"
 #include "loggerctl/output/CTable.h"
 #include "loggerctl/output/SafeText.h"
+#include "loggerctl/output/TimeText.h"
 #include "loggerctl/output/UnifiedDiff.h"
 #include "loggerctl/record/Suggestion.h"
 
@@ -51,24 +52,6 @@ Expected<std::vector<CLine>> ReadLines() {
     return lines;
 }
 
-std::string TimeText(const char* format, const std::tm& parts) {
-    std::array<char, 64> text{};
-    std::strftime(text.data(), text.size(), format, &parts);
-    return text.data();
-}
-
-std::string LocalTime(std::time_t time) {
-    std::tm parts{};
-    localtime_r(&time, &parts);
-    return TimeText("%Y-%m-%d %H:%M:%S", parts);
-}
-
-std::string UniversalTime(std::time_t time) {
-    std::tm parts{};
-    gmtime_r(&time, &parts);
-    return TimeText("%Y-%m-%dT%H:%M:%SZ", parts);
-}
-
 std::string DiffersText(const Texts& names) {
     switch (names.size()) {
     case 0:
@@ -100,7 +83,7 @@ std::string Table(const std::vector<CLine>& lines) {
     for (const CLine& line : lines) {
         table.AddRow({{std::to_string(++number)},
                       {line.m_entry.m_id},
-                      {LocalTime(line.m_entry.m_time)},
+                      {output::LocalTime(line.m_entry.m_time)},
                       {OriginText(line.m_entry.m_origin)},
                       {DiffersText(line.m_differs)},
                       {output::Escape(line.m_entry.m_reason)}});
@@ -114,7 +97,7 @@ Json Document(const std::vector<CLine>& lines) {
     Json list = Json::array();
     for (const CLine& line : lines) {
         list.push_back({{"Id", line.m_entry.m_id},
-                        {"Time", UniversalTime(line.m_entry.m_time)},
+                        {"Time", output::UniversalTime(line.m_entry.m_time)},
                         {"Reason", output::JsonString(line.m_entry.m_reason)},
                         {"Differs", line.m_differs},
                         {"User", output::JsonString(line.m_entry.m_origin.m_user)},

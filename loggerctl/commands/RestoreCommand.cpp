@@ -77,17 +77,20 @@ Result CRestore::ShowDifference() {
     if (!read) {
         return tl::unexpected(read.error());
     }
-    if (!record::FindRefusal(m_copy).empty()) {
+    const bool isValid = record::FindRefusal(m_copy).empty();
+    if (!isValid) {
         m_console->Note("Warning: the files in " + m_id +
                         " are not valid: with them the settings could neither be read nor "
                         "changed." +
                         (m_options.m_force ? "" : " The restore needs --force."));
     }
     const std::string difference = agent::Difference(m_now, m_copy);
-    return Answer(difference.empty()
-                      ? "Both files are as in " + m_id + ".\n"
-                      : output::ForOutput(difference, output::CTerminal::Of(STDOUT_FILENO)),
-                  false);
+    CAnswer answer = Answer(
+        difference.empty() ? "Both files are as in " + m_id + ".\n"
+                           : output::ForOutput(difference, output::CTerminal::Of(STDOUT_FILENO)),
+        false);
+    answer.m_document["needs_force"] = !isValid && !IsSame();
+    return answer;
 }
 
 // What nobody foresaw, such as a want of memory, fails the command with its state, too.

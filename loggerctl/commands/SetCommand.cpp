@@ -126,6 +126,7 @@ private:
     record::CRequest m_request;
     record::CRehearsal m_rehearsal;
     std::vector<record::CChange> m_changes;
+    bool m_needsForce = false; // more would be lost than was asked for
 
     std::string m_historyId; // of the copies of m_before
     std::unique_ptr<agent::CInterruptGuard> m_guard;
@@ -202,14 +203,15 @@ Expected<void> CSet::HeedLosses() {
                               record::FindLostNumbers(alert, m_rehearsal.m_wanted)}) {
         losses.insert(losses.end(), more.begin(), more.end());
     }
-    if (!losses.empty() && !m_options.m_force && !m_options.m_dryRun) {
+    m_needsForce = !losses.empty();
+    if (m_needsForce && !m_options.m_force && !m_options.m_dryRun) {
         return Fail(ExitCode::Usage,
                     std::string(kRefused) +
                         " More would be lost than was asked for. If this is what you want, add "
                         "--force.",
                     losses);
     }
-    if (!losses.empty()) {
+    if (m_needsForce) {
         m_console->Note(m_options.m_force ? "Warning: more is lost than was asked for."
                                           : "Warning: more would be lost than was asked for. The "
                                             "change needs --force.",
@@ -396,6 +398,9 @@ CAnswer CSet::Answer(bool done) const {
          output::JsonString(written ? agent::Difference(m_before, m_rehearsal.m_files) : "")},
         {"history_id", m_historyId.empty() ? Json() : Json(m_historyId)},
         {"service_restarted", done}};
+    if (m_options.m_dryRun) {
+        answer.m_document["needs_force"] = m_needsForce;
+    }
     return answer;
 }
 

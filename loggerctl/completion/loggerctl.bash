@@ -78,7 +78,7 @@ _loggerctl_command() {
 _loggerctl_candidates() {
     local options=$general
     case $command in
-        "") candidates=(get set history diff restore service) ;;
+        "") candidates=(get set history diff restore service doctor) ;;
         get)
             options+=" --json --monitored --usage --no-usage"
             mapfile -t candidates < <(_loggerctl_keys)

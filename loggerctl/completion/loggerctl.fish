@@ -83,6 +83,7 @@ complete -c loggerctl -n '__loggerctl_is ""' -a history -d 'List the kept copies
 complete -c loggerctl -n '__loggerctl_is ""' -a diff -d 'Show what has changed since a copy was kept'
 complete -c loggerctl -n '__loggerctl_is ""' -a restore -d 'Put the settings files back as they were in a copy'
 complete -c loggerctl -n '__loggerctl_is ""' -a service -d 'Start, stop or restart the service, or ask it'
+complete -c loggerctl -n '__loggerctl_is ""' -a doctor -d 'Say what is missing or wrong on this host, and what mends it'
 
 complete -c loggerctl -n '__loggerctl_is get' -l json -d 'Print the settings as JSON'
 complete -c loggerctl -n '__loggerctl_is get' -l monitored -d 'Leave out file systems that are not monitored'

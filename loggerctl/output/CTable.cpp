@@ -19,14 +19,14 @@ constexpr std::size_t kLeastFirstColumn = 12;
 constexpr std::array kSequences{"",         "\033[1m",  "\033[2m", "\033[2m",
                                 "\033[32m", "\033[33m", "\033[31m"};
 
-void AppendCell(const CTable::Cell& cell, bool colour, std::string* text) {
-    const bool styled = colour && cell.m_style != TextStyle::Plain;
-    *text += styled ? kSequences.at(static_cast<std::size_t>(cell.m_style)) : "";
-    *text += cell.m_text;
-    *text += styled ? "\033[0m" : "";
-}
-
 } // namespace
+
+std::string Styled(const std::string& text, TextStyle style, bool colour) {
+    if (!colour || style == TextStyle::Plain) {
+        return text;
+    }
+    return kSequences.at(static_cast<std::size_t>(style)) + text + "\033[0m";
+}
 
 CTable::CTable(std::vector<Column> columns) {
     Row headings;
@@ -93,7 +93,7 @@ void CTable::AppendLine(std::size_t line, const std::vector<std::size_t>& widths
         const bool right = m_aligns[i] == Align::Right;
         if (!cell.m_text.empty()) {
             text->append(pending + (right ? padding : 0), ' ');
-            AppendCell(cell, colour, text);
+            *text += Styled(cell.m_text, cell.m_style, colour);
             pending = (right ? 0 : padding) + kGap;
         } else {
             pending += padding + kGap;

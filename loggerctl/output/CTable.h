@@ -11,6 +11,9 @@ namespace output {
 // How text looks where colour is allowed.
 enum class TextStyle { Plain, Title, Heading, Dim, Good, Warning, Bad };
 
+// The text in its style, where colour is allowed.
+std::string Styled(const std::string& text, TextStyle style, bool colour);
+
 // One aligned table. Its first column is as wide as its widest cell that leaves room for the other
 // columns on the terminal; a cell that does not fit has a line of its own, and the rest of its row
 // stands in the columns below it.

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstring>
 #include <cwchar>
+#include <sstream>
 #include <string_view>
 
 namespace output {
@@ -114,6 +115,21 @@ std::size_t Width(const std::string& text) {
         width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
     });
     return width;
+}
+
+std::string BrokenIntoLines(const std::string& text, std::size_t columns) {
+    std::istringstream words(text);
+    std::string lines;
+    std::string word;
+    std::size_t column = 0;
+    while (words >> word) {
+        const std::size_t width = Width(word);
+        const bool fits = column + 1 + width <= columns;
+        lines += column == 0 ? "" : fits ? " " : "\n";
+        column = fits && column > 0 ? column + 1 + width : width;
+        lines += word;
+    }
+    return lines;
 }
 
 bool IsUtf8Locale() {

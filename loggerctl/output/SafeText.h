@@ -22,6 +22,10 @@ bool IsUnsafe(char32_t code);
 // The number of columns that the text takes on a terminal. The text must be safe.
 std::size_t Width(const std::string& text);
 
+// The words of the text in lines of at most this many columns, without a newline at its end. A
+// longer word has a line of its own.
+std::string BrokenIntoLines(const std::string& text, std::size_t columns);
+
 // True when the locale's character encoding is UTF-8.
 bool IsUtf8Locale();
 

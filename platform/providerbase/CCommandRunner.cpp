@@ -47,22 +47,6 @@ bool IsProgram(const std::string& path) {
            faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
 }
 
-// The program's path; empty when no folder of the search path has it.
-std::string LookUp(const std::string& program) {
-    if (program.find('/') != std::string::npos) {
-        return program;
-    }
-    std::istringstream folders(kSearchPath);
-    std::string folder;
-    while (std::getline(folders, folder, ':')) {
-        folder.append("/").append(program);
-        if (IsProgram(folder)) {
-            return folder;
-        }
-    }
-    return {};
-}
-
 // ---- Waiting ----
 
 // Waits until it has ended, the time is over or EndAll is called once more than it had been at
@@ -98,7 +82,7 @@ bool WaitOrEndWhenCancelled(CKeptProcess& program, Clock::duration time, unsigne
 } // namespace
 
 int CCommandRunner::Run(const Words& words, std::chrono::seconds timeout) {
-    const std::string path = LookUp(words.front());
+    const std::string path = FindProgram(words);
     if (path.empty()) {
         TraceFailure(words.front(), kNotOnPath);
         return kNotRun;
@@ -131,11 +115,27 @@ int CCommandRunner::Run(const Words& words, std::chrono::seconds timeout) {
 }
 
 std::string CCommandRunner::FindProblem(const Words& words) {
-    const std::string path = LookUp(words.front());
+    const std::string path = FindProgram(words);
     if (path.empty()) {
         return kNotOnPath;
     }
     return IsProgram(path) ? "" : "is no program that can be started";
+}
+
+std::string CCommandRunner::FindProgram(const Words& words) {
+    const std::string& program = words.front();
+    if (program.find('/') != std::string::npos) {
+        return program;
+    }
+    std::istringstream folders(kSearchPath);
+    std::string folder;
+    while (std::getline(folders, folder, ':')) {
+        folder.append("/").append(program);
+        if (IsProgram(folder)) {
+            return folder;
+        }
+    }
+    return {};
 }
 
 void CCommandRunner::EndAll() {

@@ -46,6 +46,9 @@ public:
     // empty when it can be. Starts nothing.
     static std::string FindProblem(const std::vector<std::string>& words);
 
+    // The path of the program words[0]; empty when no folder of the fixed PATH has it.
+    static std::string FindProgram(const std::vector<std::string>& words);
+
     // Ends the process groups of the commands that run now, as a time-out does, but at once: Run
     // then returns the status that they end with. Can be called from any thread.
     static void EndAll();

@@ -82,6 +82,12 @@ std::string CVendor::FindProblem(const std::string& command) const {
                                  known->second.front() + "\" " + problem;
 }
 
+std::string CVendor::FindProgram(const std::string& command) const {
+    const auto known = m_description.m_commands.find(command);
+    return known == m_description.m_commands.end() ? ""
+                                                   : CCommandRunner::FindProgram(known->second);
+}
+
 void CVendor::EndCommands() {
     CCommandRunner::EndAll();
 }

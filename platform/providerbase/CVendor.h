@@ -59,6 +59,10 @@ public:
     // nothing.
     std::string FindProblem(const std::string& command) const;
 
+    // The path of the program that ExecuteCommand would start for the command of this name; empty
+    // when the description has no such command, or no folder of the fixed PATH has its program.
+    std::string FindProgram(const std::string& command) const;
+
     // Ends the commands that this process's vendor objects run now, as a time-out does, but at
     // once: ExecuteCommand then answers what they end with (143 as a rule). Can be called from any
     // thread.

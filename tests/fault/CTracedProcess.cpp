@@ -76,6 +76,9 @@ bool CTracedProcess::Handle(int status) {
     if (stop == kSystemCallStop) {
         OnSystemCall();
         Resume(0);
+    } else if ((stop == SIGSTOP || stop == SIGCONT) && !m_tracee.HasSentSignal()) {
+        m_bRepeats = m_bInterrupted; // somebody stops it or lets it go on: it goes on
+        Resume(0);
     } else if (stop == SIGSTOP && !m_bInWindow) {
         m_bInWindow = true;
         ptrace(PTRACE_SETOPTIONS, m_iProcess, nullptr,
@@ -91,16 +94,21 @@ bool CTracedProcess::Handle(int status) {
 
 void CTracedProcess::OnSystemCall() {
     const CTracee::SystemCall call = m_tracee.Read();
+    m_bInterrupted = call.m_bIsInterrupted;
     if (call.m_bIsEntry) {
         OnEntry(call);
     } else if (m_bAtSleep) {
         m_tracee.SetResult(0);
-    } else if (m_bAtCall) {
+    } else if (m_bAtCall && !m_bInterrupted) {
         OnExit();
     }
 }
 
 void CTracedProcess::OnEntry(const CTracee::SystemCall& call) {
+    if (m_bRepeats) {
+        m_bRepeats = false;
+        return;
+    }
     m_end.m_calls.push_back(call.m_iNumber);
     m_bAtCall = false;
     m_bAtSleep = m_fault.m_bSkipSleep && call.m_iNumber == SYS_clock_nanosleep;

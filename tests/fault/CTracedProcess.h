@@ -53,6 +53,8 @@ private:
     const CTracee m_tracee;
     const CSystemCallFault m_fault;
     bool m_bInWindow = false;
+    bool m_bInterrupted = false; // the last call was, and will be made again
+    bool m_bRepeats = false;     // the next call is the last one, made again
     bool m_bAtCall = false;      // the present call is one that the fault happens to
     bool m_bAtSleep = false;     // it is one that is left out
     unsigned long m_uiBreak = 0; // what was asked for in a call that fails

@@ -1,12 +1,14 @@
 // The tracer itself: that it counts what it should, and that each fault is a real one.
 
 #include "tests/fault/CTracedProcess.h"
+#include "tests/hosts/ProcessState.h"
 #include "tests/support/CTempFile.h"
 #include "tests/support/CTestRoot.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <string>
 
 using Kind = CSystemCallFault::Kind;
 
@@ -76,6 +79,35 @@ TEST_F(TracedProcess, CountsTheCallsInTheWindowAlone) {
         EXPECT_EQ(SYS_getppid, end.m_calls.at(position));
     }
     EXPECT_FALSE(end.m_bMet);
+    EXPECT_EQ(7, end.m_iStatus);
+}
+
+// Whether the process sleeps in a system call.
+bool IsAsleep(pid_t process) {
+    const std::string state = ReadFile("/proc/" + std::to_string(process) + "/stat");
+    return state.find(") S ") != std::string::npos;
+}
+
+TEST_F(TracedProcess, GoesOnWhenSomebodyElseStopsIt) {
+    const CTracedProcess::End end = CTracedProcess::Run(
+        [] {
+            CTracedProcess::OpenWindow();
+            const pid_t child = fork();
+            if (child == 0) {
+                const bool isAsleep = WaitUntil([] { return IsAsleep(getppid()); });
+                kill(getppid(), SIGSTOP);
+                kill(getppid(), SIGCONT);
+                _exit(isAsleep ? 7 : 8);
+            }
+            int status = 0;
+            waitpid(child, &status, 0);
+            getppid();
+            CTracedProcess::CloseWindow();
+            return WEXITSTATUS(status);
+        },
+        {{SYS_getppid, SYS_wait4}});
+    EXPECT_EQ(2, end.Counted());
+    EXPECT_EQ(1, std::count(end.m_calls.begin(), end.m_calls.end(), SYS_wait4));
     EXPECT_EQ(7, end.m_iStatus);
 }
 

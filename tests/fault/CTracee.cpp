@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <elf.h>
+#include <signal.h>
 #include <sys/ptrace.h>
 #include <sys/uio.h>
 #include <sys/user.h>
@@ -10,6 +11,20 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+
+namespace {
+
+// The kernel's own answers for a call that it will make again; they are in no header of programs.
+bool IsInterrupted(long result) {
+    constexpr long kRestartCall = -512;
+    constexpr long kRestartWithoutSignal = -513;
+    constexpr long kRestartWithoutHandler = -514;
+    constexpr long kRestartRest = -516;
+    return result == kRestartCall || result == kRestartWithoutSignal ||
+           result == kRestartWithoutHandler || result == kRestartRest;
+}
+
+} // namespace
 
 CTracee::SystemCall CTracee::Read() const {
     struct __ptrace_syscall_info info {};
@@ -19,8 +34,16 @@ CTracee::SystemCall CTracee::Read() const {
     if (call.m_bIsEntry) {
         call.m_iNumber = static_cast<long>(info.entry.nr);
         std::copy(std::begin(info.entry.args), std::end(info.entry.args), call.m_arguments.begin());
+    } else {
+        call.m_bIsInterrupted = IsInterrupted(info.exit.rval);
     }
     return call;
+}
+
+bool CTracee::HasSentSignal() const {
+    siginfo_t signal{};
+    return ptrace(PTRACE_GETSIGINFO, m_iProcess, nullptr, &signal) == 0 &&
+           signal.si_pid == m_iProcess;
 }
 
 #if defined(__x86_64__)

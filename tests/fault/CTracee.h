@@ -12,11 +12,14 @@ public:
         bool m_bIsEntry = false;
         long m_iNumber = 0;                         // known at the entry
         std::array<unsigned long, 6> m_arguments{}; // likewise
+        bool m_bIsInterrupted = false; // known at the exit: unless a handler runs it is made again
     };
 
     explicit CTracee(pid_t process) : m_iProcess(process) {}
 
     [[nodiscard]] SystemCall Read() const;
+    // At a signal: whether the process sent it itself.
+    [[nodiscard]] bool HasSentSignal() const;
 
     // At the entry: the call is not made.
     void Skip() const;

@@ -212,7 +212,8 @@ protected:
     static std::vector<int> PointsOf(std::size_t fault, int count) {
         const std::size_t faults = std::get<1>(GetParam()).faults.size();
         const std::vector<int> points = CFaultPoints::Choose(count, static_cast<int>(faults) + 1);
-        return IsWholeRun() ? points : std::vector<int>{points.at(fault % points.size())};
+        return IsWholeRun() || points.empty() ? points
+                                              : std::vector<int>{points.at(fault % points.size())};
     }
 
     // A run without a fault.

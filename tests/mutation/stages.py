@@ -43,6 +43,7 @@ SET_LONG = Stage("loggerctl_set_test", SYSTEM, SET_LONG_ONES)
 RESTORE = Stage("loggerctl_state_test", SYSTEM, "Restore*:InterruptedRestore.*")
 KILLED_RESTORE = Stage("loggerctl_state_test", SYSTEM, "At/*")
 STATE = Stage("loggerctl_state_test", SYSTEM, "-*Restore*:At/*")
+DOCTOR = Stage("loggerctl_doctor_test", SYSTEM)
 TEXTS = Stage("loggerctl_texts_test", SYSTEM, "-*/zsh")
 ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
@@ -79,6 +80,7 @@ TABLE = {
     "providerd/door/": [DOOR, DOOR_DAEMON, WHOLE],
     "providerd/": [QUEUE, WORKER],
     "loggerctl/output/CProgressLine.cpp": [PROGRESS, OUTPUT, GET],
+    "loggerctl/output/TimeText.cpp": [OUTPUT, STATE],
     "loggerctl/output/": [OUTPUT, UNITS, GET, PRINTED, SET],
     "loggerctl/record/": [UNITS, FILES, SET, GET],
     "loggerctl/agent/CInterruptGuard.cpp": [SIGNALS, SET_LONG, RESTORE, STATE],
@@ -88,6 +90,8 @@ TABLE = {
     "loggerctl/commands/SetCommand.cpp": [SET, SET_LONG, PRINTED, TEXTS, GET, STATE],
     "loggerctl/commands/ServiceCommand.cpp": [STATE, SET, SET_LONG, TEXTS, GET],
     "loggerctl/commands/HistoryCommands.cpp": [STATE, RESTORE, SET, PRINTED],
+    "loggerctl/commands/DoctorCommand.cpp": [DOCTOR],
+    "loggerctl/doctor/": [DOCTOR],
     "loggerctl/commands/HostState.cpp": [FILES, SET, RESTORE, SET_LONG],
     "loggerctl/commands/CommandLine.cpp": [TEXTS, GET, SET, STATE, RESTORE, SET_LONG, ZSH],
     "wbemd/http/": [HTTP, SERVED],

@@ -20,15 +20,18 @@ PACKAGES = ("ca-certificates,dbus,libexpat1,libpam-modules,libpam-runtime,libssl
 
 
 def make_base(folder: pathlib.Path) -> None:
-    """Makes the root of the container's system, unless it is there."""
-    if folder.exists():
+    """Makes the root of the container's system, unless it is there with these packages."""
+    made = folder.with_suffix(".packages")
+    if folder.exists() and made.exists() and made.read_text(encoding="ascii") == PACKAGES:
         return
+    shutil.rmtree(folder, ignore_errors=True)
     folder.parent.mkdir(parents=True, exist_ok=True)
     unfinished = folder.with_suffix(".unfinished")
     shutil.rmtree(unfinished, ignore_errors=True)
     subprocess.run(["debootstrap", "--variant=minbase", f"--include={PACKAGES}", "bookworm",
                     unfinished], check=True, stdout=subprocess.DEVNULL)
     unfinished.rename(folder)
+    made.write_text(PACKAGES, encoding="ascii")
 
 
 class Container:
@@ -62,7 +65,7 @@ class Container:
         inside = ["nsenter", "--target", str(self._init), "--all", "--wd=/"] if self._init else [
             "chroot", self._root]
         done = subprocess.run([*inside, *command], input=text, capture_output=True, text=True,
-                              env={"PATH": "/opt/veltaro/kzm/bin:/usr/sbin:/usr/bin:/sbin:/bin",
+                              env={"PATH": "/usr/sbin:/usr/bin:/sbin:/bin",
                                    "LC_ALL": "C.UTF-8", "DEBIAN_FRONTEND": "noninteractive"},
                               check=False)
         if check and done.returncode != 0:

@@ -50,7 +50,7 @@ private:
     int Connect(CLocalSocket* socket) const;
     void Keep(CLocalSocket socket);
 
-    static constexpr std::size_t kKept = 16;
+    static constexpr std::size_t kKept = 128; // each has a thread of its own on the other side
 
     asio::io_context& m_io;
     std::string m_path;

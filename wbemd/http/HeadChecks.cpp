@@ -65,6 +65,11 @@ bool HasGoodHost(const CHttpHead& head) {
     return count == 1 && !head.Find(kHost)->empty();
 }
 
+// Words that another program might read in another way leave open what happens to the connection.
+bool HasGoodConnection(const CHttpHead& head) {
+    return head.HasOnlyTokens(kConnection);
+}
+
 // 100-continue is the one that is known. HTTP/1.0 knows none, and ignores it.
 bool HasGoodExpectation(const CHttpHead& head) {
     const std::optional<std::string> expected = head.Find(kExpect);
@@ -79,7 +84,7 @@ std::optional<Status> FirstProblem(const CHttpHead& head, const Length& length,
     if (head.m_method != "POST") {
         return head.m_method == "M-POST" ? Status::NotImplemented : Status::MethodNotAllowed;
     }
-    if (!HasGoodHost(head)) {
+    if (!HasGoodHost(head) || !HasGoodConnection(head)) {
         return Status::BadRequest;
     }
     if (!length) {
@@ -103,7 +108,7 @@ CRequestPlan PlanRequest(const CHttpHead& head, std::size_t maximumBodyBytes) {
     plan.m_bodyBytes = toSkip.value_or(0);
     plan.m_expectsContinue = !head.m_isHttp10 && head.Count(kExpect) != 0;
     plan.m_keepOpen = !head.m_isHttp10 && !head.HasToken(kConnection, "close") && toSkip &&
-                      *toSkip <= maximumBodyBytes;
+                      *toSkip <= maximumBodyBytes && HasGoodConnection(head);
     if (const std::optional<Status> status = FirstProblem(head, length, maximumBodyBytes)) {
         plan.m_refusal = Refusal(*status);
         if (head.m_method == "HEAD") {

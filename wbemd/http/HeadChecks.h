@@ -18,7 +18,8 @@ struct CRequestPlan {
     bool m_keepOpen = false;
 };
 
-// What fails first is answered: the path, the method, Host, the length, an expectation.
+// What fails first is answered: the path, the method, Host, Connection, the length,
+// an expectation.
 CRequestPlan PlanRequest(const CHttpHead& head, std::size_t maximumBodyBytes);
 
 // The fields that the operations look at.

@@ -126,6 +126,18 @@ bool CHttpHead::HasToken(string_view name, string_view token) const {
     return false;
 }
 
+bool CHttpHead::HasOnlyTokens(string_view name) const {
+    const std::string words = Find(name).value_or("");
+    string_view rest = words;
+    while (!rest.empty()) {
+        const string_view word = Trim(TakeUntil(&rest, ","));
+        if (!word.empty() && !IsToken(word)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 CHeadExtent FindHeadEnd(string_view text, std::size_t known) {
     using State = CHeadExtent::State;
     const string_view head = text.substr(0, kHeadBytes);

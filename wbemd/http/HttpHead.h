@@ -30,6 +30,8 @@ struct CHttpHead {
     [[nodiscard]] std::optional<std::string> Find(std::string_view name) const;
     // Whether the token is among the words, which commas separate, of the fields of this name.
     [[nodiscard]] bool HasToken(std::string_view name, std::string_view token) const;
+    // Whether the fields of this name hold tokens, which commas separate, and nothing else.
+    [[nodiscard]] bool HasOnlyTokens(std::string_view name) const;
 };
 
 // How far a head has come in.

@@ -2,6 +2,7 @@
 
 #include "host/CCimXmlReader.h"
 #include "host/CimText.h"
+#include "wbemd/operations/CLastContent.h"
 #include "wbemd/operations/HttpAnswers.h"
 #include "wbemd/operations/Interop.h"
 #include "wbemd/operations/IntrinsicOperations.h"
@@ -37,12 +38,18 @@ CHttpAnswer ToAnswer(const CAnsweredRequest& request,
 } // namespace
 
 struct COperations::Parts {
+    Parts(CServedNamespace provider, CServedNamespace interop)
+        : m_provider(std::move(provider)),
+          m_interop(std::move(interop)) {}
+
     CServedNamespace m_provider;
     CServedNamespace m_interop;
+    CLastContent m_lastContent;
 
     [[nodiscard]] const CServedNamespace* FindNamespace(const std::string& name) const;
     [[nodiscard]] std::variant<CHttpAnswer, CPendingCall> Serve(const CCimRequest& request,
                                                                 messages::Right right) const;
+    [[nodiscard]] CHttpAnswer Finish(const CPendingCall& call, const messages::CCallAnswer& answer);
 };
 
 std::unique_ptr<COperations> COperations::Open(const std::string& definitionsPath,
@@ -56,9 +63,8 @@ std::unique_ptr<COperations> COperations::Open(const std::string& definitionsPat
     if (!interop) {
         return nullptr;
     }
-    auto parts =
-        std::make_unique<Parts>(Parts{CServedNamespace(kProviderNamespace, std::move(*classes)),
-                                      CServedNamespace(kInteropNamespace, std::move(*interop))});
+    auto parts = std::make_unique<Parts>(CServedNamespace(kProviderNamespace, std::move(*classes)),
+                                         CServedNamespace(kInteropNamespace, std::move(*interop)));
     std::string problem = FindProblem(parts->m_provider);
     if (!problem.empty()) {
         *error = definitionsPath + ": " + problem + kInstallAgain;
@@ -111,8 +117,7 @@ CHttpAnswer COperations::Finish(const CPendingCall& call,
     if (answer.m_result == messages::CallResult::WrongCredentials) {
         return WrongCredentials();
     }
-    return ToAnswer({false, call.m_messageId, call.m_spelledMethod},
-                    WriteCallAnswer(m_parts->m_provider, call, answer));
+    return m_parts->Finish(call, answer);
 }
 
 const CServedNamespace* COperations::Parts::FindNamespace(const std::string& name) const {
@@ -147,6 +152,22 @@ std::variant<CHttpAnswer, CPendingCall> COperations::Parts::Serve(const CCimRequ
                               "tell how that went. Read the settings before anything else."}));
     call->m_withoutMemory.m_keepOpen = false;
     return std::move(*call);
+}
+
+// What the request is told apart by stands around the content, and so the content may be another's.
+CHttpAnswer COperations::Parts::Finish(const CPendingCall& call,
+                                       const messages::CCallAnswer& answer) {
+    const CAnsweredRequest request{false, call.m_messageId, call.m_spelledMethod};
+    CLastContent::Text content = m_lastContent.Find(call.m_method, answer);
+    if (content == nullptr) {
+        auto written = WriteCallAnswer(m_provider, call, answer);
+        if (!written) {
+            return CimAnswer(WriteError(request, written.error()));
+        }
+        content = std::make_shared<const std::string>(std::move(*written));
+        m_lastContent.Keep(call.m_method, answer, content);
+    }
+    return CimAnswer(WriteAnswer(request, *content));
 }
 
 } // namespace wbemd

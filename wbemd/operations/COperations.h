@@ -43,7 +43,7 @@ CHttpAnswer WrongCredentials();
 
 // What the server serves (DSP0200 and DSP0201): reads a request whose credentials are right and
 // answers it, or says which call of the provider it asks for. Touches nothing but its class
-// definitions; any number of threads can ask at the same time.
+// definitions and what it wrote last; any number of threads can ask at the same time.
 class COperations {
 public:
     // Loads the class definitions. The name of this system is what the server calls itself by in

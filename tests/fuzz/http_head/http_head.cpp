@@ -1,5 +1,7 @@
-// Heads of HTTP requests. The input is what comes over a connection.
+// Heads of HTTP requests. The input is what comes over a connection. Beside a plain reader of our
+// own stands one that others wrote: what is taken here must be the same request to both.
 
+#include "tests/fuzz/http_head/CBeastHead.h"
 #include "tests/fuzz/support/CProperty.h"
 #include "tests/fuzz/support/FuzzTarget.h"
 #include "wbemd/http/Credentials.h"
@@ -153,6 +155,47 @@ void CheckPlan(const CHttpHead& head) {
     }
 }
 
+// Beast looks at what some fields say while it reads, and refuses what PlanRequest refuses later.
+// It also knows Proxy-Connection, which no standard does.
+void CheckProblem(const CBeastHead& other, const CHttpHead& head, const wbemd::CRequestPlan& plan) {
+    if (other.m_problem == CBeastHead::Problem::BodyLength) {
+        CProperty::Require(plan.m_refusal && !plan.m_keepOpen,
+                           "a length that another reader refuses is refused");
+        return;
+    }
+    CProperty::Require(other.m_problem == CBeastHead::Problem::FieldValue,
+                       "another reader takes what is taken");
+    const string& name = head.m_fields.at(other.m_fields.size()).first;
+    if (wbemd::IsSameName(name, "Connection")) {
+        CProperty::Require(plan.m_refusal && !plan.m_keepOpen,
+                           "words that another reader refuses are refused");
+        return;
+    }
+    CProperty::Require(wbemd::IsSameName(name, "Proxy-Connection"),
+                       "another reader takes the values that are taken");
+}
+
+void CheckAgainstBeast(const string& text, std::size_t length, const CHttpHead& head) {
+    const CBeastHead other(text);
+    const wbemd::CRequestPlan plan = wbemd::PlanRequest(head, kBodyBytes);
+    if (other.m_problem != CBeastHead::Problem::None) {
+        CheckProblem(other, head, plan);
+        return;
+    }
+    CProperty::Require(other.m_length == length, "a head ends where it does for another reader");
+    CProperty::Require(other.m_method == head.m_method && other.m_target == head.m_target &&
+                           other.m_isHttp10 == head.m_isHttp10,
+                       "a request asks what it does for another reader");
+    CProperty::Require(other.m_fields == head.m_fields,
+                       "the fields say what they do for another reader");
+    if (!plan.m_refusal || plan.m_keepOpen) {
+        CProperty::Require(other.m_bodyBytes.value_or(0) == plan.m_bodyBytes,
+                           "a body ends where it does for another reader");
+    }
+    CProperty::Require(!plan.m_keepOpen || other.m_keepOpen || head.Count("Proxy-Connection") != 0,
+                       "a connection stays open where it does for another reader");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -181,6 +224,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                            "what is written reads back equal");
         CheckCredentials(*head);
         CheckPlan(*head);
+        CheckAgainstBeast(text, extent.m_length, *head);
     }
     return 0;
 }

@@ -108,7 +108,7 @@ Names Both(Names names, const Names& others) {
 TEST_P(Completion, OffersTheOptionsOfTheHelp) {
     const CommandOptions options = OptionsInHelp();
     const Names& general = options.at("");
-    ASSERT_EQ(options.size(), 7U); // a command that is added is to be added to the shells', too
+    ASSERT_EQ(options.size(), 8U); // a command that is added is to be added to the shells', too
     for (const auto& [command, own] : options) {
         SCOPED_TRACE(command);
         EXPECT_EQ(Options("loggerctl " + command + (command.empty() ? "--" : " --")),
@@ -129,6 +129,7 @@ TEST_P(Completion, OffersCommandsAndActions) {
     EXPECT_EQ(Words("loggerctl service --wait 5 st"), (Names{"start", "stop", "status"}));
     EXPECT_EQ(Words("loggerctl service stop "), Names());
     EXPECT_EQ(Words("loggerctl history "), Names());
+    EXPECT_EQ(Words("loggerctl doctor "), Names());
 }
 
 TEST_P(Completion, OffersKeysAndGroups) {

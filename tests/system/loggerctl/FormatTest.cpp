@@ -41,6 +41,7 @@ TEST_F(Format, OfAChange) {
     EXPECT_EQ(document.at("service_restarted"), true);
     EXPECT_EQ(document.at("warnings"), Json::array());
     EXPECT_EQ(document.at("history_id"), SampleHistory::Names().front());
+    EXPECT_FALSE(document.contains("needs_force"));
 }
 
 TEST_F(Format, OfNoChange) {
@@ -63,6 +64,31 @@ TEST_F(Format, OfADryRunWithLosses) {
     ASSERT_EQ(document.at("warnings").size(), 1U);
     EXPECT_NE(document.at("warnings")[0].get<std::string>().find("/gone is not mounted"),
               std::string::npos);
+}
+
+TEST_F(Format, OfADryRunSaysWhetherForceIsNeeded) {
+    const struct {
+        Words m_words;
+        bool m_needsForce;
+    } rows[] = {
+        {{"set", "--dry-run", "cpu.threshold=95"}, false},
+        {{"set", "--dry-run", "cpu.threshold=90"}, false},
+        {{"set", "--dry-run", "fs.enable=off"}, true},
+        {{"set", "--dry-run", "--force", "fs.enable=off"}, true},
+        {{"restore", "--dry-run", SampleHistory::kOlder}, false},
+        {{"restore", "--dry-run", SampleHistory::kNewer}, true},
+    };
+    SampleHistory::Add(SampleHistory::kOlder, "valid", CTestRoot::kAgentConfig,
+                       CTestRoot::kAlertConfig);
+    SampleHistory::Add(SampleHistory::kNewer, "not valid", "x", "y");
+    for (const auto& row : rows) {
+        EXPECT_EQ(Document(row.m_words, 0).at("needs_force"), row.m_needsForce)
+            << row.m_words.back();
+    }
+    m_root.SetAgentConfig("x"); // as in the copy: nothing is to be done
+    m_root.SetAlertConfig("y");
+    const Json same = Document({"restore", "--dry-run", SampleHistory::kNewer}, 0);
+    EXPECT_EQ(same.at("needs_force"), false);
 }
 
 TEST_F(Format, OfAFailureAfterTheStop) {

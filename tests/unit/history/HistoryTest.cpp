@@ -344,8 +344,10 @@ TEST_F(History, LeavesNothingOfAnEntryThatCannotBeFilled) {
 TEST_F(History, GivesEverySaverAnEntryOfItsOwn) {
     constexpr int kSavers = 4;
     constexpr int kSaves = 4;
+    std::vector<pid_t> savers;
     for (int saver = 0; saver < kSavers; ++saver) {
-        if (fork() == 0) {
+        savers.push_back(fork());
+        if (savers.back() == 0) {
             for (int i = 0; i < kSaves; ++i) {
                 if (!history::Save(Now(), "x", {})) {
                     _exit(1);
@@ -354,9 +356,9 @@ TEST_F(History, GivesEverySaverAnEntryOfItsOwn) {
             _exit(0);
         }
     }
-    for (int saver = 0; saver < kSavers; ++saver) {
+    for (const pid_t saver : savers) {
         int status = 0;
-        wait(&status);
+        EXPECT_EQ(waitpid(saver, &status, 0), saver);
         EXPECT_EQ(status, 0);
     }
     EXPECT_EQ(ListedIds().size(), 16U);

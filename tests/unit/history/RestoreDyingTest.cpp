@@ -56,10 +56,6 @@ Ending RunUntilCall(int n, bool (*function)()) {
     ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
     while (WIFSTOPPED(status)) {
         __ptrace_syscall_info info{};
-        if (ptrace(PTRACE_SYSCALL, child, nullptr, nullptr) != 0 ||
-            waitpid(child, &status, 0) != child || !WIFSTOPPED(status)) {
-            break;
-        }
         if (ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info) <= 0) {
             kill(child, SIGKILL);
             waitpid(child, &status, 0);
@@ -68,6 +64,8 @@ Ending RunUntilCall(int n, bool (*function)()) {
         if (info.op == PTRACE_SYSCALL_INFO_ENTRY && ChangesSomething(info.entry.nr) && --n == 0) {
             kill(child, SIGKILL);
         }
+        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr); // fails where it was killed: its end comes
+        waitpid(child, &status, 0);
     }
     return WIFEXITED(status) ? Ending::Done : Ending::Killed;
 }

@@ -187,6 +187,22 @@ TEST(WhyNoRoom, LeavesTheRoomThatIsKeptForRootToRoot) {
     EXPECT_EQ(status, 0);
 }
 
+// A copy takes two blocks besides its files. The folder above stands for a history that is not
+// there.
+TEST(WhyNoRoomForCopy, CountsTheFilesAndWhatStandsBesideThem) {
+    const CTestRoot root;
+    const CReservingFileSystem fileSystem;
+    const std::size_t free =
+        geteuid() == 0 ? CReservingFileSystem::kForRoot : CReservingFileSystem::kForAll;
+    const std::size_t forFiles = free - 2;
+    EXPECT_EQ(agent::WhyNoRoomForCopy(Texts(forFiles * kBlock, 0)).m_text, "");
+    EXPECT_EQ(agent::WhyNoRoomForCopy(Texts(forFiles * kBlock, 1)).m_text,
+              CTestRoot::Path("/var/opt/veltaro/kzm/logger") + ": its file system has " +
+                  std::to_string(free * kBlock) +
+                  " bytes free, and a copy of the settings files needs " +
+                  std::to_string((free + 1) * kBlock) + ". Make room first.");
+}
+
 TEST(WhyNoRoom, LeavesMissingFilesToOthers) {
     const CTestRoot root;
     std::filesystem::remove(kAgent);

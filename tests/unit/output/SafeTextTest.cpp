@@ -68,6 +68,15 @@ TEST(SafeText, UnescapingTakesSmallDigitsAndRefusesOtherBackslashes) {
     }
 }
 
+TEST(SafeText, LinesAreBrokenBetweenWords) {
+    EXPECT_EQ(output::BrokenIntoLines("", 5), "");
+    EXPECT_EQ(output::BrokenIntoLines("a bc", 5), "a bc");
+    EXPECT_EQ(output::BrokenIntoLines("ab cd ef", 5), "ab cd\nef");
+    EXPECT_EQ(output::BrokenIntoLines("ab cde", 5), "ab\ncde");
+    EXPECT_EQ(output::BrokenIntoLines("toolong a b", 5), "toolong\na b");
+    EXPECT_EQ(output::BrokenIntoLines("a toolong b", 5), "a\ntoolong\nb");
+}
+
 TEST(SafeText, WidthCountsTerminalColumns) {
     const CLocale utf8(kUtf8Locale);
     EXPECT_EQ(output::Width(""), 0U);

@@ -71,6 +71,11 @@ TEST(CVendorTest, FindsProblemsWithoutRunningAnything) {
     EXPECT_EQ("The description of device \"Logger\" has no command \"good\"; add the line "
               "\"good=<command line>\"",
               vendor.FindProblem("good"));
+    EXPECT_EQ("/bin/sh", vendor.FindProgram("Good"));
+    EXPECT_EQ("/usr/bin/true", vendor.FindProgram("OnThePath"));
+    EXPECT_EQ("/no/such\x1B", vendor.FindProgram("Missing"));
+    EXPECT_EQ("", vendor.FindProgram("NotOnThePath"));
+    EXPECT_EQ("", vendor.FindProgram("good"));
     EXPECT_EQ("not a program\n", ReadFile(file.Path()));
     EXPECT_EQ(TraceLines{}, trace.Lines());
 }

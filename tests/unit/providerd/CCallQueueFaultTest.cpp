@@ -124,14 +124,14 @@ TEST(CCallQueueFault, AnAnswerWithoutMemoryIsAnswered) {
 
 TEST(CCallQueueFault, AWorkerThatCannotBeKilledIsLeftAlone) {
     CQueueLimits limits = Limits();
-    limits.m_callTime = std::chrono::milliseconds(100);
+    limits.m_callTime = std::chrono::milliseconds(500);
     CCallQueue queue(limits);
     const CFifo fifo;
     testing::internal::CaptureStderr();
     nobodyIsKilled = true;
     EXPECT_EQ(CallResult::TimedOut, ResultOf(queue, "await " + fifo.Path()));
     nobodyIsKilled = false;
-    EXPECT_EQ("SetParameter took longer than 100 ms and was ended with its worker (it cannot be "
+    EXPECT_EQ("SetParameter took longer than 500 ms and was ended with its worker (it cannot be "
               "ended yet).\n",
               testing::internal::GetCapturedStderr());
     const auto before = Descriptors();

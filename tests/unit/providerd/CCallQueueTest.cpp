@@ -296,20 +296,20 @@ TEST(CCallQueue, LeavesNoDescriptorAndNoProcess) {
 
 TEST(CCallQueue, EndsACallThatTakesTooLong) {
     CQueueLimits limits = Limits();
-    limits.m_callTime = std::chrono::milliseconds(100);
+    limits.m_callTime = std::chrono::milliseconds(500);
     CCallQueue queue(limits);
     const CFifo fifo;
     testing::internal::CaptureStderr();
     EXPECT_EQ(Failure(CallResult::TimedOut) + "kept",
               AnswerOf(queue, kSet, "keep-await " + fifo.Path()));
-    EXPECT_EQ("SetParameter took longer than 100 ms and was ended with its worker (signal 9).\n",
+    EXPECT_EQ("SetParameter took longer than 500 ms and was ended with its worker (signal 9).\n",
               testing::internal::GetCapturedStderr());
     EXPECT_EQ(Success(1, kSet, ""), AnswerOf(queue, kSet, ""));
 }
 
 TEST(CCallQueue, EndsACallThatNobodyTakes) {
     CQueueLimits limits = Limits();
-    limits.m_callTime = std::chrono::milliseconds(300);
+    limits.m_callTime = std::chrono::milliseconds(800);
     CCallQueue queue(limits);
     EXPECT_EQ(Success(1, kSet, "answer-and-stay"), AnswerOf(queue, kSet, "answer-and-stay"));
     const std::string large(1'000'000, 'x'); // more than a socket holds

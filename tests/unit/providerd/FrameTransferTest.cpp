@@ -72,10 +72,10 @@ TEST_F(FrameTransfer, BringsEveryPayloadAsItIs) {
 
 TEST_F(FrameTransfer, TakesOneFrameAfterTheOther) {
     const std::string frames = FrameOf("one") + FrameOf("two");
-    ASSERT_EQ(Transfer::Done, SendFrame(Other(), frames, Soon()));
+    ASSERT_EQ(Transfer::Done, SendFrame(Other(), frames, std::nullopt));
     std::string payload;
     for (const char* expected : {"one", "two"}) {
-        EXPECT_EQ(Transfer::Done, ReceiveFrame(Ours(), &payload, Soon()));
+        EXPECT_EQ(Transfer::Done, ReceiveFrame(Ours(), &payload, std::nullopt));
         EXPECT_EQ(expected, payload);
     }
     EXPECT_EQ(Transfer::TimedOut, ReceiveFrame(Ours(), &payload, Soon()));

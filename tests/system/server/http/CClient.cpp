@@ -48,6 +48,18 @@ struct CAddress {
     sockaddr_in6 m_six{};
 };
 
+// Makes a call on a socket with a time limit again where it was interrupted: that happens to a
+// process that was stopped and goes on, also without a handler.
+template <typename Call>
+auto Uninterrupted(const Call& call) {
+    decltype(call()) result{};
+    do {
+        errno = 0;
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
 history::CDescriptor Connect(const string& from, int port) {
     const CAddress own(from, 0);
     const CAddress other(own.m_isSix ? "::1" : "127.0.0.1", port);
@@ -60,7 +72,7 @@ history::CDescriptor Connect(const string& from, int port) {
         setsockopt(socket.Get(), SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
     }
     EXPECT_EQ(bind(socket.Get(), own.Get(), own.Size()), 0);
-    EXPECT_EQ(connect(socket.Get(), other.Get(), other.Size()), 0);
+    EXPECT_EQ(Uninterrupted([&] { return connect(socket.Get(), other.Get(), other.Size()); }), 0);
     return socket;
 }
 
@@ -126,7 +138,7 @@ CClient::CClient(int port, Kind kind, bool handshake, const string& from)
     if (kind == Kind::Https && handshake) {
         m_tls.reset(SSL_new(ClientContext()));
         SSL_set_fd(m_tls.get(), m_socket.Get());
-        m_isReady = SSL_connect(m_tls.get()) == 1;
+        m_isReady = Uninterrupted([this] { return SSL_connect(m_tls.get()); }) == 1;
     }
 }
 
@@ -156,13 +168,15 @@ string CClient::ServerName() const {
 
 bool CClient::Send(const string& bytes) {
     if (m_tls != nullptr) {
-        return SSL_write(m_tls.get(), bytes.data(), static_cast<int>(bytes.size())) ==
-               static_cast<int>(bytes.size());
+        return Uninterrupted([&] {
+                   return SSL_write(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()));
+               }) == static_cast<int>(bytes.size());
     }
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t count =
-            send(m_socket.Get(), bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+        const ssize_t count = Uninterrupted([&] {
+            return send(m_socket.Get(), bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+        });
         if (count <= 0) {
             return false;
         }
@@ -178,13 +192,11 @@ void CClient::EndSending() {
 bool CClient::ReadMore() {
     constexpr std::size_t kSize = 65536;
     std::array<char, kSize> bytes{};
-    ssize_t count = 0;
-    do { // a process that was stopped and goes on finds its reading interrupted
-        errno = 0;
-        count = m_tls != nullptr
-                    ? SSL_read(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
-                    : recv(m_socket.Get(), bytes.data(), bytes.size(), 0);
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = Uninterrupted([&]() -> ssize_t {
+        return m_tls != nullptr
+                   ? SSL_read(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
+                   : recv(m_socket.Get(), bytes.data(), bytes.size(), 0);
+    });
     EXPECT_FALSE(count < 0 && errno == EAGAIN) << "nothing came in time";
     if (count <= 0) {
         return false;

@@ -69,6 +69,50 @@ TEST_F(Wire, BothMethodsAreCalledByHttpsAndHttp) {
     EXPECT_EQ(2U, changes::Kept().size());
 }
 
+// GetParameter by a message and a spelling of the client's own.
+CRequestText Renamed(const string& messageId, const string& method) {
+    CRequestText request = GetParameter();
+    request.m_head.m_cimMethod = method;
+    request.m_body = Replace(request.m_body, "ID=\"1001\"", "ID=\"" + messageId + "\"");
+    request.m_body = Replace(request.m_body, "\"GetParameter\"", "\"" + method + "\"");
+    return request;
+}
+
+// The body of an answer without what it repeats of that request.
+string WithoutEcho(const string& answer, const string& messageId, const string& method) {
+    const string body = answer.substr(answer.find("\r\n\r\n"));
+    return Replace(Replace(body, "ID=\"" + messageId + "\"", "ID"),
+                   "<METHODRESPONSE NAME=\"" + method + "\">", "<METHODRESPONSE>");
+}
+
+// What a front end writes for the first time is what it then takes for all who get the same,
+// whoever they are and whatever they call it; and a change is seen at once.
+TEST_F(Wire, AnAnswerIsTheSameForTheFirstAndTheNext) {
+    const auto ask = [this](const CRequestText& request, const string& user,
+                            CClient::Kind kind = CClient::Kind::Https) {
+        CClient client = m_server.Connect(kind);
+        client.Send(Bytes(request, user));
+        return client.Answer();
+    };
+    const string first = ask(GetParameter(), "changer");
+    const string wanted = WithoutEcho(first, "1001", "GetParameter");
+    for (const string messageId : {"1001", "2", "a message"}) {
+        for (const string method : {"GetParameter", "GETPARAMETER"}) {
+            for (const CClient::Kind kind : {CClient::Kind::Https, CClient::Kind::Http}) {
+                const string answer = ask(Renamed(messageId, method), "reader", kind);
+                EXPECT_EQ(wanted, WithoutEcho(answer, messageId, method));
+            }
+        }
+    }
+    m_server.StartFrontEnd();
+    EXPECT_EQ(first, ask(GetParameter(), "reader"));
+    m_server.Root().SetAlertConfig(ChangedAlert());
+    const string changed = ask(GetParameter(), "reader");
+    EXPECT_NE(first, changed);
+    EXPECT_NE(string::npos, changed.find(";95&"));
+    EXPECT_EQ(0U, OutcomeOf(ask(GetParameter(), "guest")).find("error 2: "));
+}
+
 // The answer that a client gives back is taken, whatever it says about its attributes.
 TEST_F(Wire, WhatGetParameterGaveIsTakenBySetParameter) {
     CClient client = m_server.Connect();

@@ -64,6 +64,27 @@ TEST(MethodAnswer, HasTheOutParametersBehindIt) {
         Finish(kGet, Done(0, output)));
 }
 
+// What was written before is taken again only for the same answer, and what the request is told
+// apart by is its own each time.
+TEST(MethodAnswer, IsTheSameHoweverOftenItWasGiven) {
+    IWbemClassObject output;
+    output.Put("LoggerConf", samples::Settings());
+    const CCallAnswer settings = Done(0, output);
+    const string first = Finish(kGet, settings);
+    EXPECT_EQ(first, Finish(kGet, settings));
+    const wbemd::CPendingCall other = {"GetParameter", "", "&<\"'", "GETPARAMETER"};
+    const string renamed = "<MESSAGE ID=\"&amp;&lt;&quot;'\" PROTOCOLVERSION=\"1.0\"><SIMPLERSP>"
+                           "<METHODRESPONSE NAME=\"GETPARAMETER\">";
+    const std::size_t begin = first.find("<MESSAGE");
+    const std::size_t end = first.find("<RETURNVALUE");
+    string wanted = first;
+    wanted.replace(begin, end - begin, renamed);
+    EXPECT_EQ(wanted, Finish(other, settings));
+    EXPECT_EQ(MethodReturned("getparameter", ReturnValue("7")), Finish(kGet, Done(7, Output(7))));
+    EXPECT_EQ(first, Finish(kGet, settings));
+    EXPECT_EQ(MethodReturned("SetParameter", ReturnValue("0")), Finish(kSet, settings));
+}
+
 TEST(MethodAnswer, LeavesOutWhatIsNotSet) {
     IWbemClassObject output = Output(0);
     output.Put("LoggerConf", std::monostate());

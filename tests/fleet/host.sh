@@ -1,0 +1,24 @@
+#!/bin/sh
+# host.sh FILES ADDRESS
+#
+# Runs as the first process of a host, in namespaces of its own: takes the host's own folders from FILES,
+# mounts its file systems, starts its agent and becomes its sshd.
+set -eu
+files=$1
+address=$2
+
+for name in etc/opt etc/shadow opt root run srv var/opt tmp; do # the last one may hide FILES
+    mount --rbind "$files/$name" "/$name"
+done
+while read -r mount_point; do
+    mkdir -p "$mount_point"
+    mount -t tmpfs -o size=1m tmpfs "$mount_point"
+done </run/file-systems
+
+if [ -e /run/pam ]; then # the management server, with PAM's answers from a file
+    LD_PRELOAD=libpam_wrapper.so PAM_WRAPPER=1 PAM_WRAPPER_SERVICE_DIR=/run/pam \
+        /opt/veltaro/kzm/bin/kzm-providerd 2>/run/kzm/providerd.log &
+    /opt/veltaro/kzm/bin/kzmwbemd 2>/run/kzm/wbemd.log &
+fi
+[ ! -e /opt/agent/runs ] || /opt/agent/agent.sh start
+exec /usr/sbin/sshd -D -f /run/sshd/config -o "ListenAddress=$address" 2>/run/sshd/log
