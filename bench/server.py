@@ -394,6 +394,8 @@ def flat(server, share):
     """Whether memory, descriptors and processes stay as they are under load."""
     classes, settings = int(1_000_000 * share), int(100_000 * share)
     put_under_load(server, 1, 1)
+    # Connections to the other daemon are kept: at least as many as will be needed at one time.
+    wrk(f"http://127.0.0.1:{server.plain_port}", GET_PARAMETER, connections=48)
     before = server.resident(), server.descriptors(), len(server.processes())
     put_under_load(server, classes, settings)
     time.sleep(20)  # the connections of the load are closed by then

@@ -72,7 +72,7 @@ TEST(MethodAnswer, IsTheSameHoweverOftenItWasGiven) {
     const CCallAnswer settings = Done(0, output);
     const string first = Finish(kGet, settings);
     EXPECT_EQ(first, Finish(kGet, settings));
-    const wbemd::CPendingCall other = {"GetParameter", "", "&<\"'", "GETPARAMETER"};
+    const wbemd::CPendingCall other = {"GetParameter", "", "&<\"'", "GETPARAMETER", {}};
     const string renamed = "<MESSAGE ID=\"&amp;&lt;&quot;'\" PROTOCOLVERSION=\"1.0\"><SIMPLERSP>"
                            "<METHODRESPONSE NAME=\"GETPARAMETER\">";
     const std::size_t begin = first.find("<MESSAGE");
