@@ -23,6 +23,15 @@ if(NOT KZM_FUZZ)
   add_link_options(-Wl,-z,defs) # clang leaves the sanitizers' symbols to the program
 endif()
 
+# The many programs of tests are linked by the quickest linker there is. The product as it is shipped is
+# not: it has the compiler's own.
+if(KZM_TESTS)
+  find_program(KZM_LLD ld.lld)
+  if(KZM_LLD)
+    add_link_options(-fuse-ld=lld)
+  endif()
+endif()
+
 if(KZM_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)

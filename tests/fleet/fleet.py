@@ -24,18 +24,20 @@ PRODUCT = "opt/veltaro/kzm"
 FOLDERS = ("etc/opt", "opt", "root", "run/sshd", "srv", "tmp", "var/opt")
 PATIENCE = 60  # seconds: far more than anything takes that is waited for
 
-DESCRIPTION = """CheckInstall=/opt/agent/agent.sh installed
-ServiceStop=/opt/agent/agent.sh stop
-ServiceStart=/opt/agent/agent.sh start
-ServiceStatus=/opt/agent/agent.sh status
-TimeoutSeconds=60
-"""
+DESCRIPTION = {
+    "CheckInstall": "/opt/agent/agent.sh installed",
+    "ServiceStop": "/opt/agent/agent.sh stop",
+    "ServiceStart": "/opt/agent/agent.sh start",
+    "ServiceStatus": "/opt/agent/agent.sh status",
+    "TimeoutSeconds": "60",
+}
 SSHD_CONFIG = """HostKey /run/sshd/host_key
 AuthorizedKeysFile /run/sshd/authorized_keys
 PidFile none
 StrictModes no
 UsePAM no
 PasswordAuthentication no
+Subsystem sftp internal-sftp
 SetEnv PATH=/opt/veltaro/kzm/bin:/usr/sbin:/usr/bin:/sbin:/bin
 """
 
@@ -58,15 +60,27 @@ class Host:
         self.files = work / "hosts" / name
         self._process: typing.Optional[subprocess.Popen] = None
 
-    def lay_out(self, product: pathlib.Path, key: str) -> None:
-        """Makes the files of a host on which product and agent are installed."""
+    def lay_out(self, key: str) -> None:
+        """Makes the files of a host on which the agent is installed."""
         for folder in FOLDERS:
             (self.files / folder).mkdir(parents=True)
-        shutil.copytree(product / "opt", self.files / "opt", dirs_exist_ok=True, symlinks=True)
-        shutil.copytree(product / "var/opt", self.files / "var/opt", dirs_exist_ok=True)
         self._lay_out_agent()
         self._lay_out_sshd(key)
         (self.files / "run/file-systems").touch()
+
+    def add_product(self, product: pathlib.Path) -> None:
+        """Gives the host the product, out of the tree that it was installed into."""
+        for folder in ("opt", "var/opt"):
+            shutil.copytree(product / folder, self.files / folder, dirs_exist_ok=True, symlinks=True)
+        device = self.files / PRODUCT / "provider/device"
+        device.mkdir(exist_ok=True)
+        (device / "Logger.conf").write_text(
+            "".join(f"{name}={value}\n" for name, value in DESCRIPTION.items()), encoding="ascii")
+
+    def add_overlay(self) -> None:
+        """Gives the host all of the machine's own files, to be changed on the host alone."""
+        (self.files / "overlay/etc").mkdir(parents=True)
+        shutil.copy(self.files / "etc/shadow", self.files / "overlay/etc")
 
     def _lay_out_agent(self) -> None:
         agent = self.files / "opt/agent"
@@ -75,9 +89,6 @@ class Host:
         shutil.copy(SAMPLES / "agent.sh", agent / "process.sh")
         (agent / "seconds-to-stop").write_text("0", encoding="ascii")
         (agent / "runs").touch()
-        device = self.files / PRODUCT / "provider/device"
-        device.mkdir(exist_ok=True)
-        (device / "Logger.conf").write_text(DESCRIPTION, encoding="ascii")
         (self.files / SETTINGS).mkdir(parents=True)
         for name in ("agent.cfg", "alert.cfg"):
             shutil.copy(HERE / name, self.files / SETTINGS)
@@ -90,17 +101,21 @@ class Host:
         (folder / "config").write_text(SSHD_CONFIG, encoding="ascii")
         (self.files / "etc/shadow").write_text("root:*:19000::::::\n", encoding="ascii")
 
+    def make_certificate(self, folder: pathlib.Path) -> None:
+        """Makes certificate and key of the host's management server."""
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
+                        "ec_paramgen_curve:P-256", "-nodes", "-days", "2", "-subj", "/CN=fleet",
+                        "-addext", f"subjectAltName=IP:{self.address}", "-keyout",
+                        folder / "wbemd-key.pem", "-out", folder / "wbemd-cert.pem"],
+                       check=True, stderr=subprocess.DEVNULL)
+
     def add_server(self) -> None:
         """Gives the host the management server, for root with the password "of-root"."""
         etc = self.files / "etc/opt/veltaro/kzm"
         pam = self.files / "run/pam"
         for folder in (etc, pam, self.files / "run/kzm"):
             folder.mkdir()
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                        "ec_paramgen_curve:P-256", "-nodes", "-days", "2", "-subj", "/CN=fleet",
-                        "-addext", f"subjectAltName=IP:{self.address}", "-keyout",
-                        etc / "wbemd-key.pem", "-out", etc / "wbemd-cert.pem"],
-                       check=True, stderr=subprocess.DEVNULL)
+        self.make_certificate(etc)
         (etc / "wbemd.conf").write_text(f"Listen={self.address}:{HTTPS}\n", encoding="ascii")
         (etc / "providerd.conf").write_text("FrontEndUser=root\n", encoding="ascii")
         module = next(pathlib.Path("/usr/lib").glob("*/pam_wrapper/pam_matrix.so"))

@@ -1,16 +1,18 @@
 #!/usr/bin/env python3
 """The Ansible collection on a fleet of 20 hosts, over ssh.
 
-Usage: fleet_test.py FOLDER BUILD [--times]
-
-BUILD is the build folder of the product as it is shipped. What Ansible says is left in FOLDER. With
---times the runs are measured instead. Needs root; makes namespaces of its own and leaves nothing.
+BUILD is the build folder of the product as it is shipped, the packages are those that the role installs.
+What Ansible says is left in FOLDER. Needs root; makes namespaces of its own and leaves nothing.
 """
 
+import argparse
 import contextlib
 import json
 import os
 import pathlib
+import re
+import signal
+import statistics
 import subprocess
 import sys
 import tempfile
@@ -29,6 +31,7 @@ FULL = "host15"
 DYING = "host18"
 BAD = (NOT_INSTALLED, DAMAGED, LOCKED, FULL, DYING)
 SERVER = "host06"
+SOME = "host01,host02,host06"  # where all need not be looked at
 WITHOUT_DATA = ("host02", "host03", "host09")  # /srv/data is not mounted there
 
 WANTED = {
@@ -40,6 +43,7 @@ WANTED = {
 
 FOLDER = pathlib.Path()
 BUILD = pathlib.Path()
+PACKAGES: typing.List[pathlib.Path] = []
 WORK = pathlib.Path()  # empty and in memory, with a short path: the names of sockets stand in it
 
 
@@ -59,6 +63,10 @@ class Run(typing.NamedTuple):
         """The hosts with one of these outcomes."""
         return sorted(host for host, outcome in self.outcomes().items() if outcome in outcomes)
 
+    def kinds(self) -> typing.Set[str]:
+        """The outcomes of all tasks."""
+        return {line["outcome"] for line in self.results}
+
     def of(self, host: str) -> dict:
         """The last result of a host."""
         return [line["result"] for line in self.results if line["host"] == host][-1]
@@ -69,7 +77,6 @@ class Controller:
 
     def __init__(self, work: pathlib.Path) -> None:
         self._work = work
-        self._inventory = work / "inventory"
         self._runs = 0
         subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", work / "key"],
                        check=True)
@@ -84,15 +91,14 @@ class Controller:
             subprocess.run(["ansible-galaxy", "collection", *command], check=True,
                            env=self._environment(), stdout=subprocess.DEVNULL)
 
-    def know(self, hosts: typing.List[fleet.Host]) -> None:
-        """Writes the inventory."""
+    def know(self, hosts: typing.Iterable[fleet.Host], inventory: str = "fleet") -> None:
+        """Writes an inventory."""
         lines = [f"{host.name} ansible_host={host.address}" for host in hosts]
-        self._inventory.write_text("\n".join([*lines, "[all:vars]",
-                                              "ansible_python_interpreter=/usr/bin/python3",
-                                              f"ansible_ssh_private_key_file={self._work}/key",
-                                              ""]), encoding="ascii")
-        (self._work / "known_hosts").write_text("".join(host.host_key() for host in hosts),
-                                                encoding="ascii")
+        lines += ["[all:vars]", "ansible_python_interpreter=/usr/bin/python3",
+                  f"ansible_ssh_private_key_file={self._work}/key", ""]
+        (self._work / inventory).write_text("\n".join(lines), encoding="ascii")
+        with open(self._work / "known_hosts", "a", encoding="ascii") as known_hosts:
+            known_hosts.writelines(host.host_key() for host in hosts)
 
     def _environment(self) -> typing.Dict[str, str]:
         return {
@@ -113,13 +119,13 @@ class Controller:
             "FLEET_RESULTS": str(self._work / "results"),
         }
 
-    def ansible(self, *words: str) -> Run:
+    def ansible(self, *words: str, inventory: str = "fleet") -> Run:
         """A run of `ansible`, or of `ansible-playbook` where the first word is a playbook."""
         self._runs += 1
         results = self._work / "results"
         results.unlink(missing_ok=True)
         program = "ansible" if words[0] == "all" else "ansible-playbook"
-        done = subprocess.run([program, "--inventory", self._inventory, *words], text=True,
+        done = subprocess.run([program, "--inventory", self._work / inventory, *words], text=True,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False,
                               stdin=subprocess.DEVNULL, env=self._environment())
         log = FOLDER / f"run{self._runs:02}.log"
@@ -155,11 +161,12 @@ class Fleet:
         self.hosts = {f"host{number:02}": fleet.Host(f"host{number:02}", number, work)
                       for number in range(1, COUNT + 1)}
         for host in self.hosts.values():
-            host.lay_out(product, self.controller.key)
+            host.lay_out(self.controller.key)
+            host.add_product(product)
             if host.name not in WITHOUT_DATA:
                 host.mount("/srv/data")
         self.hosts[SERVER].add_server()
-        self.controller.know(list(self.hosts.values()))
+        self.controller.know(self.hosts.values())
 
     def start(self) -> None:
         """Starts all hosts."""
@@ -304,17 +311,18 @@ class Rollout(unittest.TestCase):
         self.assertIs(True, run.of(DYING)["service_restarted"])
 
     def test_50_a_run_on_a_fleet_that_is_right_touches_nothing(self) -> None:
-        for words in ([], ["--check"]):
-            run = self.fleet.controller.change("--diff", *words)
-            self.assert_outcomes(run, "ok")
-            self.assertEqual(0, run.code)
-            self.assert_agent_was("started", "stopped", "started")
-            for host in self.hosts():
-                self.assertEqual("", run.of(host.name)["diff"]["prepared"])
+        run = self.fleet.controller.change("--diff")
+        self.assert_outcomes(run, "ok")
+        self.assertEqual(0, run.code)
+        for host in self.hosts():
+            self.assertEqual("", run.of(host.name)["diff"]["prepared"])
+        run = self.fleet.controller.change("--check", "--limit", SOME)
+        self.assertEqual(["ok"] * 3, list(run.outcomes().values()))
+        self.assert_agent_was("started", "stopped", "started")
 
     def test_60_what_is_told_can_be_set(self) -> None:
-        run = self.fleet.controller.ansible(str(HERE / "pattern.yml"))
-        self.assert_outcomes(run, "ok")
+        run = self.fleet.controller.ansible(str(HERE / "pattern.yml"), "--limit", SOME)
+        self.assertEqual(["ok"] * 3, list(run.outcomes().values()))
 
     def test_70_a_failed_start_says_how_to_mend_the_host(self) -> None:
         host = self.fleet.hosts["host05"]
@@ -383,46 +391,218 @@ class Rollout(unittest.TestCase):
 
     def test_80_the_fleet_is_rolled_back(self) -> None:
         mended = {**self.original, DAMAGED: self.original[NOT_INSTALLED]}
-        run = self.fleet.controller.ansible("veltaro.kzm.rollback", "--check", "--diff",
-                                            "--extra-vars", f"before={self.before}")
-        self.assert_outcomes(run, "changed")
-        run = self.fleet.controller.ansible("veltaro.kzm.rollback", "--diff",
-                                            "--extra-vars", f"before={self.before}")
+        changed = {host.name: host.settings() for host in self.hosts()}
+        run = self._roll_back("--check", "--limit", SOME)
+        self.assertEqual(["changed"] * 3, list(run.outcomes().values()))
+        self.assertEqual(changed, {host.name: host.settings() for host in self.hosts()})
+        run = self._roll_back()
         self.assert_outcomes(run, "changed")
         for host in self.hosts():
             self.assertEqual(mended[host.name], host.settings(), host.name)
         logs = {host.name: host.agent_log() for host in self.hosts()}
-        self.assertEqual(["started", "stopped", "started"] + ["stopped", "started"],
-                         logs["host01"])
-        run = self.fleet.controller.ansible("veltaro.kzm.rollback",
-                                            "--extra-vars", f"before={self.before}")
-        self.assert_outcomes(run, "ok")
+        self.assertEqual(["started"] + 2 * ["stopped", "started"], logs["host01"])
+        run = self._roll_back("--limit", SOME)
+        self.assertEqual(["ok"] * 3, list(run.outcomes().values()))
         self.assertEqual(logs, {host.name: host.agent_log() for host in self.hosts()})
 
+    def _roll_back(self, *words: str) -> Run:
+        return self.fleet.controller.ansible("veltaro.kzm.rollback", "--extra-vars",
+                                             f"before={self.before}", *words)
 
-def inside() -> None:
-    """Tests, or measures, in namespaces of its own."""
+
+class Installation(unittest.TestCase):
+    """A host on which nothing but the agent is installed."""
+
+    def test_the_role_makes_a_host_that_can_be_changed(self) -> None:
+        work = WORK / "installation"
+        work.mkdir()
+        controller = Controller(work)
+        host = fleet.Host("bare", COUNT + 1, work)
+        self.addCleanup(host.end)
+        host.lay_out(controller.key)
+        host.add_overlay()
+        host.make_certificate(work)
+        controller.know([host])
+        host.start()
+        host.await_port(fleet.SSH)
+        variables = json.dumps({"package_files": [str(path) for path in PACKAGES],
+                                "description": {snake(name): value for name, value
+                                                in fleet.DESCRIPTION.items()}})
+        runs = [controller.ansible(str(HERE / "install.yml"), "--diff", "--extra-vars", variables,
+                                   *words) for words in (["--check"], [], [])]
+        for run in runs:
+            self.assertEqual(0, run.code, run.output)
+            self.assertNotIn("PRIVATE KEY", run.output)
+        self.assertIn("changed", runs[1].kinds())
+        self.assertEqual({"ok"}, runs[2].kinds(), runs[2].output)
+        run = controller.change()
+        self.assertEqual({"bare": "changed"}, run.outcomes(), run.output)
+        self._look_at(host)
+
+    def _look_at(self, host: fleet.Host) -> None:
+        etc = host.files / "etc/opt/veltaro/kzm"
+        lines = (etc / "providerd.conf").read_text(encoding="ascii").splitlines()
+        self.assertEqual(["ReadingGroups=fleet-readers", "ChangingGroups=fleet-operators"],
+                         [line for line in lines if line and not line.startswith("#")])
+        groups = (host.files / "overlay/etc/group").read_text(encoding="ascii")
+        for group in ("fleet-readers", "fleet-operators", "kzmwbem"):
+            self.assertRegex(groups, f"(?m)^{group}:")
+        key = etc / "wbemd-key.pem"
+        self.assertEqual(0o640, key.stat().st_mode & 0o777)
+        self.assertRegex(groups, f"(?m)^kzmwbem:.*:{key.stat().st_gid}:")
+        wants = list((host.files / "overlay").glob("**/*.wants/kzm*"))
+        self.assertEqual([], wants, "something is opened")
+
+
+def snake(name: str) -> str:
+    """A name of the device description as the role has it."""
+    return re.sub(r"(?<!^)([A-Z])", r"_\1", name).lower()
+
+
+# ---- Times ----
+
+ROUNDS = 3
+
+
+def measure() -> None:
+    """Prints how long runs on a fleet take in which nothing is bad."""
+    hosts = Fleet(WORK)
+    hosts.start()
+    thresholds = iter(range(50, 90))
+    controller = hosts.controller
+
+    def ping() -> Run:
+        return controller.ansible("all", "-m", "ping")
+
+    def change(*words: str) -> Run:
+        return controller.change(*words, logger_settings={
+            "usage_monitor_conf_cpu": {"threshold": next(thresholds)}})
+
+    print(f"{COUNT} hosts on {os.cpu_count()} cores, median of {ROUNDS} runs, load before "
+          f"{os.getloadavg()[0]:.1f}")
+    print(f"ping, with new connections  {timed(ping, 1):6.1f} s")
+    base = timed(ping)
+    last = {"logger_settings": {"usage_monitor_conf_cpu": {"threshold": 50}}}
+    rows = (("ping", base),
+            ("check run", timed(lambda: change("--check"))),
+            ("first run", timed(change)),
+            ("idempotent run", timed(lambda: controller.change(**last), ROUNDS + 1)),
+            ("what is told", timed(lambda: controller.ansible(
+                "all", "-m", "veltaro.kzm.logger_settings_info"))))
+    for name, seconds in rows:
+        print(f"{name:27} {seconds:6.1f} s  {seconds / COUNT * 1000:5.0f} ms a host  "
+              f"{seconds / base:4.2f} of a ping")
+
+
+def timed(run: typing.Callable[[], Run], rounds: int = ROUNDS) -> float:
+    """The median of some runs that must succeed, in seconds."""
+    seconds = []
+    for _ in range(rounds):
+        began = time.monotonic()
+        done = run()
+        seconds.append(time.monotonic() - began)
+        if done.code != 0:
+            raise AssertionError(done.output)
+    return statistics.median(seconds)
+
+
+# ---- What is left ----
+
+
+def hold() -> None:
+    """Has a host up until it is killed."""
+    host = fleet.Host("held", 1, WORK)
+    host.lay_out("")
+    host.start()
+    host.await_port(fleet.SSH)
+    print("up", flush=True)
+    signal.pause()
+
+
+class Leftovers:
+    """Sees that a run leaves nothing behind on this machine."""
+
+    def __init__(self) -> None:
+        self._mounts = self._read_mounts()
+
+    @staticmethod
+    def _read_mounts() -> str:
+        return pathlib.Path("/proc/self/mountinfo").read_text(encoding="utf-8")
+
+    def await_none(self) -> None:
+        """All processes of the run are gone, and so are their mounts."""
+        namespace = (FOLDER / "namespace").read_text(encoding="ascii")
+        fleet.await_event(lambda: not self._processes(namespace), "all processes of the fleet end")
+        if self._read_mounts() != self._mounts:
+            raise AssertionError("The fleet has left something mounted.")
+
+    @staticmethod
+    def _processes(namespace: str) -> typing.List[str]:
+        found = []
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):  # it may be gone meanwhile
+                if os.readlink(process / "ns/net") == namespace:
+                    found.append(process.name)
+        return found
+
+
+# ---- The whole ----
+
+
+def inside(options: argparse.Namespace) -> None:
+    """Does what is asked for, in namespaces of its own."""
+    (FOLDER / "namespace").write_text(os.readlink("/proc/self/ns/net"), encoding="ascii")
     subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=755", "tmpfs", WORK], check=True)
     subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
-    unittest.main(argv=sys.argv[:1], verbosity=2)
+    if options.hold:
+        hold()
+    elif options.times:
+        measure()
+    else:
+        chosen = ["-k", options.tests] if options.tests else []
+        unittest.main(argv=[sys.argv[0], *chosen], verbosity=2)
+
+
+def in_namespaces(work: str, *words: str) -> subprocess.Popen:
+    """This program, in namespaces that end with it."""
+    return subprocess.Popen(["unshare", "--mount", "--pid", "--net", "--fork", "--kill-child",
+                             "--mount-proc", sys.executable, "-B", *sys.argv, "--inside", work,
+                             *words], stdout=subprocess.PIPE if words else None)
 
 
 def main() -> None:
     """Does it all in namespaces of its own, and sees that nothing is left of them."""
-    global FOLDER, BUILD, WORK
-    FOLDER = pathlib.Path(sys.argv[1]).resolve()
-    BUILD = pathlib.Path(sys.argv[2]).resolve()
+    global FOLDER, BUILD, PACKAGES, WORK
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("packages", type=pathlib.Path, nargs="*")
+    parser.add_argument("--times", action="store_true", help="measure instead")
+    parser.add_argument("--tests", default="", help="the tests with this in their names alone")
+    parser.add_argument("--inside", type=pathlib.Path, help=argparse.SUPPRESS)
+    parser.add_argument("--hold", action="store_true", help=argparse.SUPPRESS)
+    options = parser.parse_args()
+    FOLDER = options.folder.resolve()
+    BUILD = options.build.resolve()
+    PACKAGES = [package.resolve() for package in options.packages]
     FOLDER.mkdir(parents=True, exist_ok=True)
-    if len(sys.argv) > 3 and sys.argv[3] == "--inside":
-        WORK = pathlib.Path(sys.argv[4])
-        sys.argv = sys.argv[:1] + sys.argv[5:]
-        inside()
+    if options.inside:
+        WORK = options.inside
+        inside(options)
         return
+    left = Leftovers()
     with tempfile.TemporaryDirectory(prefix="fleet-") as work:
-        done = subprocess.run(["unshare", "--mount", "--pid", "--net", "--fork", "--kill-child",
-                               "--mount-proc", sys.executable, "-B", *sys.argv[:3], "--inside",
-                               work, *sys.argv[3:]])
-    sys.exit(done.returncode)
+        if in_namespaces(work).wait() != 0:
+            sys.exit(1)
+        left.await_none()
+        killed = in_namespaces(work, "--hold")
+        if killed.stdout.readline() != b"up\n":
+            raise AssertionError("The host that is to be killed did not come up.")
+        killed.kill()
+        killed.wait()
+        left.await_none()
+    print("Nothing is left of the fleet.")
 
 
 if __name__ == "__main__":

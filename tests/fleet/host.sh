@@ -7,7 +7,18 @@ set -eu
 files=$1
 address=$2
 
-for name in etc/opt etc/shadow opt root run srv var/opt tmp; do # the last one may hide FILES
+if [ -e "$files/overlay" ]; then # packages can be installed on it
+    for name in etc usr var; do
+        mkdir -p "$files/overlay/$name" "$files/overlay/work-$name"
+        mount -t overlay -o \
+            "lowerdir=/$name,upperdir=$files/overlay/$name,workdir=$files/overlay/work-$name" \
+            overlay "/$name"
+    done
+    rm -f /var/lib/man-db/auto-update # an index of all manual pages takes long
+else
+    mount --bind "$files/etc/shadow" /etc/shadow
+fi
+for name in etc/opt opt root run srv var/opt tmp; do # the last one may hide FILES
     mount --rbind "$files/$name" "/$name"
 done
 while read -r mount_point; do

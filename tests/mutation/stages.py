@@ -43,7 +43,8 @@ SET_LONG = Stage("loggerctl_set_test", SYSTEM, SET_LONG_ONES)
 RESTORE = Stage("loggerctl_state_test", SYSTEM, "Restore*:InterruptedRestore.*")
 KILLED_RESTORE = Stage("loggerctl_state_test", SYSTEM, "At/*")
 STATE = Stage("loggerctl_state_test", SYSTEM, "-*Restore*:At/*")
-DOCTOR = Stage("loggerctl_doctor_test", SYSTEM)
+DOCTOR = Stage("loggerctl_doctor_test", SYSTEM, "-Server/*")
+DOCTOR_SERVER = Stage("loggerctl_doctor_test", SYSTEM, "Server/*")
 TEXTS = Stage("loggerctl_texts_test", SYSTEM, "-*/zsh")
 ZSH = Stage("loggerctl_texts_test", SYSTEM, "*/zsh")
 
@@ -91,7 +92,8 @@ TABLE = {
     "loggerctl/commands/ServiceCommand.cpp": [STATE, SET, SET_LONG, TEXTS, GET],
     "loggerctl/commands/HistoryCommands.cpp": [STATE, RESTORE, SET, PRINTED],
     "loggerctl/commands/DoctorCommand.cpp": [DOCTOR],
-    "loggerctl/doctor/": [DOCTOR],
+    "loggerctl/doctor/ServerChecks.cpp": [DOCTOR_SERVER, DOCTOR],
+    "loggerctl/doctor/": [UNITS, DOCTOR, DOCTOR_SERVER],
     "loggerctl/commands/HostState.cpp": [FILES, SET, RESTORE, SET_LONG],
     "loggerctl/commands/CommandLine.cpp": [TEXTS, GET, SET, STATE, RESTORE, SET_LONG, ZSH],
     "wbemd/http/": [HTTP, SERVED],

@@ -35,7 +35,8 @@ struct CPendingCall {
     std::string m_inParameters; // as messages::EncodeObject writes them; empty: none
     std::string m_messageId;
     std::string m_spelledMethod; // as the request spells it
-    CHttpAnswer m_withoutMemory; // when there is none for another answer once the call was made
+    // The answer when there is no memory for another one once the call was made.
+    CHttpAnswer m_withoutMemory = {};
 };
 
 // The answer to a request without right credentials, whoever found out.

@@ -162,7 +162,7 @@ def change_settings(tool, module):
     document = tool.run(*words, record=record)
     if document.get("needs_force") and not options["force"]:
         raise Failure("The change needs the option force; the warnings say why.",
-                                diff={"prepared": document["difference"]})
+                      diff={"prepared": document["difference"]})
     return document
 
 

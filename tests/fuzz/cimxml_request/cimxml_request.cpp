@@ -90,7 +90,8 @@ void CheckCall(const COperations& operations, const CPendingCall& call) {
     }
     CheckAnswer(operations.Finish(call, answer));
     // What one client sets, another is given when it asks.
-    CheckAnswer(operations.Finish({"GetParameter", "", call.m_messageId, "GetParameter"}, answer));
+    CheckAnswer(
+        operations.Finish({"GetParameter", "", call.m_messageId, "GetParameter", {}}, answer));
 }
 
 void Check(const COperations& operations, const CRequestText& request, messages::Right right) {

@@ -296,6 +296,42 @@ TEST(Daemon, GoesOnWhenItCannotWriteItsLog) {
     EXPECT_EQ(daemon.AwaitExit(), 0);
 }
 
+// The environment, with a library more in front of the daemon.
+std::vector<string> WithLibrary(std::vector<string> environment, const string& library) {
+    for (string& variable : environment) {
+        variable += variable.rfind("LD_PRELOAD=", 0) == 0 ? ":" + library : "";
+    }
+    return environment;
+}
+
+// Durations are not taken from it.
+TEST(Daemon, GoesOnWhenTheClockIsSetBack) {
+    CDoor door;
+    const string isSetBack = CTestRoot::Path("/set-back");
+    auto environment = WithLibrary(door.m_accounts.Environment(), CLOCK_SET_BACK_LIBRARY);
+    environment.push_back("KZM_TEST_CLOCK=" + isSetBack);
+    environment.emplace_back("WATCHDOG_USEC=100000");
+    CDaemonProcess daemon(PROVIDERD_PROGRAM, {}, environment);
+    ASSERT_TRUE(daemon.AwaitTold("READY=1"));
+    const CDoorClient client;
+    EXPECT_EQ(client.Check("reader", kPassword), "read");
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(client.Check("reader", "wrong"), "wrong");
+    }
+    WriteFile(isSetBack, "");
+    EXPECT_TRUE(daemon.AwaitTold("WATCHDOG=1"));
+    EXPECT_TRUE(daemon.AwaitTold("WATCHDOG=1"));
+    EXPECT_EQ(client.Check("reader", kPassword), "read");
+    EXPECT_EQ(client.Call("reader", kPassword, "GetParameter"), "Done 0x00000000");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(client.Check("reader", "wrong"), "wrong");
+    const auto delay = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(delay, std::chrono::seconds(2)) << "the sixth within a minute";
+    const string line = daemon.AwaitLogged("operation=\"GetParameter\"");
+    const int time = std::stoi(line.substr(line.find(" ms=") + 4));
+    EXPECT_TRUE(time >= 0 && time < 20'000) << line;
+}
+
 TEST(Daemon, TellsThatItIsAlive) {
     CDoor door;
     auto environment = door.m_accounts.Environment();

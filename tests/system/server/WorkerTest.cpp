@@ -13,9 +13,12 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <set>
@@ -125,6 +128,29 @@ TEST(Worker, ChangesNothingThatCannotBeKept) {
     EXPECT_EQ(Texts{"CheckInstall"}, root.VendorCalls());
     fs::permissions(KzmPaths::kHistoryFolder, fs::perms(0700));
     ExpectUsable(queue);
+}
+
+// Whoever took the log has gone; the worker has something to say.
+TEST(Worker, NeedsNobodyToTakeItsLog) {
+    const CTestRoot root;
+    std::array<int, 2> log{};
+    ASSERT_EQ(0, pipe2(log.data(), O_CLOEXEC));
+    close(log[0]);
+    const int before = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+    const auto handler = signal(SIGPIPE, SIG_IGN);
+    dup2(log[1], STDERR_FILENO);
+    close(log[1]);
+    {
+        CCallQueue queue(WorkerLimits());
+        fs::create_directories(KzmPaths::kHistoryFolder);
+        fs::permissions(KzmPaths::kHistoryFolder, fs::perms(0777));
+        EXPECT_EQ("NotKept", ResultOf(queue.Run(SetCall())));
+        fs::permissions(KzmPaths::kHistoryFolder, fs::perms(0700));
+        ExpectUsable(queue);
+    }
+    dup2(before, STDERR_FILENO);
+    close(before);
+    signal(SIGPIPE, handler);
 }
 
 TEST(Worker, ChangesNothingThatCannotBeRead) {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 using namespace output;
 
@@ -99,14 +99,14 @@ TEST(CTable, ColoursNoEmptyCell) {
 
 TEST(CTable, IsQuickForManyRows) {
     const CLocale utf8(kUtf8Locale);
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock(); // what else the machine does is not counted
     CTable table({{"Disks"}, {"State"}, {"Size", Align::Right}});
     for (int i = 0; i < 10000; ++i) {
         table.AddRow({{"/srv/B\xC3\xBCro/" + std::to_string(i)}, {"on"}, {std::to_string(i)}});
     }
     const std::string text = table.Text(Columns(80));
     EXPECT_EQ(text.substr(text.rfind("  /")), "  /srv/B\xC3\xBCro/9999  on     9999\n");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC);
 }
 
 } // namespace

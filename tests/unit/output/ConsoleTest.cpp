@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 
 using namespace output;
@@ -395,9 +395,9 @@ TEST(ToText, IsQuickForManyRows) {
     for (int i = 0; i < 10000; ++i) {
         document.push_back({{"name", "/srv/B\xC3\xBCro/" + std::to_string(i)}, {"threshold", 90}});
     }
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock(); // what else the machine does is not counted
     EXPECT_GT(output::ToText(document).size(), 500000U);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    EXPECT_LT(std::clock() - begin, 2 * CLOCKS_PER_SEC);
 }
 
 } // namespace

@@ -8,9 +8,9 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <numeric>
 #include <random>
 
@@ -168,11 +168,12 @@ std::string Repeat(const std::string& line, int count) {
     return text;
 }
 
-// Runs the difference and fails when it takes long.
+// Runs the difference and fails when it takes long. What else the machine does is not counted.
 std::string QuickDiff(const std::string& oldText, const std::string& newText) {
-    const auto begin = std::chrono::steady_clock::now();
+    constexpr std::clock_t kSeconds = 5;
+    const std::clock_t begin = std::clock();
     std::string diff = Diff(oldText, newText);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_LT(std::clock() - begin, kSeconds * CLOCKS_PER_SEC);
     return diff;
 }
 

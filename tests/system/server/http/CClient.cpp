@@ -23,6 +23,31 @@ namespace {
 constexpr int kPatience = 10; // seconds
 bool useSmallBuffers = false;
 
+// An address of IPv4 or IPv6, as sockets take it.
+struct CAddress {
+    CAddress(const string& text, int port) {
+        if (text.find(':') == string::npos) {
+            m_four.sin_family = AF_INET;
+            m_four.sin_port = htons(static_cast<std::uint16_t>(port));
+            inet_pton(AF_INET, text.c_str(), &m_four.sin_addr);
+        } else {
+            m_isSix = true;
+            m_six.sin6_family = AF_INET6;
+            m_six.sin6_port = htons(static_cast<std::uint16_t>(port));
+            inet_pton(AF_INET6, text.c_str(), &m_six.sin6_addr);
+        }
+    }
+    [[nodiscard]] const sockaddr* Get() const {
+        return m_isSix ? reinterpret_cast<const sockaddr*>(&m_six)
+                       : reinterpret_cast<const sockaddr*>(&m_four);
+    }
+    [[nodiscard]] socklen_t Size() const { return m_isSix ? sizeof m_six : sizeof m_four; }
+
+    bool m_isSix = false;
+    sockaddr_in m_four{};
+    sockaddr_in6 m_six{};
+};
+
 // Makes a call on a socket with a time limit again where it was interrupted: that happens to a
 // process that was stopped and goes on, also without a handler.
 template <typename Call>
@@ -35,16 +60,10 @@ auto Uninterrupted(const Call& call) {
     return result;
 }
 
-sockaddr_in Loopback(const string& address, int port) {
-    sockaddr_in result{};
-    result.sin_family = AF_INET;
-    result.sin_port = htons(static_cast<std::uint16_t>(port));
-    inet_pton(AF_INET, address.c_str(), &result.sin_addr);
-    return result;
-}
-
 history::CDescriptor Connect(const string& from, int port) {
-    history::CDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const CAddress own(from, 0);
+    const CAddress other(own.m_isSix ? "::1" : "127.0.0.1", port);
+    history::CDescriptor socket(::socket(own.Get()->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const timeval patience{kPatience, 0};
     setsockopt(socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     setsockopt(socket.Get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
@@ -52,14 +71,8 @@ history::CDescriptor Connect(const string& from, int port) {
         const int size = 4096;
         setsockopt(socket.Get(), SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
     }
-    const sockaddr_in own = Loopback(from, 0);
-    EXPECT_EQ(bind(socket.Get(), reinterpret_cast<const sockaddr*>(&own), sizeof own), 0);
-    const sockaddr_in other = Loopback("127.0.0.1", port);
-    EXPECT_EQ(Uninterrupted([&] {
-                  return connect(socket.Get(), reinterpret_cast<const sockaddr*>(&other),
-                                 sizeof other);
-              }),
-              0);
+    EXPECT_EQ(bind(socket.Get(), own.Get(), own.Size()), 0);
+    EXPECT_EQ(Uninterrupted([&] { return connect(socket.Get(), other.Get(), other.Size()); }), 0);
     return socket;
 }
 

@@ -45,6 +45,31 @@ TEST(ServiceTest, TellsThatItIsAlive) {
     }
 }
 
+// Durations are not taken from it: who is idle is cut when his time is over, and nobody before.
+TEST(ServiceTest, GoesOnWhenTheClockIsSetBack) {
+    const CTestRoot root;
+    CFakeProviderd providerd;
+    const string isSetBack = CTestRoot::Path("/set-back");
+    CServerProcess server = CServerProcess::Start(
+        "Listen=\nListenPlain=127.0.0.1:0\nIdleMilliseconds=1000\nCheckMilliseconds=500\n", {},
+        {string("LD_PRELOAD=") + CLOCK_SET_BACK_LIBRARY, "KZM_TEST_CLOCK=" + isSetBack});
+    server.AwaitPort("http");
+    CClient idle(server.HttpPort());
+    CClient client(server.HttpPort());
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    WriteFile(isSetBack, "");
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    EXPECT_TRUE(client.IsEnd()) << "when it has been idle";
+    EXPECT_TRUE(idle.IsEnd());
+    providerd.HoldChecks();
+    CClient waiting(server.HttpPort());
+    waiting.Send(Post("hi"));
+    EXPECT_EQ(waiting.Answer().substr(0, 12), "HTTP/1.1 503") << "what hangs is given up";
+    providerd.Release();
+}
+
 TEST(ServiceTest, ServesTheSocketThatItIsGivenInPlaceOfItsOwn) {
     const CTestRoot root;
     const CFakeProviderd providerd;

@@ -24,6 +24,7 @@ public:
     CDaemonProcess& Providerd() { return m_door.Daemon(); }
     CServerProcess& FrontEnd() { return *m_frontEnd; }
     [[nodiscard]] const CTestRoot& Root() const { return m_door.m_root; }
+    CAccounts& Accounts() { return m_door.m_accounts; }
 
     // A connection to the front end.
     [[nodiscard]] CClient Connect(CClient::Kind kind = CClient::Kind::Https) const;

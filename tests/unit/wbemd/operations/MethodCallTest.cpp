@@ -54,6 +54,30 @@ TEST_P(GoodParameters, BecomeTheObjectOfTheCall) {
 
 const string kText = samples::SettingsText();
 
+TEST(MethodCall, MayHaveTenThousandFileSystems) {
+    constexpr int kMore = 9'998; // than the sample has
+    const string begin = Escape("<VALUE.ARRAY>");
+    const string end = Escape("</VALUE>");
+    const std::size_t first = kText.find(begin) + begin.size();
+    const string entry = kText.substr(first, kText.find(end, first) + end.size() - first);
+    string entries;
+    for (int i = 0; i < kMore; ++i) {
+        entries += entry;
+    }
+    const string text = string(kText).insert(first, entries);
+    const CRequestText request = Method("SetParameter", InParameter(Value(Escape(text))));
+    EXPECT_GT(request.m_body.size(), 5'000'000U);
+    const auto parameters = messages::DecodeObject(AskCall(request).m_inParameters);
+    ASSERT_NE(nullptr, parameters);
+    const string dump = Dump(*parameters);
+    std::size_t count = 0;
+    for (std::size_t at = dump.find("VolumeName"); at != string::npos;
+         at = dump.find("VolumeName", at + 1)) {
+        ++count;
+    }
+    EXPECT_EQ(10'000U, count);
+}
+
 string Renamed(string parameter) {
     return parameter.replace(parameter.find("LoggerConf"), 10, "LOGGERconf");
 }
