@@ -96,7 +96,6 @@ TEST_F(TracedProcess, GoesOnWhenSomebodyElseStopsIt) {
             if (child == 0) {
                 const bool isAsleep = WaitUntil([] { return IsAsleep(getppid()); });
                 kill(getppid(), SIGSTOP);
-                kill(getppid(), SIGCONT);
                 _exit(isAsleep ? 7 : 8);
             }
             int status = 0;
