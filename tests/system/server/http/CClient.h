@@ -13,8 +13,8 @@ class CClient {
 public:
     enum class Kind { Http, Https };
 
-    // Connects to a loopback port, from this address of IPv4 or IPv6. With https the handshake is made, unless
-    // `handshake` says no. The certificate is taken as it is.
+    // Connects to a loopback port, from this address of IPv4 or IPv6. With https the handshake is
+    // made, unless `handshake` says no. The certificate is taken as it is.
     explicit CClient(int port, Kind kind = Kind::Http, bool handshake = true,
                      const std::string& from = "127.0.0.1");
     ~CClient();
