@@ -1,12 +1,16 @@
 """Tests of what decides over changes: python3 -m unittest discover tests/mutation"""
 
+import os
 import pathlib
+import shutil
+import tempfile
 import unittest
 from unittest import mock
 
 import choice
 import mutations
 import run
+import work_tree
 
 TREE = pathlib.Path(__file__).resolve().parents[2]
 LIST = """[host/A.cpp]
@@ -95,6 +99,22 @@ class VerdictTest(unittest.TestCase):
     def test_the_unchanged_tree_is_to_pass(self):
         self.assertTrue(run.verdict(run.Outcome(run.UNCHANGED, "", "", 1.0))[1])
         self.assertFalse(run.verdict(run.Outcome(run.UNCHANGED, "Some.Test", "", 1.0))[1])
+
+
+class MirrorTest(unittest.TestCase):
+    def test_links_stay_what_they_are(self):
+        with tempfile.TemporaryDirectory() as folder:
+            origin, copy = pathlib.Path(folder) / "origin", pathlib.Path(folder) / "copy"
+            origin.mkdir()
+            (origin / "nowhere").symlink_to("/no/such/file")
+            (origin / "here").symlink_to(".")
+            for _ in range(2):
+                work_tree.mirror(origin, copy, work_tree.has_same_time, shutil.copy2)
+                self.assertEqual({path.name: os.readlink(path) for path in copy.iterdir()},
+                                 {"nowhere": "/no/such/file", "here": "."})
+            (origin / "here").unlink()
+            work_tree.mirror(origin, copy, work_tree.has_same_time, shutil.copy2)
+            self.assertEqual([path.name for path in copy.iterdir()], ["nowhere"])
 
 
 if __name__ == "__main__":

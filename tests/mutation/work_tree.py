@@ -13,10 +13,9 @@ LEFT_OUT = {"build", ".git"}
 LONGEST_TEST = 30  # seconds; the longest takes 7 on an idle machine
 MOST_PROCESSES = 3000  # of the whole machine: a change may make a program start ever more
 
-# What only takes time: debugging information, optimisation, the linker that is slow, and linking
-# programs again when a shared library has changed.
+# What only takes time: debugging information, optimisation, and linking programs again when a shared
+# library has changed.
 QUICK_BUILD = ["-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O0 -g0",
-               "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=gold", "-DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=gold",
                "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
 
 NAMESPACE = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
@@ -139,16 +138,24 @@ def has_same_time(left, right):
     return left.st_mtime_ns == right.st_mtime_ns and left.st_size == right.st_size
 
 
+def is_folder(entry):
+    return entry.is_dir() and not entry.is_symlink()
+
+
 def mirror(origin, copy, is_same, copy_file):
-    """Makes a folder hold what the other one holds, and nothing else."""
+    """Makes a folder hold what the other one holds, and nothing else. Links stay links, wherever
+    they lead."""
     copy.mkdir(exist_ok=True)
     wanted = {entry.name: entry for entry in origin.iterdir() if entry.name not in LEFT_OUT}
     for entry in copy.iterdir():
         if entry.name not in wanted:
-            shutil.rmtree(entry) if entry.is_dir() else entry.unlink()
+            shutil.rmtree(entry) if is_folder(entry) else entry.unlink()
     for name, entry in wanted.items():
         twin = copy / name
-        if entry.is_dir():
+        if entry.is_symlink():
+            twin.unlink(missing_ok=True)
+            twin.symlink_to(os.readlink(entry))
+        elif entry.is_dir():
             mirror(entry, twin, is_same, copy_file)
         elif not twin.exists() or not is_same(entry, twin):
             copy_file(entry, twin)
