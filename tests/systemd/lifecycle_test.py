@@ -160,6 +160,7 @@ class Lifecycle(installed_host.InstalledHost):
         script.chmod(0o755)
         self.host.run("sh", "-c", "mkdir /run/slow-stop && mkfifo /run/slow-stop/asked /run/slow-stop/let")
         slow = DESCRIPTION.replace("/bin/systemctl stop agent.service", "/usr/local/bin/slow-stop")
+        slow = slow.replace("TimeoutSeconds=20", "TimeoutSeconds=100")
         (self.host.root / DEVICE).write_text(slow, encoding="ascii")
 
     @staticmethod
