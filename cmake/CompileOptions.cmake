@@ -58,6 +58,10 @@ if(KZM_SANITIZE)
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
   add_compile_options(-fstack-protector-strong)
   add_compile_definitions(_FORTIFY_SOURCE=2)
+  # Functions and lines for the packages' debug symbols, without a folder of the machine that builds:
+  # the same sources give the same bytes anywhere.
+  add_compile_options(-g1 -ffile-prefix-map=${CMAKE_SOURCE_DIR}=/usr/src/kzm-logger
+                      -ffile-prefix-map=${CMAKE_BINARY_DIR}=/usr/src/kzm-logger/build)
 endif()
 
 # Include lines are written from the root or from platform/, so that each shows the layer it

@@ -35,12 +35,19 @@ def make_base(folder: pathlib.Path) -> None:
 
 
 class Container:
-    """A copy of the base that runs until `end`. It shares this process's network."""
+    """The base with changes of its own, in memory, until `end`. It shares this process's network."""
 
     def __init__(self, base: pathlib.Path, root: pathlib.Path) -> None:
         self._root = root
-        shutil.rmtree(root, ignore_errors=True)
-        subprocess.run(["cp", "--archive", "--reflink=auto", base, root], check=True)
+        self._changes = root.with_suffix(".changes")
+        for folder in (self._changes, root):
+            folder.mkdir(exist_ok=True)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=755", "none", self._changes], check=True)
+        for name in ("upper", "work"):
+            (self._changes / name).mkdir()
+        subprocess.run(["mount", "-t", "overlay", "none", root, "-o",
+                        f"lowerdir={base},upperdir={self._changes}/upper,"
+                        f"workdir={self._changes}/work"], check=True)
         self._log = open(root.with_suffix(".log"), "wb")
         self._nspawn = None
         self._init = 0
@@ -67,7 +74,7 @@ class Container:
         done = subprocess.run([*inside, *command], input=text, capture_output=True, text=True,
                               env={"PATH": "/usr/sbin:/usr/bin:/sbin:/bin",
                                    "LC_ALL": "C.UTF-8", "DEBIAN_FRONTEND": "noninteractive"},
-                              check=False)
+                              timeout=300, check=False)
         if check and done.returncode != 0:
             raise AssertionError(f"{command} ended with {done.returncode}\n"
                                  f"{done.stdout}{done.stderr}")
@@ -88,7 +95,9 @@ class Container:
                 self._nspawn.send_signal(signal.SIGKILL)
                 self._nspawn.wait()
         self._log.close()
-        shutil.rmtree(self._root, ignore_errors=True)
+        for folder in (self._root, self._changes):
+            subprocess.run(["umount", "--lazy", folder], check=True)
+            folder.rmdir()
 
     def _find_init(self) -> int:
         children = pathlib.Path(f"/proc/{self._nspawn.pid}/task/{self._nspawn.pid}/children")

@@ -23,6 +23,11 @@ echo asked >/run/slow-stop/asked
 read -r _ </run/slow-stop/let
 exec systemctl stop agent.service
 """
+SLOW_DESCRIPTION = """CheckInstall=/bin/true
+ServiceStop=/usr/local/bin/slow-stop
+ServiceStart=/bin/systemctl start agent.service
+TimeoutSeconds=100
+"""
 STATE = "var/opt/veltaro/kzm"
 LOCK = "opt/veltaro/kzm/provider/tmp/Logger"
 
@@ -104,6 +109,13 @@ class Lifecycle(installed_host.InstalledHost):
             files[line] = (self.host.root / path).read_bytes()
         return files
 
+    def assert_changed(self, before: dict, names: set) -> None:
+        """These files differ, and the history has grown; all else is as it was."""
+        after = self.state()
+        self.assertEqual({line.split("/")[-1] for line in before if after.get(line) != before[line]},
+                         names)
+        self.assertTrue(all("/history/" in line for line in after.keys() - before.keys()))
+
     def assert_serves(self, threshold: int) -> None:
         """A client reads this, the tool shows this, and the agent runs."""
         self.assertIn("VELTARO_LoggerConf", self.read())
@@ -128,39 +140,42 @@ class Lifecycle(installed_host.InstalledHost):
 
     def test_02_upgraded_in_the_middle_of_a_change(self) -> None:
         """The change is finished and answered first; nothing else is different afterwards."""
-        self.make_stop_slow()
         before = self.state()
         process = self.process_of("kzm-providerd.service")
-        answers: list = []
-        client = threading.Thread(target=lambda: answers.append(self.change(72)))
-        client.start()
-        self.host.run("cat", "/run/slow-stop/asked")
         upgrade = threading.Thread(target=self.install, args=("new",))
-        upgrade.start()
-        self.wait_until(lambda: self.state_of("kzm-providerd.service") == "deactivating")
-        self.host.run("sh", "-c", "echo now >/run/slow-stop/let")
-        client.join()
+
+        def begin_upgrade() -> None:
+            upgrade.start()
+            self.wait_until(lambda: self.state_of("kzm-providerd.service") == "deactivating")
+
+        answer = self.in_the_middle(lambda: self.change(72), begin_upgrade)
         upgrade.join()
-        self.assertIn("<VALUE>0</VALUE>", answers[0])
+        self.assertIn("<VALUE>0</VALUE>", answer)
         self.assert_version(self.version)
-        (self.host.root / DEVICE).write_text(DESCRIPTION, encoding="ascii")
         self.assert_serves(72)
         self.assertNotEqual(self.process_of("kzm-providerd.service"), process)
-        after = self.state()
-        changed = {line.split("/")[-1] for line in before if after.get(line) != before[line]}
-        self.assertEqual(changed, {"Logger.conf", "alert.cfg", "wbemd.conf"})
-        self.assertTrue(all("/history/" in line for line in after.keys() - before.keys()))
+        self.assert_changed(before, {"alert.cfg", "wbemd.conf"})
         conf = (self.host.root / CONFIGURATION / "wbemd.conf").read_text(encoding="ascii")
         self.assertNotIn(OLD_LINE, conf)
 
-    def make_stop_slow(self) -> None:
-        """The service is stopped when the test says so."""
+    def in_the_middle(self, change, act):
+        """What a change returns in whose middle, while the service stops, something is done."""
         script = self.host.root / "usr/local/bin/slow-stop"
         script.write_text(SLOW_STOP, encoding="ascii")
         script.chmod(0o755)
-        self.host.run("sh", "-c", "mkdir /run/slow-stop && mkfifo /run/slow-stop/asked /run/slow-stop/let")
-        slow = DESCRIPTION.replace("/bin/systemctl stop agent.service", "/usr/local/bin/slow-stop")
-        (self.host.root / DEVICE).write_text(slow, encoding="ascii")
+        self.host.run("sh", "-c", "mkdir /run/slow-stop && cd /run/slow-stop && mkfifo asked let")
+        description = self.host.root / DEVICE
+        description.write_text(SLOW_DESCRIPTION, encoding="ascii")
+        answers: list = []
+        client = threading.Thread(target=lambda: answers.append(change()))
+        client.start()
+        self.host.run("cat", "/run/slow-stop/asked")
+        act()
+        self.host.run("sh", "-c", "echo now >/run/slow-stop/let")
+        client.join()
+        description.write_text(DESCRIPTION, encoding="ascii")
+        self.host.run("rm", "-r", "/run/slow-stop")
+        return answers[0]
 
     @staticmethod
     def wait_until(condition) -> None:
@@ -186,16 +201,15 @@ class Lifecycle(installed_host.InstalledHost):
         self.assertEqual(self.state(), before)
 
     def test_04_downgraded(self) -> None:
-        """The version before works with what the later one has written."""
+        """A tool at work goes on, and the version before works with what the later one has written."""
         before = self.state()
-        self.install("old", "027")
+        self.assertIn("73", self.in_the_middle(
+            lambda: self.host.output("loggerctl", "set", "cpu.threshold=73"),
+            lambda: self.install("old", "027")))
         self.assert_version(OLD_VERSION)
-        self.assert_serves(72)
-        after = self.state()
-        self.assertEqual([line for line in before if after[line] != before[line]],
-                         [line for line in before if line.endswith("wbemd.conf")])
-        self.assertIn("<VALUE>0</VALUE>", self.change(73))
-        self.assertEqual(self.host.output("loggerctl", "restore").split(" are ")[0], "Both files")
+        self.assert_serves(73)
+        self.assert_changed(before, {"alert.cfg", "wbemd.conf"})
+        self.host.run("loggerctl", "restore")
         self.assert_serves(72)
         self.install("new", "027")
         self.assert_version(self.version)

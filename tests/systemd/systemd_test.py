@@ -4,11 +4,16 @@
 installed_host.py says how this is run.
 """
 
+import os
+import pathlib
 import re
 import subprocess
 
 import installed_host
 from installed_host import CONFIGURATION, SCHEMA, SERVICES, SOCKETS
+
+SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
+PROVIDER = "/opt/veltaro/kzm/provider/lib/libkzmp_VELTARO_ToolServiceLogger.so"
 
 
 class InstalledServer(installed_host.InstalledHost):
@@ -104,7 +109,21 @@ class InstalledServer(installed_host.InstalledHost):
             self.host.run("systemctl", "kill", "--signal=KILL", "--kill-whom=all", unit)
             self.assertIn("VELTARO_LoggerConf", self.read(), unit)
 
-    def test_08_nothing_failed(self) -> None:
+    def test_08_a_host_that_others_write(self) -> None:
+        """The program that the documentation shows is built with what is installed, and runs there."""
+        page = (SOURCE / "docs/hosting.md").read_text(encoding="utf-8")
+        program = re.search(r"^```cpp\n(.*?)^```$", page, re.MULTILINE | re.DOTALL)[1]
+        root = self.host.root
+        flags = subprocess.run(
+            ["pkg-config", "--cflags", "--libs", "kzm-platform"], check=True, capture_output=True,
+            text=True, env={**os.environ, "PKG_CONFIG_SYSROOT_DIR": str(root),
+                            "PKG_CONFIG_LIBDIR": str(root / "usr/share/pkgconfig")}).stdout
+        flags = flags.replace(f"-rpath,{root}", "-rpath,").split() # it runs with another root
+        subprocess.run(["g++", "-std=c++17", "-Wall", "-Wextra", "-Werror", "-x", "c++", "-", "-o",
+                        root / "usr/local/bin/host", *flags], input=program, text=True, check=True)
+        self.assertEqual(self.host.output("/usr/local/bin/host", PROVIDER), "CPU threshold: 90 %")
+
+    def test_09_nothing_failed(self) -> None:
         """No unit of the host is left in failure."""
         self.assertEqual(self.host.output("systemctl", "--failed", "--no-legend", "--plain"), "")
 
