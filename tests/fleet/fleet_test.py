@@ -78,6 +78,7 @@ class Controller:
     def __init__(self, work: pathlib.Path) -> None:
         self._work = work
         self._runs = 0
+        self._connections = 0  # what those that stand now are kept under
         subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", work / "key"],
                        check=True)
         self.key = (work / "key.pub").read_text(encoding="ascii")
@@ -115,6 +116,7 @@ class Controller:
             "ANSIBLE_RETRY_FILES_SAVE_PATH": str(self._work),
             "ANSIBLE_SSH_ARGS": "-o ControlMaster=auto -o ControlPersist=60s "
                                 f"-o UserKnownHostsFile={self._work}/known_hosts",
+            "ANSIBLE_SSH_CONTROL_PATH_DIR": str(self._work / f"connections{self._connections}"),
             "ANSIBLE_TIMEOUT": str(fleet.PATIENCE),
             "FLEET_RESULTS": str(self._work / "results"),
         }
@@ -132,6 +134,11 @@ class Controller:
         log.write_text(f"{program} {' '.join(words)}\n{done.stdout}", encoding="utf-8")
         lines = results.read_text(encoding="ascii").splitlines() if results.exists() else []
         return Run(done.returncode, done.stdout, [json.loads(line) for line in lines])
+
+    def forget_connections(self) -> None:
+        """Makes the next run open connections of its own: one to a host that died is still there for
+        a moment."""
+        self._connections += 1
 
     def change(self, *words: str, **variables: typing.Any) -> Run:
         """A run of the collection's playbook of a change."""
@@ -305,6 +312,7 @@ class Rollout(unittest.TestCase):
         hosts[DYING].path("opt/agent/runs").unlink()  # the agent does not come up with its host
         hosts[DYING].start()
         hosts[DYING].await_port(fleet.SSH)
+        self.fleet.controller.forget_connections()
         run = self.fleet.controller.change("--limit", f"@{self.fleet.controller.retry_path}")
         self.assertEqual(dict.fromkeys(BAD, "changed"), run.outcomes(), run.output)
         self.assertEqual([], run.of(DYING)["changes"])
