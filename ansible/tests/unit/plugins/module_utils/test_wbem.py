@@ -44,7 +44,8 @@ class Text(unittest.TestCase):
     def test_names_are_written_as_the_server_reads_them(self):
         rows = [({"VolumeName": "/home"}, "/home"), ({"VolumeName": "/a\\b"}, "/a\\\\b"),
                 ({"VolumeName": "/\u00e4"}, "/\\xC3\\xA4"), ({"VolumeName": "/\n<&"}, "/\\x0A<&"),
-                ({"VolumeNameBytes": "2fff"}, "/\\xFF")]
+                ({"VolumeNameBytes": "2fff"}, "/\\xFF"),
+                ({"VolumeName": "/ ~\x7f"}, "/ ~\\x7F")]
         for record, text in rows:
             with self.subTest(record):
                 self.assertEqual(text, wbem.volume_name(record))
@@ -67,6 +68,15 @@ class Text(unittest.TestCase):
         self.assertEqual({"NAME": "LoggerConf", "PARAMTYPE": "string", "EmbeddedObject": "instance"},
                          parameter.attrib)
         self.assertEqual(sample(), wbem.record_of(parameter.findtext("VALUE")))
+
+    def test_embedded_instances_say_what_they_are(self):
+        instance = ElementTree.fromstring(wbem.instance(sample(volume("/"))))
+        parts = instance.findall("PROPERTY")
+        self.assertEqual([("string", "instance")] * 4,
+                         [(part.get("TYPE"), part.get("EmbeddedObject")) for part in parts])
+        file_systems = ElementTree.fromstring(parts[-1].findtext("VALUE"))
+        self.assertEqual({"NAME": "FsThresholdConfList", "TYPE": "string",
+                          "EmbeddedObject": "instance"}, file_systems.find("PROPERTY.ARRAY").attrib)
 
     def test_types(self):
         instance = ElementTree.fromstring(wbem.instance(sample()))
