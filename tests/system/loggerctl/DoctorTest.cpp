@@ -644,11 +644,14 @@ TEST(Doctor, IsContent) {
 }
 
 TEST(Doctor, ShowsNothingThatSteersATerminal) {
-    const CPatient patient;
+    CPatient patient;
+    patient.InstallServer();
+    WriteFile(KzmPaths::kProviderdConfig, "ReadingGroups=kzm-\xC2\x9B\n");
     Replace(Device(), "ServiceStop=" + Vendor(), "ServiceStop=/no/\xC2\x9B");
     const CPatient::CAnswer answer = patient.Ask();
     EXPECT_EQ(answer.Finding("ServiceStop").at("looked_at").get<string>().substr(0, 12),
               "/no/\\xC2\\x9B");
+    EXPECT_TRUE(answer.Finding("server-group").at("mend").is_null());
     EXPECT_EQ(patient.Run({"doctor"}).m_sOutput.find('\x9B'), string::npos);
 }
 
