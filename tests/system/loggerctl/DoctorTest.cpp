@@ -256,6 +256,9 @@ const CRow kServerRows[] = {
     {"NoReaders", [](CPatient*) { CPatient::Forget("kzm-readers", "group"); }, "server-group",
      "missing", "the members of the group kzm-readers may read the settings",
      "systemd-sysusers kzm-wbemd.conf", false, true},
+    {"NoChangers", [](CPatient*) { CPatient::Forget("kzm-changers", "group"); }, "server-group",
+     "missing", "the members of the group kzm-changers may read and change the settings",
+     "groupadd --system kzm-changers", false, true},
     {"NoGroup",
      [](CPatient*) {
          WriteFile(KzmPaths::kProviderdConfig, "ReadingGroups=kzm-readers, kzm-nobody\n");
