@@ -2,9 +2,21 @@
 
 #include "loggerctl/output/SafeText.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace doctor {
+
+namespace {
+
+// A command that cannot be printed as it is would not be the one that mends.
+std::string OnlySafe(const std::string& command) {
+    std::string text = command;
+    text.erase(std::remove(text.begin(), text.end(), '\\'), text.end()); // which is safe by itself
+    return output::Escape(text) == text ? command : "";
+}
+
+} // namespace
 
 CSubject::CSubject(std::string name, std::string lookedAt)
     : m_name(std::move(name)),
@@ -15,11 +27,11 @@ CFinding CSubject::Ok(const std::string& text) const {
 }
 
 CFinding CSubject::Missing(const std::string& text, const std::string& mend) const {
-    return {m_name, m_lookedAt, State::Missing, text, mend, false};
+    return {m_name, m_lookedAt, State::Missing, text, OnlySafe(mend), false};
 }
 
 CFinding CSubject::Wrong(const std::string& text, const std::string& mend) const {
-    return {m_name, m_lookedAt, State::Wrong, text, mend, false};
+    return {m_name, m_lookedAt, State::Wrong, text, OnlySafe(mend), false};
 }
 
 CFinding CSubject::NotLookedAt(const std::string& text) const {

@@ -16,7 +16,7 @@ struct CFinding {
     std::string m_lookedAt; // a path, a command line, or a user or group
     State m_state = State::Ok;
     std::string m_text;         // sentences; with path and line where something is wrong
-    std::string m_mend;         // a command for a shell; empty where none can be named
+    std::string m_mend;         // a command for a shell; empty where none can be named or shown
     bool m_lacksRights = false; // why it was not looked at: root could
 
     [[nodiscard]] bool NeedsMending() const {

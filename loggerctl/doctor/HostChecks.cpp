@@ -59,7 +59,7 @@ string FindGoodCopy() {
     for (std::size_t i = 0; entries && i < entries->size(); ++i) {
         const string& id = entries->at(i).m_id;
         const auto copy = history::Load(id);
-        if (copy && copy->MissingNames().empty() && record::FindRefusal(*copy).empty()) {
+        if (copy && record::FindRefusal(*copy).empty()) {
             return id;
         }
     }

@@ -38,8 +38,9 @@ struct CCheck {
 
 CCheck Check(const string& program) {
     CCheck check;
+    const string command = program + " --check 2>&1 < /dev/null";
     // The program's path is a constant of the build.
-    FILE* const pipe = popen((program + " --check 2>&1 < /dev/null").c_str(), "r");
+    FILE* const pipe = popen(command.c_str(), "r"); // NOLINT(cert-env33-c)
     if (pipe == nullptr) {
         return check;
     }

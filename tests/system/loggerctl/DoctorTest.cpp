@@ -256,6 +256,9 @@ const CRow kServerRows[] = {
     {"NoReaders", [](CPatient*) { CPatient::Forget("kzm-readers", "group"); }, "server-group",
      "missing", "the members of the group kzm-readers may read the settings",
      "systemd-sysusers kzm-wbemd.conf", false, true},
+    {"NoChangers", [](CPatient*) { CPatient::Forget("kzm-changers", "group"); }, "server-group",
+     "missing", "the members of the group kzm-changers may read and change the settings",
+     "groupadd --system kzm-changers", false, true},
     {"NoGroup",
      [](CPatient*) {
          WriteFile(KzmPaths::kProviderdConfig, "ReadingGroups=kzm-readers, kzm-nobody\n");
@@ -644,11 +647,14 @@ TEST(Doctor, IsContent) {
 }
 
 TEST(Doctor, ShowsNothingThatSteersATerminal) {
-    const CPatient patient;
+    CPatient patient;
+    patient.InstallServer();
+    WriteFile(KzmPaths::kProviderdConfig, "ReadingGroups=kzm-\xC2\x9B\n");
     Replace(Device(), "ServiceStop=" + Vendor(), "ServiceStop=/no/\xC2\x9B");
     const CPatient::CAnswer answer = patient.Ask();
     EXPECT_EQ(answer.Finding("ServiceStop").at("looked_at").get<string>().substr(0, 12),
               "/no/\\xC2\\x9B");
+    EXPECT_TRUE(answer.Finding("server-group").at("mend").is_null());
     EXPECT_EQ(patient.Run({"doctor"}).m_sOutput.find('\x9B'), string::npos);
 }
 
