@@ -17,12 +17,17 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <net/if.h>
+#include <sched.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -61,6 +66,26 @@ void AddMode(const string& path, fs::perms mode) {
 string FolderOf(const char* path) {
     return fs::path(path).parent_path().string();
 }
+
+// ---- A network of their own ----
+
+// The system lists sockets by their paths alone, and tests beside these listen at the same path,
+// each below a root of its own. Who may not have a network of his own has no such root either.
+class COwnNetwork : public testing::Environment {
+    void SetUp() override {
+        if (unshare(CLONE_NEWNET) != 0) {
+            return;
+        }
+        const int any = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        ifreq loopback{};
+        std::strcpy(loopback.ifr_name, "lo");
+        loopback.ifr_flags = IFF_UP | IFF_RUNNING;
+        EXPECT_EQ(ioctl(any, SIOCSIFFLAGS, &loopback), 0);
+        close(any);
+    }
+};
+
+testing::Environment* const ownNetwork = testing::AddGlobalTestEnvironment(new COwnNetwork);
 
 // ---- One thing is broken ----
 
