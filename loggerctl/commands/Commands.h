@@ -81,8 +81,8 @@ Result Service(output::CConsole* console, const CServiceOptions& options);
 
 // Says what the product needs on this host, how each thing was found, and which command mends what
 // is missing or wrong. It only looks: CheckInstall, the mount command and the daemons' checks of
-// their configuration are all that it runs. The answer has the code Failure when something needs mending; otherwise
-// NoRights when something could not be looked at without root's rights.
+// their configuration are all that it runs. The answer has the code Failure when something needs
+// mending; otherwise NoRights when something could not be looked at without root's rights.
 Result Doctor(const agent::CProviderFiles& files);
 
 } // namespace commands
