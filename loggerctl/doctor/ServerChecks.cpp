@@ -125,7 +125,7 @@ CFinding LookAtGroup(const string& name, const string& may) {
 string MakeCertificate(const wbemd::CSettings& settings, const string& group) {
     const string key = Quoted(settings.m_key);
     return "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 365"
-           " -subj \"/CN=$(hostname -f)\" -addext \"subjectAltName=DNS:$(hostname -f)\""
+           " -subj \"/CN=$(uname -n)\" -addext \"subjectAltName=DNS:$(uname -n)\""
            " -keyout " +
            key + " -out " + Quoted(settings.m_certificate) + " && chown root:" + Quoted(group) +
            " " + key + " && chmod 0640 " + key;
