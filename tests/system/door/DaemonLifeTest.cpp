@@ -220,6 +220,9 @@ private:
 };
 
 TEST(Daemon, GoesOnWhenDescriptorsAreUsedUp) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers look at objects by descriptors of their own";
+#endif
     CDoor door;
     ASSERT_TRUE(door.Start());
     const CDoorClient client;

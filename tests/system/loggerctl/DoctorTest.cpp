@@ -626,8 +626,9 @@ TEST(Doctor, NamesAllThatThePageNames) {
     patient.InstallServer();
     const string page = std::regex_replace(ReadFile(MAN_PAGE), std::regex("\\\\-|\n"), " ");
     const string list = page.substr(page.find("in the order of the findings:"));
+    const CPatient::CAnswer answer = patient.Ask();
     std::size_t at = 0;
-    for (const nlohmann::json& finding : patient.Ask().m_document.at("findings")) {
+    for (const nlohmann::json& finding : answer.m_document.at("findings")) {
         const string name =
             std::regex_replace(finding.at("name").get<string>(), std::regex("-"), " ");
         at = list.find(name, finding.at("name") == "server-group" ? 0 : at);

@@ -109,6 +109,9 @@ TEST_F(LifeTest, RefusesABrokenConfigurationAndGoesOn) {
 }
 
 TEST_F(LifeTest, GoesOnWhenDescriptorsAreUsedUp) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers look at objects by descriptors of their own";
+#endif
     CServerProcess server;
     CClient client(server.HttpPort());
     client.Send(Post("hi"));

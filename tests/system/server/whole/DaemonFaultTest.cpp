@@ -306,6 +306,9 @@ private:
 };
 
 TEST_F(DaemonFault, AFrontEndWithoutDescriptorsGoesOn) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers look at objects by descriptors of their own";
+#endif
     CClient client = m_server.Connect();
     EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
     std::unique_ptr<CClient> waiting;
@@ -325,6 +328,9 @@ TEST_F(DaemonFault, AFrontEndWithoutDescriptorsGoesOn) {
 }
 
 TEST_F(DaemonFault, AProviderdWithoutDescriptorsGoesOn) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers look at objects by descriptors of their own";
+#endif
     CClient client = m_server.Connect();
     EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
     {
