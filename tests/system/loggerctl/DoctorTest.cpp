@@ -30,6 +30,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <regex>
 #include <thread>
 
@@ -71,11 +72,17 @@ string FolderOf(const char* path) {
 
 // The system lists sockets by their paths alone, and tests beside these listen at the same path,
 // each below a root of its own. Who may not have a network of his own has no such root either.
+// Somebody else listens in it, too.
 class COwnNetwork : public testing::Environment {
     void SetUp() override {
-        if (unshare(CLONE_NEWNET) != 0) {
-            return;
+        if (unshare(CLONE_NEWNET) == 0) {
+            BringUpLoopback();
         }
+        m_other = std::make_unique<CListening>(CListening::AtPort(0));
+    }
+    void TearDown() override { m_other.reset(); }
+
+    static void BringUpLoopback() {
         const int any = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
         ifreq loopback{};
         std::strcpy(loopback.ifr_name, "lo");
@@ -83,6 +90,8 @@ class COwnNetwork : public testing::Environment {
         EXPECT_EQ(ioctl(any, SIOCSIFFLAGS, &loopback), 0);
         close(any);
     }
+
+    std::unique_ptr<CListening> m_other;
 };
 
 testing::Environment* const ownNetwork = testing::AddGlobalTestEnvironment(new COwnNetwork);
