@@ -3,9 +3,10 @@
 import { button, element, section } from "../dom.js";
 import { differsOf, timeOf, whoOf } from "../model/history.js";
 import { _, format } from "../text.js";
+import { ofFailure } from "../words.js";
 import { openDialog } from "./dialog.js";
 import { differenceElement } from "./difference.js";
-import { problemElement, problemOf } from "./problems.js";
+import { problemElement } from "./problems.js";
 
 const NOW = "";
 
@@ -49,7 +50,7 @@ export function createHistory({ compare, onRestore }) {
             body.replaceChildren(rights ? element("pre", {}, rights) : "",
                                  difference ? differenceElement(difference) : rights ? "" : _("Both files are the same."));
         } catch (failure) {
-            body.replaceChildren(problemElement(problemOf(failure)));
+            body.replaceChildren(problemElement(ofFailure(failure)));
         }
     }
 
