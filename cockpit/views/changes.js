@@ -7,10 +7,10 @@ export function createChanges({ onReview, onDiscard }) {
     const text = element("span", { role: "status" });
     const problem = element("span", { class: "error" });
     const view = element("section", { id: "changes", "aria-label": _("Changes"), hidden: true },
-                         text, problem,
-                         element("div", { class: "buttons" },
+                         element("div", { class: "buttons" }, // first: they stay where they are, whatever the text
                                  button(_("Review"), onReview, { class: "button primary" }),
-                                 button(_("Discard"), onDiscard)));
+                                 button(_("Discard"), onDiscard)),
+                         text, problem);
 
     // failure: of the last dry run, where it speaks of no single value, or null.
     function show(changes, errors, failure) {

@@ -19,13 +19,22 @@ export function createHistory({ compare, onRestore }) {
     const compareButton = button(_("Compare"), () => showDifference(from.value, to.value));
     const tools = element("div", { class: "toolbar" }, from, element("span", { "aria-hidden": "true" }, "→"), to, compareButton);
     const view = section("history", _("History"), tools, empty, list);
+    let shown = new Map(); // by the entry as text: its element
 
+    // What is shown already stays, so that nobody loses the button that he is at.
     function show(entries) {
+        const made = new Map(entries.map(entry => [JSON.stringify(entry), entry]));
+        const isSame = made.size === shown.size && Array.from(made.keys()).every(text => shown.has(text));
+        if (isSame && shown.size > 0)
+            return;
         empty.hidden = entries.length > 0;
         tools.hidden = entries.length === 0;
         choose(from, entries);
         choose(to, entries, element("option", { value: NOW }, _("the files as they are now")));
-        list.replaceChildren(...entries.map(entryElement));
+        for (const [text, entry] of made)
+            made.set(text, shown.get(text) || entryElement(entry));
+        shown = made;
+        list.replaceChildren(...shown.values());
     }
 
     function entryElement(entry) {
