@@ -20,6 +20,8 @@ import { createMonitors, createSyslog } from "./views/settings.js";
 import { Watch } from "./watch.js";
 import * as words from "./words.js";
 
+const WAIT = ["--wait", "20"]; // seconds for somebody else's change; then it is said who makes it
+
 const host = new Host({ onChange: show, onWait: showWait });
 const edits = new Edits();
 const fields = new Map(); // by key
@@ -131,10 +133,11 @@ async function reviewChanges() {
         labels: host.settings.labels,
         rehearse: () => rehearse(assignments),
         act: async force => {
-            const answer = await changeHost(["set", ...(force ? ["--force"] : []), ...assignments], wanted);
+            const answer = await changeHost(["set", ...WAIT, ...(force ? ["--force"] : []), ...assignments], wanted);
             return words.ofChange(answer);
         },
         onDone: say,
+        onFailed: failure => showFailure("change", failure),
     });
 }
 
@@ -145,11 +148,12 @@ async function reviewRestore(entry) {
         labels: new Map(),
         rehearse: () => run("restore", "--dry-run", entry.Id),
         act: async force => {
-            const answer = await changeHost(["restore", ...(force ? ["--force"] : []), entry.Id], []);
+            const answer = await changeHost(["restore", ...WAIT, ...(force ? ["--force"] : []), entry.Id], []);
             return format(_("Both files are as on $0 again, and the service was restarted. The state before is kept as $1."),
                           timeOf(entry), answer.history_id);
         },
         onDone: say,
+        onFailed: failure => showFailure("change", failure),
     });
 }
 
@@ -157,6 +161,7 @@ async function reviewRestore(entry) {
 async function changeHost(commandLine, wanted) {
     isChanging = true;
     say("");
+    problems.set("change", null);
     try {
         return await change(commandLine, wanted, host.history);
     } finally {
@@ -170,28 +175,35 @@ async function controlService(action) {
     doing = words.doing(action);
     showAgent();
     say("");
+    problems.set("service", null);
     try {
-        await run("service", action);
-        problems.set("service", null);
+        await run("service", ...WAIT, action);
     } catch (failure) {
-        problems.set("service", words.ofFailure(failure));
+        await showFailure("service", failure);
     }
     isChanging = false;
     doing = "";
     await lookAgain();
 }
 
+// A command that a problem's button shows. What it was offered for is looked at anew.
 async function runCommand(commandLine, text) {
     say("");
+    ["change", "command", "service", "unfinished"].forEach(slot => problems.set(slot, null));
     try {
         await runShown(commandLine);
-        problems.set("command", null);
-        problems.set("service", null);
         say(format(_("Done: $0"), text));
     } catch (failure) {
-        problems.set("command", words.ofFailure(failure));
+        await showFailure("command", failure);
     }
     await lookAgain();
+}
+
+// When a lock was held, the doctor knows by whom, and since when.
+async function showFailure(slot, failure) {
+    const holders = failure.kind === "busy" ? await host.findHolders() : [];
+    problems.set(slot, words.ofFailure(failure, holders));
+    problems.focus(slot);
 }
 
 function compare(from, to) {

@@ -14,9 +14,11 @@ function problem(kind, message, more = {}) {
     return { kind, message, details: [], hostState: null, commands: [], actions: [], ...more };
 }
 
-export function ofFailure(failure) {
+// holders: the doctor's findings of locks that are held.
+export function ofFailure(failure, holders = []) {
+    const texts = [...(failure.reasons || []), ...holders.map(finding => finding.text)];
     return problem(failure.kind || "page", failure.message, {
-        details: (failure.reasons || []).map(text => ({ text, command: null })),
+        details: texts.map(text => ({ text, command: null })),
         hostState: failure.hostState || null,
         commands: failure.recoverWith || [],
         actions: actionsFor(failure.kind),
