@@ -132,6 +132,7 @@ async function reviewChanges() {
         actionName: _("Apply"),
         labels: host.settings.labels,
         rehearse: () => rehearse(assignments),
+        findHolders: () => host.findHolders(),
         act: async force => {
             const answer = await changeHost(["set", ...WAIT, ...(force ? ["--force"] : []), ...assignments], wanted);
             return words.ofChange(answer);
@@ -147,6 +148,7 @@ async function reviewRestore(entry) {
         actionName: _("Restore"),
         labels: new Map(),
         rehearse: () => run("restore", "--dry-run", entry.Id),
+        findHolders: () => host.findHolders(),
         act: async force => {
             const answer = await changeHost(["restore", ...WAIT, ...(force ? ["--force"] : []), entry.Id], []);
             return format(_("Both files are as on $0 again, and the service was restarted. The state before is kept as $1."),
@@ -167,6 +169,7 @@ async function changeHost(commandLine, wanted) {
     } finally {
         isChanging = false;
         await lookAgain();
+        settle();
     }
 }
 
@@ -216,7 +219,6 @@ async function lookAgain() {
     if (isChanging)
         return;
     await host.refresh();
-    settle();
     if (watch === null || host.failure || host.faults.length > 0)
         await examine();
 }

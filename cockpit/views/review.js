@@ -9,11 +9,12 @@ import { openDialog } from "./dialog.js";
 import { differenceElement } from "./difference.js";
 import { problemElement } from "./problems.js";
 
-// title, actionName: texts. labels: what keys are called. rehearse() gives the tool's dry run;
+// title, actionName: texts. labels: what keys are called. rehearse() gives the tool's dry run,
+// findHolders() the doctor's findings of locks that are held by others;
 // act(force) does it, and gives the text that says so. Both may throw a Failure: one of rehearse() is
 // shown in the dialog, for nothing was touched; one of act() closes it and is given to onFailed().
 // onDone(text) is called when it is done.
-export async function review({ title, actionName, labels, rehearse, act, onDone, onFailed }) {
+export async function review({ title, actionName, labels, rehearse, findHolders, act, onDone, onFailed }) {
     const body = element("div");
     const confirm = element("input", { type: "checkbox", onChange: allow });
     const actButton = button(actionName, apply, { class: "button primary" });
@@ -42,28 +43,29 @@ export async function review({ title, actionName, labels, rehearse, act, onDone,
     }
 
     // The dry run; null when it failed, and has said so.
-    async function tryOut(text) {
-        setBusy(text);
+    async function tryOut() {
         try {
             return await rehearse();
         } catch (failure) {
             body.prepend(problemElement(ofFailure(failure)));
             return null;
-        } finally {
-            setBusy("");
         }
     }
 
     // What is done is what was shown: when the host has changed meanwhile, it is shown anew.
     async function apply() {
-        const now = await tryOut(_("Looking whether the host is still as shown."));
+        setBusy(_("Looking whether the host is still as shown."));
+        const [now, holders] = await Promise.all([tryOut(), findHolders()]);
+        if (now === null || !isSame(now, verdict))
+            setBusy("");
         if (now === null)
             return;
         if (!isSame(now, verdict)) {
             show(now, _("The host has changed meanwhile. This is what will be done now."));
             return;
         }
-        setBusy(_("The agent is stopped, the files are written and compared, and the agent is started again."));
+        setBusy([...holders.map(finding => finding.text),
+                 _("The agent is stopped, the files are written and compared, and the agent is started again.")].join(" "));
         try {
             onDone(await act(verdict.needs_force));
         } catch (failure) {
@@ -72,7 +74,9 @@ export async function review({ title, actionName, labels, rehearse, act, onDone,
         dialog.close();
     }
 
-    const first = await tryOut(_("Trying the change out. Nothing is touched yet."));
+    setBusy(_("Trying the change out. Nothing is touched yet."));
+    const first = await tryOut();
+    setBusy("");
     if (first !== null)
         show(first);
     (actButton.disabled ? cancelButton : actButton).focus();
