@@ -66,12 +66,9 @@ export async function review({ title, actionName, labels, rehearse, findHolders,
         }
         setBusy([...holders.map(finding => finding.text),
                  _("The agent is stopped, the files are written and compared, and the agent is started again.")].join(" "));
-        try {
-            onDone(await act(verdict.needs_force));
-        } catch (failure) {
-            onFailed(failure);
-        }
-        dialog.close();
+        const tell = await act(verdict.needs_force).then(text => () => onDone(text), failure => () => onFailed(failure));
+        dialog.close(); // first: what is behind it can take the focus then
+        tell();
     }
 
     setBusy(_("Trying the change out. Nothing is touched yet."));
