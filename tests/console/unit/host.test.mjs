@@ -10,7 +10,7 @@ import { faults, holders, watchedPaths } from "../../../cockpit/model/doctor.js"
 import { differsOf, whoOf } from "../../../cockpit/model/history.js";
 import * as service from "../../../cockpit/model/service.js";
 import { count, format } from "../../../cockpit/text.js";
-import { Failure, run } from "../../../cockpit/tool.js";
+import { Failure, run, runFromAfar } from "../../../cockpit/tool.js";
 import * as words from "../../../cockpit/words.js";
 import { entry } from "./samples.mjs";
 
@@ -154,6 +154,20 @@ test("the tool's document is the answer, also where the status is not 0", async 
     assert.deepEqual(await run("service", "status"), { state: "stopped" });
     assert.deepEqual(spawned[0].command, ["loggerctl", "--format=json", "service", "status"]);
     assert.equal(spawned[0].options.superuser, "try");
+});
+
+test("a change tells the tool the address behind the log-in, where the host knows it", async t => {
+    const rows = [
+        [() => Promise.resolve([{ t: "s", v: "192.0.2.7" }]), ["LC_ALL=C.UTF-8", "SSH_CONNECTION=192.0.2.7"]],
+        [() => Promise.resolve([{ t: "s", v: "" }]), ["LC_ALL=C.UTF-8"]],
+        [() => Promise.reject(new Error("no log-in manager")), ["LC_ALL=C.UTF-8"]],
+    ];
+    for (const [call, expected] of rows) {
+        const spawned = answering(t, "{}");
+        globalThis.cockpit.dbus = () => ({ call });
+        await runFromAfar("set", "cpu.threshold=75");
+        assert.deepEqual(spawned[0].options.environ, expected);
+    }
 });
 
 test("every failure has a kind and a message", async t => {
