@@ -1,7 +1,7 @@
 // The history as a timeline, the difference of any two of its copies, and the way back to one.
 
 import { button, element, section, setText } from "../dom.js";
-import { differsOf, timeOf, whoOf } from "../model/history.js";
+import { differsOf, reasonOf, timeOf, whoOf } from "../model/history.js";
 import { _, format } from "../text.js";
 import { ofFailure } from "../words.js";
 import { openDialog } from "./dialog.js";
@@ -44,7 +44,7 @@ export function createHistory({ compare, onRestore }) {
         return element("li", { "data-id": entry.Id },
                        element("div", { class: "when" }, element("time", { datetime: entry.Time }, time), " ",
                                element("span", { class: "muted" }, whoOf(entry))),
-                       element("div", { class: "what" }, element("bdi", {}, entry.Reason)),
+                       element("div", { class: "what" }, element("bdi", {}, reasonOf(entry))),
                        element("div", { class: "muted" }, differsOf(entry)),
                        element("div", { class: "buttons" },
                                button(_("Show difference"), () => showDifference(entry.Id, NOW),

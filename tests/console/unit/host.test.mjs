@@ -7,7 +7,7 @@ import * as begun from "../../../cockpit/model/begun.js";
 import { wordsOf } from "../../../cockpit/model/commands.js";
 import { readDifference } from "../../../cockpit/model/difference.js";
 import { faults, holders, watchedPaths } from "../../../cockpit/model/doctor.js";
-import { differsOf, whoOf } from "../../../cockpit/model/history.js";
+import { differsOf, reasonOf, whoOf } from "../../../cockpit/model/history.js";
 import * as service from "../../../cockpit/model/service.js";
 import { count, format } from "../../../cockpit/text.js";
 import { Failure, run, runFromAfar } from "../../../cockpit/tool.js";
@@ -118,6 +118,10 @@ test("who made a change, and from where", () => {
     ];
     for (const [more, expected] of rows)
         assert.equal(whoOf(entry("1", "x", [], more)), expected);
+    assert.equal(whoOf(entry("1", "x", [], { User: "r\u202Et" })), "r\\xE2\\x80\\xAEt");
+    assert.equal(reasonOf(entry("1", "set a=1\nb")), "set a=1\\x0Ab");
+    assert.equal(reasonOf(entry("1", "x".repeat(401))), `${"x".repeat(400)} ... (1 characters more)`);
+    assert.equal(reasonOf(entry("1", "x".repeat(400))), "x".repeat(400));
     assert.equal(differsOf(entry("1", "x", [])), "as now");
     assert.equal(differsOf(entry("1", "x", ["a", "b"])), "differs now: a, b");
 });
