@@ -63,6 +63,8 @@ function show() {
     const isShown = host.settings !== null && (host.failure === null || host.failure.kind === BUSY);
     settings.hidden = changes.element.inert = !isShown;
     if (isShown) {
+        if (edits.size > 0)
+            checker.check(edits); // what is typed may be right or wrong now for another reason
         const gone = edits.rebase(host.settings);
         fileSystems.show(host.settings);
         fields.forEach((field, key) => showKey(key));
