@@ -94,6 +94,19 @@ class Browser:
         self.driver.switch_to.frame(self.wait_for(FRAME))
         self.wait_for(READY)
 
+    def reload_page(self) -> None:
+        """Opens the page anew, without Cockpit around it."""
+        self.driver.execute_script("window.isOld = true; location.reload()")
+        wait_until(self._has_reloaded, "the page opened anew")
+        self.wait_for(READY)
+
+    def _has_reloaded(self) -> bool:
+        with contextlib.suppress(WebDriverException):
+            self.leave_page()
+            self.driver.switch_to.frame(self.driver.find_element(By.CSS_SELECTOR, FRAME))
+            return not self.driver.execute_script("return window.isOld === true")
+        return False
+
     def leave_page(self) -> None:
         """From here on all is looked for around the page."""
         self.driver.switch_to.default_content()
@@ -125,6 +138,14 @@ class Browser:
             return [element for element in self.driver.find_elements(By.CSS_SELECTOR, selector)
                     if element.is_displayed()]
         return []
+
+    @staticmethod
+    def is_seen(element: WebElement) -> bool:
+        """Whether an element is still on the page, and seen."""
+        try:
+            return element.is_displayed()
+        except WebDriverException:
+            return False
 
     def find(self, role: str, name: str, within: WebElement = None) -> WebElement:
         """What has the role and the name, as soon as it is there."""
