@@ -46,7 +46,7 @@ class Console(ConsoleCase):
         self.page.wait_for_agent("Running")
 
         [entry] = wait_until(self.page.entries, "the change in the history")
-        self.browser.click("button", "Restore", self.page.entry(entry))
+        self.page.click_in_entry(entry, "Restore")
         review = self.page.wait_for_review("Review restore")
         self.assertIn(f"-{AFTER}\n+{BEFORE}\n", self.page.difference())
         self.browser.click("button", "Restore", review)
@@ -157,7 +157,9 @@ class Console(ConsoleCase):
                 complaint = wait_until(lambda: self.page.complaint(key), f"what is wrong with {key}={value}")
                 said = self.host.run("loggerctl", "set", "--dry-run", f"{key}={value}", check=False)
                 self.assertIn(complaint, said.stdout + said.stderr)
-                self.assertFalse(self.browser.find("button", "Review").is_enabled())
+                self.browser.click("button", "Review")
+                wait_until(lambda: self.page.focused_key() == key, "the way to the wrong value")
+                self.assertEqual(self.browser.seen("[role=dialog]"), [])
                 self.page.enter(key, self.get(key))
                 wait_until(lambda: not self.page.complaint(key), f"nothing wrong with {key}")
 
@@ -172,18 +174,20 @@ class Console(ConsoleCase):
         newest, oldest = known[0], known[2]
         for words in ("root", "set --force cpu.count=8"):
             self.assertIn(words, self.page.entry(newest).text)
-        self.browser.click("button", "Show difference", self.page.entry(newest))
+        self.page.click_in_entry(newest, "Show difference")
         wait_until(lambda: "-CPU=(True, 60, 7, 90)\n+CPU=(True, 60, 8, 90)" in self.page.difference(),
                    "the difference to the newest copy")
+        self.page.close("Difference")
         self.page.compare(oldest, newest)
         wait_until(lambda: "-CPU=(True, 60, 5, 90)\n+CPU=(True, 60, 7, 90)" in self.page.difference(),
                    "the difference of two copies")
-        self.browser.click("button", "Restore", self.page.entry(oldest))
+        self.page.close("Difference")
+        self.page.click_in_entry(oldest, "Restore")
         review = self.page.wait_for_review("Review restore")
         self.browser.click("button", "Cancel", review)
         self.page.wait_for_end(review)
         self.assertEqual(self.get("cpu.count"), "8")
-        self.browser.click("button", "Restore", self.page.entry(oldest))
+        self.page.click_in_entry(oldest, "Restore")
         review = self.page.wait_for_review("Review restore")
         self.browser.click("button", "Restore", review)
         self.page.wait_for_end(review)

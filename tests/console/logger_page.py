@@ -7,7 +7,8 @@ from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.remote.webelement import WebElement
 from selenium.webdriver.support.select import Select
 
-NO_CHANGES = "0 changes"
+# Chooses all that stands in a field, so that typing takes its place.
+ALL = Keys.CONTROL + "a" + Keys.NULL
 
 
 class LoggerPage:
@@ -43,11 +44,15 @@ class LoggerPage:
 
     def enter(self, key: str, value: str) -> None:
         """Types another value in the place of the one that is there."""
-        self._browser.do(lambda: self.input(key).send_keys(Keys.CONTROL + "a", value), f"typing {key}")
+        self._browser.do(lambda: self.input(key).send_keys(ALL, value), f"typing {key}")
 
     def switch(self, key: str) -> None:
         """Turns a switch over."""
         self._browser.do(self.input(key).click, f"a click on {key}")
+
+    def focused_key(self) -> str:
+        """The key of the setting whose input has the focus."""
+        return self._browser.driver.execute_script("return document.activeElement.dataset.key")
 
     def complaint(self, key: str) -> str:
         """What the page says is wrong with the value that was typed; nothing when it is right."""
@@ -76,7 +81,8 @@ class LoggerPage:
 
     def difference(self) -> str:
         """The difference of the files that a dialog or the history shows."""
-        return self.text_of("pre.difference")
+        return self._browser.driver.execute_script(
+            "return [...document.querySelectorAll('pre.difference')].map(element => element.textContent).join('')")
 
     def changes_in(self, dialog: WebElement) -> list:
         """The changes that a review lists."""
@@ -126,8 +132,7 @@ class LoggerPage:
     def filter(self, text: str) -> None:
         """Types into the filter, in the place of what is there."""
         field = self._browser.wait_for("input[type=search]")
-        field.send_keys(Keys.CONTROL + "a", Keys.BACKSPACE)
-        field.send_keys(text)
+        field.send_keys(ALL, Keys.BACKSPACE, text)
 
     # History
 
@@ -139,6 +144,21 @@ class LoggerPage:
     def entry(self, identifier: str) -> WebElement:
         """One entry of the history."""
         return self._browser.wait_for(f'li[data-id="{identifier}"]')
+
+    def click_in_entry(self, identifier: str, action: str) -> None:
+        """Clicks on the button of an entry; each one's name goes on with the time of its entry."""
+        def click() -> None:
+            [button] = [button for button in self.entry(identifier).find_elements(By.CSS_SELECTOR, "button")
+                        if button.text == action and button.accessible_name.startswith(action + " ")]
+            button.click()
+
+        self._browser.do(click, f'a click on "{action}" of {identifier}')
+
+    def close(self, title: str) -> None:
+        """Closes a dialog that only tells something."""
+        dialog = self._browser.find("dialog", title)
+        self._browser.click("button", "Close", dialog)
+        self.wait_for_end(dialog)
 
     def compare(self, older: str, newer: str) -> None:
         """Asks for the difference of two copies."""
