@@ -17,9 +17,10 @@ export class Checker {
         this.round = 0;
     }
 
-    // The value was typed anew: what was said of the old one goes.
+    // The value was typed anew: what was said of the old one goes, also what is still to be said.
     forget(key) {
         this.errors.delete(key);
+        this.round += 1;
     }
 
     check(edits) {

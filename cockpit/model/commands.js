@@ -10,13 +10,19 @@ export function wordsOf(command) {
     return words !== null && words.length > 1 && PROGRAMS.has(words[0]) ? words : null;
 }
 
-// Plain characters and 'quoted' ones, with \' between two quotes; nothing else.
+// Words are parted by a blank and made of plain characters, of 'quoted' ones, and of \' between two
+// quotes; nothing else.
 function split(command) {
-    const words = [];
-    for (const text of command.split(/ +(?=(?:[^']*'[^']*')*[^']*$)/)) {
-        if (!/^(?:[A-Za-z0-9._+\/:=@%,-]|'[^']*'|\\')+$/.test(text))
-            return null;
-        words.push(text.replace(/'([^']*)'|\\'/g, (whole, quoted) => quoted === undefined ? "'" : quoted));
+    const part = /[A-Za-z0-9._+\/:=@%,-]+|'[^']*'|\\'| /y;
+    const words = [""];
+    for (let match = part.exec(command); match !== null; match = part.exec(command)) {
+        const [text] = match;
+        if (text === " ")
+            words.push("");
+        else
+            words[words.length - 1] += text.startsWith("'") ? text.slice(1, -1) : text.replace("\\'", "'");
+        if (part.lastIndex === command.length)
+            return words;
     }
-    return words;
+    return null;
 }

@@ -22,10 +22,21 @@ function speaksOf(sentence, key) {
     return sentence.startsWith(`${key} `) ? sentence : null;
 }
 
-// A warning or note of the tool: its headline, and a sentence for each detail.
-export function readWarning(warning) {
+// What a dry run says besides: a headline, and a sentence for each detail. What would be lost comes
+// first, without a headline: the tool's speaks of its command line.
+export function readNotes(verdict) {
+    const losses = verdict.losses || [];
+    const others = verdict.warnings.map(readWarning).filter(({ details }) => losses.length === 0 || !isSameList(details, losses));
+    return losses.length === 0 ? others : [{ headline: "", details: losses }, ...others];
+}
+
+function readWarning(warning) {
     const [headline, ...details] = warning.split("\n");
     return { headline, details: details.map(line => line.trim()) };
+}
+
+function isSameList(one, other) {
+    return JSON.stringify(one) === JSON.stringify(other);
 }
 
 // Whether two dry runs would do the same to the host.

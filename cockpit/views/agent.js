@@ -18,11 +18,11 @@ export function createAgent({ onAction }) {
                          detail,
                          element("div", { class: "buttons" }, buttons.start, buttons.stop, buttons.restart));
 
-    function show({ service, busy }) {
+    function show({ service, doing }) {
         setText(state, nameOf(service.state));
         light.dataset.state = service.state;
-        setText(detail, busy || service.text);
-        const isUsable = !busy && service.state !== NOT_INSTALLED;
+        setText(detail, doing || service.text);
+        const isUsable = !doing && service.state !== NOT_INSTALLED;
         buttons.start.disabled = !isUsable || service.state === RUNNING;
         buttons.stop.disabled = !isUsable || service.state === STOPPED;
         buttons.restart.disabled = !isUsable || service.state === STOPPED;

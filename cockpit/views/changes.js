@@ -7,16 +7,23 @@ export function createChanges({ onReview, onDiscard }) {
     const text = element("span", { role: "status" });
     const problem = element("span", { class: "error" });
     const view = element("section", { id: "changes", "aria-label": _("Changes"), hidden: true },
-                         text, problem,
-                         element("div", { class: "buttons" },
+                         element("div", { class: "buttons" }, // first: they stay where they are, whatever the text
                                  button(_("Review"), onReview, { class: "button primary" }),
-                                 button(_("Discard"), onDiscard)));
+                                 button(_("Discard"), onDiscard)),
+                         text, problem);
 
-    function show(changes, errors) {
+    // failure: of the last dry run, where it speaks of no single value, or null.
+    function show(changes, errors, failure) {
         view.hidden = changes === 0;
         setText(text, count("$0 change", "$0 changes", changes));
-        setText(problem, errors === 0 ? "" : count("$0 value is not valid", "$0 values are not valid", errors));
+        setText(problem, problemText(errors, failure));
     }
 
     return { element: view, show };
+}
+
+function problemText(errors, failure) {
+    if (errors > 0)
+        return count("$0 value is not valid", "$0 values are not valid", errors);
+    return failure === null ? "" : [failure.message, ...failure.reasons].join(" ");
 }

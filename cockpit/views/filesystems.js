@@ -1,13 +1,13 @@
 // Every mounted file system: how full it is, its threshold as a mark on the bar, and both its settings.
 
-import { element, section, setText } from "../dom.js";
+import { button, element, section, setText } from "../dom.js";
 import { ABOVE, BELOW, NEAR, NOT_MONITORED, enableLabel, matches, thresholdLabel } from "../model/settings.js";
 import { _, count, format } from "../text.js";
 import { createField } from "./field.js";
 
 const ROWS_AT_ONCE = 60; // more would hold up the first picture
 
-export function createFileSystems({ addField, dropField, onEdit }) {
+export function createFileSystems({ addField, dropField, onEdit, onMeasure }) {
     const filter = element("input", { type: "search", id: "filter", class: "text", autocomplete: "off",
                                       "aria-label": _("Filter file systems"), placeholder: _("Filter") });
     const summary = element("p", { class: "summary", role: "status" });
@@ -17,7 +17,7 @@ export function createFileSystems({ addField, dropField, onEdit }) {
                           element("thead", {}, element("tr", {}, heads.map(text => element("th", { scope: "col" }, text)))),
                           body);
     const view = section("volumes", _("File systems"),
-                         element("div", { class: "toolbar" }, filter, summary),
+                         element("div", { class: "toolbar" }, filter, summary, button(_("Measure again"), onMeasure)),
                          table);
     const shown = new Map(); // by name: what createRow gave
     let rows = [];
@@ -81,7 +81,16 @@ export function createFileSystems({ addField, dropField, onEdit }) {
         return shown.get(row.name);
     }
 
-    return { element: view, show };
+    // Puts the focus there, also where the filter has hidden it.
+    function reveal(input) {
+        if (input.closest("[hidden]")) {
+            filter.value = "";
+            applyFilter();
+        }
+        input.focus();
+    }
+
+    return { element: view, show, reveal };
 }
 
 function summaryOf(all, left) {

@@ -3,9 +3,10 @@
 import { button, element, section } from "../dom.js";
 import { differsOf, timeOf, whoOf } from "../model/history.js";
 import { _, format } from "../text.js";
+import { ofFailure } from "../words.js";
 import { openDialog } from "./dialog.js";
 import { differenceElement } from "./difference.js";
-import { problemElement, problemOf } from "./problems.js";
+import { problemElement } from "./problems.js";
 
 const NOW = "";
 
@@ -18,13 +19,22 @@ export function createHistory({ compare, onRestore }) {
     const compareButton = button(_("Compare"), () => showDifference(from.value, to.value));
     const tools = element("div", { class: "toolbar" }, from, element("span", { "aria-hidden": "true" }, "→"), to, compareButton);
     const view = section("history", _("History"), tools, empty, list);
+    let shown = new Map(); // by the entry as text: its element
 
+    // What is shown already stays, so that nobody loses the button that he is at.
     function show(entries) {
+        const made = new Map(entries.map(entry => [JSON.stringify(entry), entry]));
+        const isSame = made.size === shown.size && Array.from(made.keys()).every(text => shown.has(text));
+        if (isSame && shown.size > 0)
+            return;
         empty.hidden = entries.length > 0;
         tools.hidden = entries.length === 0;
         choose(from, entries);
         choose(to, entries, element("option", { value: NOW }, _("the files as they are now")));
-        list.replaceChildren(...entries.map(entryElement));
+        for (const [text, entry] of made)
+            made.set(text, shown.get(text) || entryElement(entry));
+        shown = made;
+        list.replaceChildren(...shown.values());
     }
 
     function entryElement(entry) {
@@ -49,7 +59,7 @@ export function createHistory({ compare, onRestore }) {
             body.replaceChildren(rights ? element("pre", {}, rights) : "",
                                  difference ? differenceElement(difference) : rights ? "" : _("Both files are the same."));
         } catch (failure) {
-            body.replaceChildren(problemElement(problemOf(failure)));
+            body.replaceChildren(problemElement(ofFailure(failure)));
         }
     }
 

@@ -1,38 +1,30 @@
-// What went wrong: what, where, in what state the host is, and the commands that mend it as buttons.
+// What went wrong: what, where, in what state the host is, and what mends it as buttons.
 
 import { button, element } from "../dom.js";
 import { wordsOf } from "../model/commands.js";
 import { _, format } from "../text.js";
+import { ACCESS, LOOK_AGAIN } from "../words.js";
 import { differenceElement } from "./difference.js";
 
-// A failure of the tool as a problem to show.
-export function problemOf(failure, more = {}) {
-    return {
-        kind: failure.kind || "page",
-        message: failure.message,
-        details: failure.reasons || [],
-        hostState: failure.hostState || null,
-        commands: failure.recoverWith || [],
-        buttons: [],
-        ...more,
-    };
-}
-
-// onCommand(words) runs what a button shows; without it the commands stand as text alone.
-export function problemElement(problem, onCommand = null) {
+// A problem as words.js makes them. on: onCommand(words, text) runs what a button shows, onLookAgain and
+// onAccess do what the page offers; without them there are no buttons.
+export function problemElement(problem, on = null) {
     return element("div", { class: "problem", role: "alert", "data-problem": problem.kind },
                    element("p", { class: "message" }, problem.message),
-                   listOf(problem.details),
-                   stateOf(problem.hostState),
-                   problem.commands.map(command => commandElement(command, onCommand)),
-                   problem.buttons.length > 0 ? element("div", { class: "buttons" }, problem.buttons) : null);
+                   detailList(problem.details, on),
+                   stateElement(problem.hostState),
+                   problem.commands.map(command => commandElement(command, on)),
+                   actionElement(problem.actions, on));
 }
 
-function listOf(texts) {
-    return texts.length === 0 ? null : element("ul", {}, texts.map(text => element("li", {}, text)));
+function detailList(details, on) {
+    if (details.length === 0)
+        return null;
+    return element("ul", {}, details.map(({ text, command }) =>
+        element("li", {}, text, command === null ? null : commandElement(command, on))));
 }
 
-function stateOf(state) {
+function stateElement(state) {
     if (state === null)
         return null;
     const service = { running: _("The agent's service is running."), stopped: _("The agent's service is stopped.") };
@@ -44,33 +36,43 @@ function stateOf(state) {
 }
 
 // A button where the page may run the command, and otherwise the command to be copied.
-function commandElement(command, onCommand) {
-    const words = onCommand ? wordsOf(command) : null;
+function commandElement(command, on) {
+    const words = on ? wordsOf(command) : null;
     return words === null
         ? element("p", { class: "command" }, _("On the host, as root:"), " ", element("code", {}, command))
-        : element("div", { class: "buttons" }, button(format(_("Run: $0"), command), () => onCommand(words, command)));
+        : element("p", { class: "command" }, button(format(_("Run: $0"), command), () => on.onCommand(words, command)));
+}
+
+function actionElement(actions, on) {
+    if (actions.length === 0 || on === null)
+        return null;
+    const makers = {
+        [LOOK_AGAIN]: () => button(_("Look again"), () => on.onLookAgain()),
+        [ACCESS]: () => button(_("Turn on administrative access"), () => on.onAccess(), { class: "button primary" }),
+    };
+    return element("div", { class: "buttons" }, actions.map(action => makers[action]()));
 }
 
 // The place on the page where problems stand, each in a slot of its own.
-export function createProblems({ onCommand }) {
+export function createProblems(on) {
     const view = element("div", { id: "problems" });
-    const slots = new Map();
+    const slots = new Map(); // by name: the problem as text, and its element
 
+    // Shows it in place of the slot's last one, or nothing. One that is there already is not announced again.
     function set(slot, problem) {
-        const text = JSON.stringify(problem, (key, value) => value instanceof Node ? value.textContent : value);
         const before = slots.get(slot);
+        const text = JSON.stringify(problem);
         if (before && before.text === text)
             return;
-        if (before) {
+        if (before)
             before.element.remove();
-            slots.delete(slot);
-        }
-        if (problem) {
-            const made = problemElement(problem, onCommand);
-            slots.set(slot, { text, element: made });
-            view.append(made);
-        }
+        slots.delete(slot);
+        if (problem === null)
+            return;
+        const made = problemElement(problem, on);
+        slots.set(slot, { text, element: made });
+        view.append(made);
     }
 
-    return { element: view, set, has: slot => slots.has(slot) };
+    return { element: view, set };
 }

@@ -2,11 +2,12 @@
 // what is lost besides, and the button that does it.
 
 import { button, element } from "../dom.js";
-import { isSame, readWarning } from "../model/verdict.js";
+import { isSame, readNotes } from "../model/verdict.js";
 import { _ } from "../text.js";
+import { ofFailure } from "../words.js";
 import { openDialog } from "./dialog.js";
 import { differenceElement } from "./difference.js";
-import { problemElement, problemOf } from "./problems.js";
+import { problemElement } from "./problems.js";
 
 // title, actionName: texts. labels: what keys are called. rehearse() gives the tool's dry run;
 // act(force) does it, and gives the text that says so. Both may throw a Failure. onDone(text) is
@@ -40,7 +41,7 @@ export async function review({ title, actionName, labels, rehearse, act, onDone 
     }
 
     function fail(failure) {
-        body.prepend(problemElement(problemOf(failure)));
+        body.prepend(problemElement(ofFailure(failure)));
     }
 
     async function rehearseNow() {
@@ -108,9 +109,9 @@ function valueText(value) {
 
 // With losses comes a box to be ticked first.
 function notes(verdict, confirm) {
-    const lists = verdict.warnings.map(readWarning).map(({ headline, details }) =>
+    const lists = readNotes(verdict).map(({ headline, details }) =>
         element("div", { class: "warning" },
-                element("p", {}, headline),
+                element("p", {}, headline || _("This would be lost besides what you asked for:")),
                 element("ul", {}, details.map(text => element("li", {}, text)))));
     if (verdict.needs_force)
         lists.push(element("label", { class: "confirm" }, confirm, " ", _("Apply anyway: this is lost")));
