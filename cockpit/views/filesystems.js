@@ -1,4 +1,5 @@
 // Every mounted file system: how full it is, its threshold as a mark on the bar, and both its settings.
+// The rows are no table to the style sheet, which lays out each by itself; so they name their roles.
 
 import { button, element, section, setText } from "../dom.js";
 import { ABOVE, BELOW, NEAR, NOT_MONITORED, enableLabel, matches, thresholdLabel } from "../model/settings.js";
@@ -11,10 +12,12 @@ export function createFileSystems({ addField, dropField, onEdit, onMeasure }) {
     const filter = element("input", { type: "search", id: "filter", class: "text", autocomplete: "off",
                                       "aria-label": _("Filter file systems"), placeholder: _("Filter") });
     const summary = element("p", { class: "summary", role: "status" });
-    const body = element("tbody");
+    const body = element("tbody", { role: "rowgroup" });
     const heads = [_("File system"), _("In use"), _("Threshold in percent"), _("Monitored")];
-    const table = element("table", { class: "volumes", "aria-labelledby": "volumes-title" },
-                          element("thead", {}, element("tr", {}, heads.map(text => element("th", { scope: "col" }, text)))),
+    const table = element("table", { class: "volumes", role: "table", "aria-labelledby": "volumes-title" },
+                          element("thead", { role: "rowgroup" },
+                                  element("tr", { role: "row" },
+                                          heads.map(text => element("th", { scope: "col", role: "columnheader" }, text)))),
                           body);
     const view = section("volumes", _("File systems"),
                          element("div", { class: "toolbar" }, filter, summary, button(_("Measure again"), onMeasure)),
@@ -103,11 +106,11 @@ function createRow(row, heads, addField, onEdit) {
     const threshold = addField(createField({ key: row.thresholdKey, label: thresholdLabel(row), onEdit }));
     const enable = addField(createField({ key: row.enableKey, label: enableLabel(row), isSwitch: true, onEdit }));
     const usage = createUsage(row);
-    const made = element("tr", {},
-                         element("th", { scope: "row" }, element("bdi", { class: "name" }, row.shown)),
-                         element("td", { "data-label": heads[1] }, usage.elements),
-                         element("td", { "data-label": heads[2] }, threshold.element),
-                         element("td", { "data-label": heads[3] }, enable.element));
+    const made = element("tr", { role: "row" },
+                         element("th", { scope: "row", role: "rowheader" }, element("bdi", { class: "name" }, row.shown)),
+                         element("td", { role: "cell", "data-label": heads[1] }, usage.elements),
+                         element("td", { role: "cell", "data-label": heads[2] }, threshold.element),
+                         element("td", { role: "cell", "data-label": heads[3] }, enable.element));
     made.dataset.name = row.name;
 
     function update(now) {
