@@ -161,7 +161,13 @@ class Browser:
 
     def click(self, role: str, name: str, within: WebElement = None) -> None:
         """Clicks on what has the role and the name, as soon as it can be clicked on."""
-        self.do(lambda: self.find(role, name, within).click(), f'a click on {role} "{name}"')
+        self.do(lambda: self._click_enabled(self.find(role, name, within)), f'a click on {role} "{name}"')
+
+    @staticmethod
+    def _click_enabled(element: WebElement) -> None:
+        if not element.is_enabled():
+            raise WebDriverException("it is disabled")
+        element.click()
 
     def do(self, action, what: str) -> None:
         """Does what may have to be tried again while the page draws itself anew."""
