@@ -59,7 +59,7 @@ function show() {
     problems.set("history", host.failure || !host.historyFailure ? null : words.ofFailure(host.historyFailure));
     settings.hidden = host.settings === null;
     if (host.settings) {
-        const gone = edits.rebase(host.settings.values);
+        const gone = edits.rebase(host.settings);
         fileSystems.show(host.settings);
         fields.forEach((field, key) => showKey(key));
         showChanges();
