@@ -129,6 +129,22 @@ class LoggerPage:
         return self._browser.driver.execute_script(
             "return document.querySelector(`tr[data-name=\"${CSS.escape(arguments[0])}\"]`)", name)
 
+    def keys_of(self, name: str) -> dict:
+        """The keys of a file system's settings, by their last words."""
+        keys = self._browser.driver.execute_script(
+            "return [...arguments[0].querySelectorAll('[data-key]')].map(input => input.dataset.key)",
+            self._row(name))
+        return {key.rsplit(".", 1)[1]: key for key in keys}
+
+    def enter_in_row(self, name: str, setting: str, value: str) -> None:
+        """Types a file system's setting."""
+        def type_it() -> None:
+            [field] = [field for field in self._row(name).find_elements(By.CSS_SELECTOR, "[data-key]")
+                       if field.get_attribute("data-key").endswith(f".{setting}")]
+            field.send_keys(ALL, value)
+
+        self._browser.do(type_it, f"typing the {setting} of {name}")
+
     def filter(self, text: str) -> None:
         """Types into the filter, in the place of what is there."""
         field = self._browser.wait_for("input[type=search]")
@@ -154,6 +170,12 @@ class LoggerPage:
 
         self._browser.do(click, f'a click on "{action}" of {identifier}')
 
+    def dismiss_dialogs(self) -> None:
+        """Leaves whatever dialog is open."""
+        for dialog in self._browser.seen("dialog"):
+            dialog.send_keys(Keys.ESCAPE)
+            self.wait_for_end(dialog)
+
     def close(self, title: str) -> None:
         """Closes a dialog that only tells something."""
         dialog = self._browser.find("dialog", title)
@@ -171,6 +193,15 @@ class LoggerPage:
     def problem(self, kind: str) -> WebElement:
         """What the page says of a problem of this kind, as soon as it says it."""
         return self._browser.wait_for(f'[role=alert][data-problem="{kind}"]')
+
+    def run_command(self, beginning: str) -> None:
+        """Clicks on the button that names a command with this beginning."""
+        def click() -> None:
+            [button] = [button for button in self._browser.seen("[data-problem] button")
+                        if button.text.startswith(f"Run: {beginning}")]
+            button.click()
+
+        self._browser.do(click, f"a click on the button that runs {beginning}")
 
     def problems(self) -> list:
         """The kinds of problems that the page tells now."""
