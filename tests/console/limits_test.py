@@ -171,6 +171,7 @@ class Limits(ConsoleCase):
         """They are text wherever they are shown, and each one's settings are changed as any other's."""
         self.start_afresh()
         names = [f"/mnt/{name}" for name in HOSTILE]
+        self.addCleanup(self.host.run, "sh", "-c", "umount --lazy /mnt/*")
         for name in names:
             self.mount(name)
         self.mount_bytes(NOT_UTF8)
@@ -199,7 +200,6 @@ class Limits(ConsoleCase):
         self.assertIsNone(self.browser.driver.execute_script("return window.wasHostile"))
         self.assertEqual(self.browser.driver.execute_script(
             "return document.querySelectorAll('img, script:not([src]), [onerror], [onclick]').length"), 0)
-        self.host.run("sh", "-c", "umount --lazy /mnt/*")
 
     def mount_bytes(self, name: bytes) -> None:
         """Mounts an empty file system whose name is no text."""
@@ -211,6 +211,7 @@ class Limits(ConsoleCase):
         """The first picture, the filter and the typing stay quick."""
         self.start_afresh()
         self.host.run("sh", "-c", "mkdir -p /srv/many && mount -t tmpfs none /srv/many")
+        self.addCleanup(self.host.run, "umount", "--lazy", "/srv/many", check=False)
         subprocess.run([sys.executable, FOLDER / "mount_many.py", self.host.process, "/srv/many", str(MANY)],
                        check=True)
         wait_until(lambda: len(self.page.rows()) > MANY, "all rows")

@@ -2,6 +2,7 @@
 
 from browser import Browser
 from console_host import wait_until
+from selenium.common.exceptions import NoSuchElementException
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.remote.webelement import WebElement
@@ -9,6 +10,13 @@ from selenium.webdriver.support.select import Select
 
 # Chooses all that stands in a field, so that typing takes its place.
 ALL = Keys.CONTROL + "a" + Keys.NULL
+
+
+def only(elements: list) -> WebElement:
+    """The one element that there is to be."""
+    if len(elements) != 1:
+        raise NoSuchElementException(f"there are {len(elements)} of it")
+    return elements[0]
 
 
 class LoggerPage:
@@ -139,9 +147,8 @@ class LoggerPage:
     def enter_in_row(self, name: str, setting: str, value: str) -> None:
         """Types a file system's setting."""
         def type_it() -> None:
-            [field] = [field for field in self._row(name).find_elements(By.CSS_SELECTOR, "[data-key]")
-                       if field.get_attribute("data-key").endswith(f".{setting}")]
-            field.send_keys(ALL, value)
+            only([field for field in self._row(name).find_elements(By.CSS_SELECTOR, "[data-key]")
+                  if field.get_attribute("data-key").endswith(f".{setting}")]).send_keys(ALL, value)
 
         self._browser.do(type_it, f"typing the {setting} of {name}")
 
@@ -164,9 +171,8 @@ class LoggerPage:
     def click_in_entry(self, identifier: str, action: str) -> None:
         """Clicks on the button of an entry; each one's name goes on with the time of its entry."""
         def click() -> None:
-            [button] = [button for button in self.entry(identifier).find_elements(By.CSS_SELECTOR, "button")
-                        if button.text == action and button.accessible_name.startswith(action + " ")]
-            button.click()
+            only([button for button in self.entry(identifier).find_elements(By.CSS_SELECTOR, "button")
+                  if button.text == action and button.accessible_name.startswith(action + " ")]).click()
 
         self._browser.do(click, f'a click on "{action}" of {identifier}')
 
@@ -197,9 +203,8 @@ class LoggerPage:
     def run_command(self, beginning: str) -> None:
         """Clicks on the button that names a command with this beginning."""
         def click() -> None:
-            [button] = [button for button in self._browser.seen("[data-problem] button")
-                        if button.text.startswith(f"Run: {beginning}")]
-            button.click()
+            only([button for button in self._browser.seen("[data-problem] button")
+                  if button.text.startswith(f"Run: {beginning}")]).click()
 
         self._browser.do(click, f"a click on the button that runs {beginning}")
 

@@ -111,6 +111,7 @@ class Trouble(ConsoleCase):
         self.page.enter("cpu.threshold", "62")
         review = self.page.review()
         self.host.run("sh", "-c", "mkdir /run/hold && mkfifo /run/hold/held /run/hold/let")
+        self.addCleanup(self.host.run, "rm", "-rf", "/run/hold")
         holder = threading.Thread(target=self.host.run, args=("sh", "-c", HOLD_LOCK, "sh", CALLERS_LOCK))
         holder.start()
         self.host.run("cat", "/run/hold/held")
@@ -120,7 +121,7 @@ class Trouble(ConsoleCase):
         self.assertRegex(self.page.text_of("[data-problem]", "[role=status]"),
                          r"process \d+ \(sh\), which runs since \d")
         self.assertEqual(self.get("cpu.threshold"), "90")
-        self.host.run("sh", "-c", "echo now >/run/hold/let && rm -r /run/hold")
+        self.host.run("sh", "-c", "echo now >/run/hold/let")
         holder.join()
         self.page.wait_for_end(review)
         self.assertEqual(self.get("cpu.threshold"), "62")
@@ -173,7 +174,8 @@ class Trouble(ConsoleCase):
         with self.gate("Start") as let:
             self.browser.click("button", "Apply", review)
             self.asked()
-            self.host.run("systemctl", "kill", "--signal=KILL", "cockpit-wsinstance-http.service")
+            self.host.run("systemctl", "kill", "--kill-whom=main", "--signal=KILL",
+                          "cockpit-wsinstance-http.service")
             self.browser.leave_page()
             self.browser.wait_for("#disconnected-reconnect", "Cockpit's word that it is disconnected")
             let()
