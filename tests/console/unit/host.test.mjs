@@ -16,7 +16,7 @@ import { entry } from "./samples.mjs";
 
 test("how a change ended that nobody has seen the end of", () => {
     const before = [entry("2", "older")];
-    const line = ["set", "--force", "cpu.threshold=75"];
+    const line = ["set", "--wait", "20", "--force", "cpu.threshold=75"];
     const change = begun.begin(line, new Map([["cpu.threshold", "75"]]), before);
     const kept = [entry("3", "set --force cpu.threshold=75"), ...before];
     const rows = [
