@@ -45,9 +45,10 @@ class Container:
         subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=755", "none", self._changes], check=True)
         for name in ("upper", "work"):
             (self._changes / name).mkdir()
+        # With xino the kernel's list of locks names files as their status does.
         subprocess.run(["mount", "-t", "overlay", "none", root, "-o",
                         f"lowerdir={base},upperdir={self._changes}/upper,"
-                        f"workdir={self._changes}/work"], check=True)
+                        f"workdir={self._changes}/work,xino=on"], check=True)
         self._log = open(root.with_suffix(".log"), "wb")
         self._nspawn = None
         self._init = 0
