@@ -126,7 +126,8 @@ class Container:
             if value:
                 return value
             time.sleep(0.1)
-        raise AssertionError(f"{what} did not come up; {self._log.name} says more")
+        failed = self.run("systemctl", "list-units", "--failed", "--no-legend", "--plain", check=False).stdout
+        raise AssertionError(f"{what} did not come up; {self._log.name} says more\n{failed}")
 
 
 if __name__ == "__main__":
