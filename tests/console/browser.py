@@ -211,8 +211,12 @@ class Browser:
             raise AssertionError(f"{problem}: {said[-1] if said else ''}") from None
 
     def keep(self, file: pathlib.Path) -> None:
-        """Keeps what is seen now as a picture, and what the browser has been told beside it."""
+        """Keeps what is seen now as a picture."""
         with contextlib.suppress(WebDriverException):
             self.driver.save_screenshot(str(file))
+
+    def keep_words(self, file: pathlib.Path) -> None:
+        """Keeps what the browser has been told."""
+        with contextlib.suppress(WebDriverException):
             said = [f"{line['level']} {line['message']}" for line in self.driver.get_log("browser")]
-            file.with_suffix(".txt").write_text("\n".join(said), encoding="utf-8")
+            file.write_text("\n".join(said), encoding="utf-8")

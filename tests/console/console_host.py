@@ -25,6 +25,9 @@ PACKAGES = "cockpit-bridge cockpit-system cockpit-ws sudo"
 # An administrator becomes root by sudo; root itself is refused by Cockpit.
 ADMINISTRATOR = "alice"
 ORDINARY_USER = "bob"
+DOCUMENTS = pathlib.Path(__file__).resolve().parent.parent.parent / "docs"
+# What pictures.py makes for the documents.
+PICTURES = (DOCUMENTS / "console.png", DOCUMENTS / "console-review.png")
 # The entry of the sample that is for no file system of the container.
 UNMOUNTED = 'FSNAME="/srv/backup"'
 HOST_NAME = "sample"
@@ -157,9 +160,10 @@ class ConsoleHost(installed_host.InstalledHost):
         """Waits until the gate's command was asked."""
         self.host.run("timeout", str(PATIENCE_SECONDS), "cat", "/run/gate/asked")
 
-    def mount(self, name: str, percent: int = 0) -> None:
+    @classmethod
+    def mount(cls, name: str, percent: int = 0) -> None:
         """Mounts a small file system, and fills it so far."""
-        self.host.run("sh", "-c", 'mkdir -p -- "$1" && mount -t tmpfs -o size=400k none "$1" && '
+        cls.host.run("sh", "-c", 'mkdir -p -- "$1" && mount -t tmpfs -o size=400k none "$1" && '
                                   'head -c "$2" /dev/zero >"$1/filling"', "sh", name, str(4096 * percent))
 
     def unmount(self, name: str) -> None:
@@ -185,7 +189,9 @@ class WithPictures(unittest.TextTestResult):
     @staticmethod
     def _keep(test) -> None:
         if hasattr(test, "browser"):
-            test.browser.keep(installed_host.FOLDER / f"{PROGRAM}-{test.id().split('.')[2]}.png")
+            kept = installed_host.FOLDER / f"{PROGRAM}-{test.id().split('.')[2]}"
+            test.browser.keep(kept.with_suffix(".png"))
+            test.browser.keep_words(kept.with_suffix(".txt"))
 
 
 def main() -> None:

@@ -16,7 +16,7 @@ import time
 import console_host
 from browser import ADDRESS
 from console_case import ConsoleCase
-from console_host import wait_until
+from console_host import DOCUMENTS, PICTURES, wait_until
 from selenium.webdriver.common.keys import Keys
 
 FOLDER = pathlib.Path(__file__).resolve().parent
@@ -49,6 +49,7 @@ FIRST_PICTURE = 500 # milliseconds, with the container's own file systems, which
 FIRST_PICTURE_OF_MANY = 1500
 KEY_STROKE = 50
 MOST_BYTES = 200_000
+MOST_BYTES_OF_PICTURE = 100_000
 SILENT_SECONDS = 5
 # How long the browser took from a key to the picture that shows it: the longest of all since the page began.
 WATCH_KEYS = """
@@ -358,6 +359,15 @@ class Limits(ConsoleCase):
             " + rule.nodes.map(node => node.html + ' ' + node.failureSummary).join('; '))),"
             "error => done([String(error)]))")
         self.assertEqual(found, [], what)
+
+    def test_08_the_pictures_of_the_documents(self) -> None:
+        """Are there, are shown, and are small; pictures.py makes them."""
+        shown = (DOCUMENTS / "console.md").read_text(encoding="utf-8")
+        for picture in PICTURES:
+            self.assertIn(f"]({picture.name})", shown)
+            self.assertLess(picture.stat().st_size, MOST_BYTES_OF_PICTURE, picture.name)
+        readme = (DOCUMENTS.parent / "README.md").read_text(encoding="utf-8")
+        self.assertIn(f"](docs/{PICTURES[0].name})", readme)
 
 
 if __name__ == "__main__":
