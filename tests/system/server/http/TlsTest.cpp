@@ -126,4 +126,11 @@ TEST_F(TlsTest, AnExpiredCertificateIsServedAndLogged) {
     server.AwaitLine("has expired");
 }
 
+TEST_F(TlsTest, ACertificateThatSoonExpiresIsLogged) {
+    InstallCertificate(MakeCertificate("soon", -60, 13 * kDay));
+    CServerProcess server(kListen);
+    server.Signal(SIGHUP);
+    server.AwaitLine("the certificate expires on 20");
+}
+
 } // namespace
