@@ -33,6 +33,7 @@ struct COptions {
     CGetOptions m_get;
     CSetOptions m_set;
     std::optional<std::string> m_diffId;
+    std::optional<std::string> m_diffUntilId;
     CRestoreOptions m_restore;
     CServiceOptions m_service;
 };
@@ -145,10 +146,11 @@ void AddWait(CLI::App* command, std::chrono::seconds* wait) {
         ->excludes(option);
 }
 
-void AddId(CLI::App* command, std::optional<std::string>* id, const std::string& description) {
+void AddId(CLI::App* command, std::optional<std::string>* id, const std::string& description,
+           const char* name = "ID") {
     command
         ->add_option_function<std::string>(
-            "ID", [id](const std::string& text) { *id = text; }, Broken(description))
+            name, [id](const std::string& text) { *id = text; }, Broken(description))
         ->option_text(" ");
 }
 
@@ -194,10 +196,12 @@ void AddSet(CLI::App* app, COptions* options) {
 void AddOthers(CLI::App* app, COptions* options) {
     AddFlag(AddCommand(app, "history", "List the kept copies of the settings files"), "--json",
             &options->m_json, "Print the list as JSON");
-    AddId(AddCommand(app, "diff", "Show what has changed since a copy was kept"),
-          &options->m_diffId,
+    CLI::App* diff = AddCommand(app, "diff", "Show what has changed since a copy was kept");
+    AddId(diff, &options->m_diffId,
           "The copy, by ID or by number, of which the newest is 1; the newest one when it is "
           "left out");
+    AddId(diff, &options->m_diffUntilId,
+          "Another copy, to be compared with it in place of the files as they are now", "UNTIL");
     CLI::App* restore =
         AddCommand(app, "restore", "Put the settings files back as they were in a copy");
     AddId(restore, &options->m_restore.m_id,
@@ -359,7 +363,7 @@ Result RunCommand(const CLI::App& app, const COptions& options, CConsole* consol
         return History();
     }
     if (name == "diff") {
-        return Diff(options.m_diffId);
+        return Diff(options.m_diffId, options.m_diffUntilId);
     }
     if (name == "doctor") {
         return Doctor(options.m_files);

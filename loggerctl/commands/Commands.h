@@ -49,9 +49,10 @@ Result Set(output::CConsole* console, const agent::CProviderFiles& files,
 // Lists the kept copies of the settings files.
 Result History();
 
-// Shows what has changed in the settings files since a copy was kept: the newest one when no ID is
-// given. A file that does not exist now is shown as an empty one.
-Result Diff(const std::optional<std::string>& id);
+// Shows what has changed in the settings files since a copy was kept, the newest one when no ID is
+// given: until another copy was kept or, without its ID, until now. A file that does not exist is
+// shown as an empty one.
+Result Diff(const std::optional<std::string>& id, const std::optional<std::string>& untilId);
 
 struct CRestoreOptions {
     std::optional<std::string> m_id;

@@ -145,6 +145,33 @@ tl::unexpected<output::CFailure> Unknown(const std::string& id,
                 reasons);
 }
 
+// Both files at one time, to be compared: those of a copy with its ID, or those of now without one.
+struct CState {
+    std::string m_id;
+    history::CSettingsCopy m_files;
+};
+constexpr char kNotCompared[] = "The files cannot be compared.";
+
+Expected<CState> FindState(const std::optional<std::string>& id) {
+    const Expected<CEntry> entry = FindEntry(id);
+    if (!entry) {
+        return tl::unexpected(entry.error());
+    }
+    const auto copy = history::Load(entry->m_id);
+    if (!copy) {
+        return tl::unexpected(agent::ToFailure(kNotCompared, copy.error()));
+    }
+    return CState{entry->m_id, *copy};
+}
+
+Expected<CState> ReadNow() {
+    const auto now = history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
+    if (!now) {
+        return tl::unexpected(agent::ToFailure(kNotCompared, now.error()));
+    }
+    return CState{"", *now};
+}
+
 } // namespace
 
 Expected<CEntry> FindEntry(const std::optional<std::string>& id) {
@@ -176,28 +203,25 @@ Result History() {
     return answer;
 }
 
-Result Diff(const std::optional<std::string>& id) {
-    constexpr char kNotCompared[] = "The files cannot be compared.";
-    const Expected<CEntry> entry = FindEntry(id);
-    if (!entry) {
-        return tl::unexpected(entry.error());
+Result Diff(const std::optional<std::string>& id, const std::optional<std::string>& untilId) {
+    const Expected<CState> from = FindState(id);
+    if (!from) {
+        return tl::unexpected(from.error());
     }
-    const auto copy = history::Load(entry->m_id);
-    if (!copy) {
-        return tl::unexpected(agent::ToFailure(kNotCompared, copy.error()));
+    const Expected<CState> until = untilId ? FindState(untilId) : ReadNow();
+    if (!until) {
+        return tl::unexpected(until.error());
     }
-    const auto now = history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
-    if (!now) {
-        return tl::unexpected(agent::ToFailure(kNotCompared, now.error()));
-    }
-    const std::string rights = RightsDifference(*copy, *now);
-    const std::string texts = agent::Difference(*copy, *now);
+    const std::string rights = RightsDifference(from->m_files, until->m_files);
+    const std::string texts = agent::Difference(from->m_files, until->m_files);
     CAnswer answer;
     answer.m_text = rights.empty() && texts.empty()
-                        ? "Both files are as in " + entry->m_id + ".\n"
+                        ? "Both files are as in " + from->m_id + ".\n"
                         : output::ForOutput(rights + texts, output::CTerminal::Of(STDOUT_FILENO));
-    answer.m_document = {
-        {"id", entry->m_id}, {"rights", rights}, {"difference", output::JsonString(texts)}};
+    answer.m_document = {{"id", from->m_id},
+                         {"until", untilId ? Json(until->m_id) : Json()},
+                         {"rights", rights},
+                         {"difference", output::JsonString(texts)}};
     return answer;
 }
 

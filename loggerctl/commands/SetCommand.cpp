@@ -126,7 +126,7 @@ private:
     record::CRequest m_request;
     record::CRehearsal m_rehearsal;
     std::vector<record::CChange> m_changes;
-    bool m_needsForce = false; // more would be lost than was asked for
+    Texts m_losses; // what would be lost besides what was asked for; it needs --force
 
     std::string m_historyId; // of the copies of m_before
     std::unique_ptr<agent::CInterruptGuard> m_guard;
@@ -198,24 +198,24 @@ Expected<void> CSet::Rehearse() {
 // What goes besides what was asked for wants --force; a dry run is there to show it.
 Expected<void> CSet::HeedLosses() {
     const std::string& alert = m_before.m_files[1].m_text;
-    Texts losses = record::FindLostSwitches(m_request.m_conf);
+    m_losses = record::FindLostSwitches(m_request.m_conf);
     for (const Texts& more : {record::FindLostEntries(alert, m_rehearsal.m_wanted),
                               record::FindLostNumbers(alert, m_rehearsal.m_wanted)}) {
-        losses.insert(losses.end(), more.begin(), more.end());
+        m_losses.insert(m_losses.end(), more.begin(), more.end());
     }
-    m_needsForce = !losses.empty();
-    if (m_needsForce && !m_options.m_force && !m_options.m_dryRun) {
+    const bool needsForce = !m_losses.empty();
+    if (needsForce && !m_options.m_force && !m_options.m_dryRun) {
         return Fail(ExitCode::Usage,
                     std::string(kRefused) +
                         " More would be lost than was asked for. If this is what you want, add "
                         "--force.",
-                    losses);
+                    m_losses);
     }
-    if (m_needsForce) {
+    if (needsForce) {
         m_console->Note(m_options.m_force ? "Warning: more is lost than was asked for."
                                           : "Warning: more would be lost than was asked for. The "
                                             "change needs --force.",
-                        losses);
+                        m_losses);
     }
     const Texts texts = record::FindLostText(alert, m_rehearsal.m_wanted);
     if (!texts.empty()) {
@@ -399,7 +399,8 @@ CAnswer CSet::Answer(bool done) const {
         {"history_id", m_historyId.empty() ? Json() : Json(m_historyId)},
         {"service_restarted", done}};
     if (m_options.m_dryRun) {
-        answer.m_document["needs_force"] = m_needsForce;
+        answer.m_document["needs_force"] = !m_losses.empty();
+        answer.m_document["losses"] = m_losses;
     }
     return answer;
 }

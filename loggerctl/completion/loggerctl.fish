@@ -99,7 +99,8 @@ complete -c loggerctl -n '__loggerctl_is set' -a '(__loggerctl_assignments)'
 
 complete -c loggerctl -n '__loggerctl_is history' -l json -d 'Print the list as JSON'
 
-complete -c loggerctl -k -n '__loggerctl_is_alone diff restore' -a '(__loggerctl_ids)'
+complete -c loggerctl -k -n '__loggerctl_is diff' -a '(__loggerctl_ids)'
+complete -c loggerctl -k -n '__loggerctl_is_alone restore' -a '(__loggerctl_ids)'
 complete -c loggerctl -n '__loggerctl_is restore' -l dry-run -d 'Show what would change, and change nothing'
 complete -c loggerctl -n '__loggerctl_is restore' -l force -d 'Also when nothing would change'
 

@@ -64,6 +64,8 @@ TEST_F(Format, OfADryRunWithLosses) {
     ASSERT_EQ(document.at("warnings").size(), 1U);
     EXPECT_NE(document.at("warnings")[0].get<std::string>().find("/gone is not mounted"),
               std::string::npos);
+    EXPECT_EQ(document.at("losses"), Json::array({"/gone is not mounted: its entry (monitored, "
+                                                  "threshold 95 %) goes from alert.cfg."}));
 }
 
 TEST_F(Format, OfADryRunSaysWhetherForceIsNeeded) {
@@ -89,6 +91,29 @@ TEST_F(Format, OfADryRunSaysWhetherForceIsNeeded) {
     m_root.SetAlertConfig("y");
     const Json same = Document({"restore", "--dry-run", SampleHistory::kNewer}, 0);
     EXPECT_EQ(same.at("needs_force"), false);
+}
+
+TEST_F(Format, OfAComparison) {
+    SampleHistory::Add(SampleHistory::kOlder, "older", CTestRoot::kAgentConfig,
+                       CTestRoot::kAlertConfig);
+    SampleHistory::Add(SampleHistory::kNewer, "newer", CTestRoot::kAgentConfig, "other\n");
+    const struct {
+        Words m_words;
+        Json m_until;
+        bool m_differs;
+    } rows[] = {
+        {{"diff", SampleHistory::kOlder}, Json(), false},
+        {{"diff", SampleHistory::kNewer}, Json(), true},
+        {{"diff", SampleHistory::kOlder, SampleHistory::kNewer}, SampleHistory::kNewer, true},
+        {{"diff", "2", "1"}, SampleHistory::kNewer, true},
+        {{"diff", "1", "1"}, SampleHistory::kNewer, false},
+    };
+    for (const auto& row : rows) {
+        const Json document = Document(row.m_words, 0);
+        EXPECT_EQ(document.at("until"), row.m_until) << row.m_words.back();
+        EXPECT_EQ(!document.at("difference").get<std::string>().empty(), row.m_differs)
+            << row.m_words.back();
+    }
 }
 
 TEST_F(Format, OfAFailureAfterTheStop) {

@@ -80,6 +80,15 @@ TEST_F(HistoryCommand, ComparesTheEntryAskedFor) {
     CGolden::Expect("diff-older", RunTool({"diff", kOlder}));
 }
 
+TEST_F(HistoryCommand, ComparesTwoEntries) {
+    AddBoth();
+    WriteFile(KzmPaths::kAlertConfig, "not looked at\n");
+    CGolden::Expect("diff-two", RunTool({"diff", kOlder, kNewer}));
+    CGolden::Expect("diff-two-backwards", RunTool({"diff", "1", "2"}));
+    CGolden::Expect("diff-two-same", RunTool({"diff", kNewer, "1"}));
+    CGolden::Expect("diff-error-unknown-until", RunTool({"diff", kNewer, "3"}));
+}
+
 TEST_F(HistoryCommand, ShowsAnotherMode) {
     Add(kOlder, "x", CTestRoot::kAgentConfig, CTestRoot::kAlertConfig);
     chmod(KzmPaths::kAgentConfig, 0600);

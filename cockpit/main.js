@@ -1,0 +1,251 @@
+// The page: what has been typed, which view shows what, and what the buttons do.
+
+import { Access } from "./access.js";
+import { change, takeUnfinished } from "./changing.js";
+import { Checker } from "./checker.js";
+import { element, setText } from "./dom.js";
+import { Host } from "./host.js";
+import { Edits } from "./model/edits.js";
+import { timeOf } from "./model/history.js";
+import { _, format } from "./text.js";
+import { run, runShown } from "./tool.js";
+import { createAgent } from "./views/agent.js";
+import { createChanges } from "./views/changes.js";
+import { showField } from "./views/field.js";
+import { createFileSystems } from "./views/filesystems.js";
+import { createHistory } from "./views/history.js";
+import { createProblems } from "./views/problems.js";
+import { review } from "./views/review.js";
+import { createMonitors, createSyslog } from "./views/settings.js";
+import { Watch } from "./watch.js";
+import * as words from "./words.js";
+
+const host = new Host({ onChange: show, onWait: showWait });
+const edits = new Edits();
+const fields = new Map(); // by key
+const checker = new Checker({ rehearse, onResult: showVerdict });
+const access = new Access(lookAgain);
+let watch = null; // once the host has been read
+let isChanging = false;
+let doing = ""; // what is being done with the service
+
+// ---- What the page shows ----
+
+const notice = element("div", { id: "notice", role: "status" });
+const problems = createProblems({ onCommand: runCommand, onLookAgain: lookAgain, onAccess: () => access.ask() });
+const agent = createAgent({ onAction: controlService });
+const syslog = createSyslog({ addField, onEdit });
+const monitors = createMonitors({ addField, onEdit });
+const fileSystems = createFileSystems({ addField, dropField, onEdit, onMeasure: lookAgain });
+const history = createHistory({ compare, onRestore: reviewRestore });
+const changes = createChanges({ onReview: reviewChanges, onDiscard: discard });
+const settings = element("div", { class: "parts", hidden: true }, syslog, monitors, fileSystems.element);
+
+function addField(field) {
+    fields.set(field.key, field);
+    if (host.settings)
+        showKey(field.key);
+    return field;
+}
+
+function dropField(field) {
+    fields.delete(field.key);
+}
+
+function show() {
+    showAgent();
+    history.show(host.history);
+    problems.set("settings", words.ofReading(host.failure, host.faults));
+    problems.set("history", host.failure || !host.historyFailure ? null : words.ofFailure(host.historyFailure));
+    settings.hidden = host.settings === null;
+    if (host.settings) {
+        const gone = edits.rebase(host.settings.values);
+        fileSystems.show(host.settings);
+        fields.forEach((field, key) => showKey(key));
+        showChanges();
+        if (gone.length > 0)
+            say(words.ofGone(gone));
+    }
+}
+
+function showKey(key) {
+    showField(fields.get(key), host.settings.values.get(key), edits.get(key), checker.errors.get(key));
+}
+
+function showAgent() {
+    agent.show({ service: host.service, doing });
+}
+
+function showChanges() {
+    changes.show(edits.size, checker.errors.size, checker.failure);
+}
+
+function showWait(holders) {
+    problems.set("wait", words.ofWait(holders));
+}
+
+function say(text) {
+    setText(notice, text);
+}
+
+// ---- Editing ----
+
+function onEdit(key, text) {
+    edits.set(key, text, host.settings.values.get(key));
+    checker.forget(key);
+    showKey(key);
+    showChanges();
+    checker.check(edits);
+}
+
+function showVerdict(keys) {
+    keys.filter(key => fields.has(key)).forEach(showKey);
+    showChanges();
+}
+
+function discard() {
+    const keys = Array.from(edits.typed.keys());
+    edits.discard();
+    checker.checkNow(edits);
+    showVerdict(keys);
+}
+
+function rehearse(assignments) {
+    return run("set", "--dry-run", ...assignments);
+}
+
+// ---- Changing the host ----
+
+async function reviewChanges() {
+    await checker.checkNow(edits);
+    const [wrong] = checker.errors.keys();
+    if (wrong !== undefined) {
+        fileSystems.reveal(fields.get(wrong).input);
+        return;
+    }
+    const assignments = edits.arguments();
+    const wanted = new Map(edits.typed);
+    await review({
+        title: _("Review changes"),
+        actionName: _("Apply"),
+        labels: host.settings.labels,
+        rehearse: () => rehearse(assignments),
+        act: async force => {
+            const answer = await changeHost(["set", ...(force ? ["--force"] : []), ...assignments], wanted);
+            return words.ofChange(answer);
+        },
+        onDone: say,
+    });
+}
+
+async function reviewRestore(entry) {
+    await review({
+        title: _("Review restore"),
+        actionName: _("Restore"),
+        labels: new Map(),
+        rehearse: () => run("restore", "--dry-run", entry.Id),
+        act: async force => {
+            const answer = await changeHost(["restore", ...(force ? ["--force"] : []), entry.Id], []);
+            return format(_("Both files are as on $0 again, and the service was restarted. The state before is kept as $1."),
+                          timeOf(entry), answer.history_id);
+        },
+        onDone: say,
+    });
+}
+
+// What others do meanwhile is looked at when it is done.
+async function changeHost(commandLine, wanted) {
+    isChanging = true;
+    say("");
+    try {
+        return await change(commandLine, wanted, host.history);
+    } finally {
+        isChanging = false;
+        await lookAgain();
+    }
+}
+
+async function controlService(action) {
+    isChanging = true;
+    doing = words.doing(action);
+    showAgent();
+    say("");
+    try {
+        await run("service", action);
+        problems.set("service", null);
+    } catch (failure) {
+        problems.set("service", words.ofFailure(failure));
+    }
+    isChanging = false;
+    doing = "";
+    await lookAgain();
+}
+
+async function runCommand(commandLine, text) {
+    say("");
+    try {
+        await runShown(commandLine);
+        problems.set("command", null);
+        problems.set("service", null);
+        say(format(_("Done: $0"), text));
+    } catch (failure) {
+        problems.set("command", words.ofFailure(failure));
+    }
+    await lookAgain();
+}
+
+function compare(from, to) {
+    return to === "" ? run("diff", from) : run("diff", from, to);
+}
+
+// ---- What the host says of itself ----
+
+async function lookAgain() {
+    if (isChanging)
+        return;
+    await host.refresh();
+    settle();
+    if (watch === null || host.failure || host.faults.length > 0)
+        await examine();
+}
+
+// A change whose end nobody has seen: tells it now. What was not begun can be reviewed once more.
+function settle() {
+    if (host.failure || host.historyFailure)
+        return;
+    const unfinished = takeUnfinished(host.history, host.settings.values);
+    if (unfinished === null)
+        return;
+    const { text, problem, typed } = words.ofUnfinished(unfinished);
+    say(text);
+    problems.set("unfinished", problem);
+    typed.filter(([key]) => host.settings.values.has(key)).forEach(([key, value]) => onEdit(key, value));
+}
+
+async function examine() {
+    await host.examine();
+    if (watch === null)
+        watch = new Watch(lookAgain);
+    watch.watchFiles(host.watched);
+}
+
+// ---- The beginning ----
+
+async function begin() {
+    document.title = _("Log monitoring");
+    document.getElementById("page").append(
+        element("h1", {}, _("Log monitoring")), notice, problems.element,
+        agent.element, settings, history.element, changes.element);
+    showAgent();
+    await host.refresh();
+    document.body.dataset.ready = "true";
+    performance.mark("first-picture");
+    document.addEventListener("visibilitychange", () => {
+        if (!document.hidden)
+            lookAgain();
+    });
+    settle();
+    await examine();
+}
+
+begin();

@@ -1,0 +1,119 @@
+// What a change or a restore will do, before anything is touched: the settings, the files' difference,
+// what is lost besides, and the button that does it.
+
+import { button, element } from "../dom.js";
+import { isSame, readNotes } from "../model/verdict.js";
+import { _ } from "../text.js";
+import { ofFailure } from "../words.js";
+import { openDialog } from "./dialog.js";
+import { differenceElement } from "./difference.js";
+import { problemElement } from "./problems.js";
+
+// title, actionName: texts. labels: what keys are called. rehearse() gives the tool's dry run;
+// act(force) does it, and gives the text that says so. Both may throw a Failure. onDone(text) is
+// called when it is done.
+export async function review({ title, actionName, labels, rehearse, act, onDone }) {
+    const body = element("div");
+    const confirm = element("input", { type: "checkbox", onChange: allow });
+    const actButton = button(actionName, apply, { class: "button primary" });
+    const cancelButton = button(_("Cancel"), () => dialog.close());
+    const dialog = openDialog({ title, body, buttons: [actButton, cancelButton] });
+    let verdict = null;
+    let isBusy = false;
+
+    function allow() {
+        actButton.disabled = isBusy || verdict === null || !verdict.changed || (verdict.needs_force && !confirm.checked);
+        cancelButton.disabled = isBusy;
+    }
+
+    function setBusy(text) {
+        isBusy = text !== "";
+        dialog.setBusy(text);
+        allow();
+    }
+
+    function show(now, remark = null) {
+        verdict = now;
+        confirm.checked = false;
+        body.replaceChildren(...(remark ? [element("p", { class: "remark", role: "alert" }, remark)] : []),
+                             ...contents(verdict, labels, confirm).filter(part => part !== null));
+        allow();
+    }
+
+    function fail(failure) {
+        body.prepend(problemElement(ofFailure(failure)));
+    }
+
+    async function rehearseNow() {
+        setBusy(_("Trying the change out. Nothing is touched yet."));
+        try {
+            show(await rehearse());
+        } catch (failure) {
+            fail(failure);
+        }
+        setBusy("");
+    }
+
+    // What is done is what was shown: when the host has changed meanwhile, it is shown anew.
+    async function apply() {
+        const force = verdict.needs_force;
+        setBusy(_("Looking whether the host is still as shown."));
+        try {
+            const now = await rehearse();
+            if (!isSame(now, verdict)) {
+                setBusy("");
+                show(now, _("The host has changed meanwhile. This is what will be done now."));
+                return;
+            }
+            setBusy(_("The agent is stopped, the files are written and compared, and the agent is started again."));
+            const text = await act(force);
+            dialog.close();
+            onDone(text);
+        } catch (failure) {
+            setBusy("");
+            fail(failure);
+        }
+    }
+
+    await rehearseNow();
+    (actButton.disabled ? cancelButton : actButton).focus();
+}
+
+function contents(verdict, labels, confirm) {
+    if (!verdict.changed)
+        return [element("p", {}, _("Nothing would change: the host is so already."))];
+    return [
+        changeList(verdict.settings || [], labels),
+        ...notes(verdict, confirm),
+        element("h2", {}, _("The difference in the files")),
+        differenceElement(verdict.difference),
+        element("p", { class: "muted" }, _("The agent is restarted. The files as they are now are kept in the history.")),
+    ];
+}
+
+function changeList(settings, labels) {
+    if (settings.length === 0)
+        return null;
+    return element("ul", { class: "changes" }, settings.map(({ key, old, new: wanted }) =>
+        element("li", { "data-change": key },
+                element("bdi", {}, labels.get(key) || key), " ",
+                element("span", { class: "old" }, valueText(old)), " → ",
+                element("span", { class: "new" }, valueText(wanted)))));
+}
+
+function valueText(value) {
+    if (typeof value === "boolean")
+        return value ? _("on") : _("off");
+    return String(value);
+}
+
+// With losses comes a box to be ticked first.
+function notes(verdict, confirm) {
+    const lists = readNotes(verdict).map(({ headline, details }) =>
+        element("div", { class: "warning" },
+                element("p", {}, headline || _("This would be lost besides what you asked for:")),
+                element("ul", {}, details.map(text => element("li", {}, text)))));
+    if (verdict.needs_force)
+        lists.push(element("label", { class: "confirm" }, confirm, " ", _("Apply anyway: this is lost")));
+    return lists;
+}
