@@ -88,7 +88,7 @@ private:
     // The daemon's queue of connections may be full for a moment.
     static constexpr int kConnectTries = 100;
     static constexpr std::chrono::milliseconds kConnectPause{20};
-    static constexpr std::size_t kAnswerBytes = 512; // most answers are shorter
+    static constexpr std::size_t kAnswerBytes = 4096; // most answers are shorter
 
     [[nodiscard]] bool HasEnded() const { return m_done == nullptr; }
 

@@ -95,9 +95,11 @@ private:
 
     // Its credentials and its body.
     void Ask(std::string frame, Duration limit, void (CSession::*then)(CReply));
-    void AskForCredentials();
+    void TakeCredentials(messages::CCredentials credentials);
+    void AskForCredentials(void (CSession::*then)(CReply));
     void OnChecked(CReply reply);
-    void OnCredentials(const CReply& reply);
+    void OnCheckedLate(CReply reply);
+    void OnCredentials(const CReply& reply, void (CSession::*then)());
     void TakeBody();
     void SendContinue();
     void ReadBody();
@@ -105,6 +107,7 @@ private:
     // What it asks for.
     void Decide();
     void OnDecision(Decision decision);
+    void DropBody();
     void Call();
     void OnCalled(CReply reply);
     [[nodiscard]] CHttpAnswer Finish(const CReply& reply) const;
@@ -153,6 +156,8 @@ private:
     CRequestPlan m_plan;
     CRequestHead m_head;
     messages::CCredentials m_credentials;
+    bool m_isChecked = false; // they are right; until then nothing is answered by what they may do
+    bool m_hasRead = false;   // the last call with them read the settings
     messages::Right m_right = messages::Right::None;
     std::size_t m_missing = 0; // bytes of the request's body that have not come, or not been taken
     std::size_t m_bodyShare = 0; // of the memory for bodies

@@ -74,10 +74,21 @@ inline void CSession::OnHead(const CHttpHead& head) {
         Answer(std::move(*m_plan.m_refusal));
     } else if (auto credentials = ReadCredentials(head)) {
         m_head = RequestHeadOf(head);
-        m_credentials = std::move(*credentials);
-        AskForCredentials();
+        TakeCredentials(std::move(*credentials));
     } else {
         Answer(WrongCredentials());
+    }
+}
+
+// Who has read reads again, as a rule, and then the call itself has its credentials checked.
+inline void CSession::TakeCredentials(messages::CCredentials credentials) {
+    const bool readsOn = std::exchange(m_hasRead, false) && m_credentials == credentials;
+    m_credentials = std::move(credentials);
+    m_isChecked = false;
+    if (readsOn) {
+        TakeBody();
+    } else {
+        AskForCredentials(&CSession::OnChecked);
     }
 }
 
@@ -94,19 +105,24 @@ inline void CSession::Ask(std::string frame, Duration limit, void (CSession::*th
     question->Start();
 }
 
-inline void CSession::AskForCredentials() {
+inline void CSession::AskForCredentials(void (CSession::*then)(CReply)) {
     m_askTime = Clock::now();
     Ask(messages::Encode(messages::CCheckRequest{m_credentials, m_peer}),
-        m_shared.m_settings.m_checkTime, &CSession::OnChecked);
+        m_shared.m_settings.m_checkTime, then);
 }
 
 inline void CSession::OnChecked(CReply reply) {
     m_requestEnd += Clock::now() - m_askTime;
     CutAt(m_requestEnd);
-    OnCredentials(reply);
+    OnCredentials(reply, &CSession::TakeBody);
 }
 
-inline void CSession::OnCredentials(const CReply& reply) {
+// The body is here already, and what it asks for depends on the right.
+inline void CSession::OnCheckedLate(CReply reply) {
+    OnCredentials(reply, &CSession::Decide);
+}
+
+inline void CSession::OnCredentials(const CReply& reply, void (CSession::*then)()) {
     const auto answer = reply.m_state == CReply::State::Answered
                             ? messages::DecodeCheckAnswer(reply.m_payload)
                             : std::nullopt;
@@ -118,7 +134,8 @@ inline void CSession::OnCredentials(const CReply& reply) {
         Answer(WrongCredentials());
     } else {
         m_right = answer->m_right;
-        TakeBody();
+        m_isChecked = true;
+        (this->*then)();
     }
 }
 
@@ -167,19 +184,26 @@ inline void CSession::Decide() {
 }
 
 inline void CSession::OnDecision(Decision decision) {
-    std::string().swap(m_body);
-    m_shared.m_bodyBytes -= std::exchange(m_bodyShare, 0);
-    if (auto* const answer = std::get_if<CHttpAnswer>(&decision)) {
-        Answer(std::move(*answer));
+    auto* const call = std::get_if<CPendingCall>(&decision);
+    if (!m_isChecked && (call == nullptr || call->m_changes)) {
+        AskForCredentials(&CSession::OnCheckedLate);
+    } else if (call == nullptr) {
+        Answer(std::move(std::get<CHttpAnswer>(decision)));
     } else {
-        m_call = std::move(std::get<CPendingCall>(decision));
+        DropBody();
+        m_call = std::move(*call);
         Call();
     }
 }
 
+inline void CSession::DropBody() {
+    std::string().swap(m_body);
+    m_shared.m_bodyBytes -= std::exchange(m_bodyShare, 0);
+}
+
 inline void CSession::Call() {
     messages::CCallRequest request;
-    request.m_credentials = std::move(m_credentials);
+    request.m_credentials = m_credentials;
     request.m_peer = m_peer;
     request.m_method = m_call.m_method;
     request.m_inParameters = std::move(m_call.m_inParameters);
@@ -193,10 +217,14 @@ inline void CSession::OnCalled(CReply reply) {
         return;
     }
     const std::size_t bytes = reply.m_payload.size();
+    const bool hasRead = !m_call.m_changes && reply.m_state == CReply::State::Answered;
     Compute(
         bytes, [this, given = std::move(reply)] { return Finish(given); },
         [this] { return std::move(m_call.m_withoutMemory); },
-        [this](CHttpAnswer finished) { Answer(std::move(finished)); });
+        [this, hasRead](CHttpAnswer finished) {
+            m_hasRead = hasRead && finished.m_status == CHttpAnswer::kOk;
+            Answer(std::move(finished));
+        });
 }
 
 inline CHttpAnswer CSession::Finish(const CReply& reply) const {
@@ -241,6 +269,7 @@ std::invoke_result_t<Work> CSession::ResultOf(const Work& work, const Otherwise&
 }
 
 inline void CSession::Answer(CHttpAnswer answer) {
+    DropBody();
     // Without 100 the client may leave out the body: where the next request begins is unknown.
     const bool isEndKnown = m_missing == 0 || !m_plan.m_expectsContinue || m_sentContinue;
     m_keepOpen = answer.m_keepOpen && m_plan.m_keepOpen && isEndKnown && !m_shared.m_stopping;

@@ -1,4 +1,5 @@
 #include "KzmPaths.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/system/door/CDoor.h"
 
 #include <gtest/gtest.h>
@@ -239,19 +240,6 @@ TEST(Daemon, GoesOnWhenDescriptorsAreUsedUp) {
     EXPECT_EQ(client.Call("reader", kPassword, "GetParameter"), "Done 0x00000000");
 }
 
-// The memory that a process has and can write, in bytes.
-rlim_t DataOf(pid_t process) {
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    string word;
-    rlim_t kilobytes = 0;
-    while (status >> word) {
-        if (word == "VmData:") {
-            status >> kilobytes;
-        }
-    }
-    return kilobytes * 1024;
-}
-
 TEST(Daemon, GoesOnWhenMemoryIsUsedUp) {
 #ifdef KZM_NO_FAULT_TRANSLATION
     GTEST_SKIP() << "the sanitizers need more memory than there is";
@@ -264,7 +252,8 @@ TEST(Daemon, GoesOnWhenMemoryIsUsedUp) {
     EXPECT_EQ(greedy.Check("reader", kPassword), "read");
     {
         const CLimit none(door.Daemon(), RLIMIT_DATA,
-                          DataOf(door.Daemon().Id()) + 1'000'000); // less than a thread needs
+                          MemoryOf(door.Daemon().Id(), "VmData") +
+                              1'000'000); // less than a thread needs
         EXPECT_EQ(client.Check("reader", kPassword), "read") << "those who need little are served";
         greedy.Send(string("\0\0\0\1", 4) + string(8'000'000, 'x'));
         EXPECT_EQ(greedy.Receive(), std::nullopt);

@@ -1,6 +1,7 @@
 // A front end that was taken over, or somebody in its place, says whatever it likes on the socket.
 
 #include "KzmPaths.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/SampleConf.h"
 #include "tests/system/door/CDoor.h"
 
@@ -16,7 +17,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <random>
 
 namespace fs = std::filesystem;
@@ -129,16 +129,7 @@ TEST_F(HostileFrontEnd, GetsNothingByTheCheckOfAnother) {
 // What the process took at most until now. The sanitizers take more than it does.
 void ExpectMemoryBelow(std::size_t bytes, pid_t process) {
 #ifndef KZM_NO_FAULT_TRANSLATION
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    string word;
-    std::size_t kilobytes = 0;
-    while (status >> word) {
-        if (word == "VmHWM:") {
-            status >> kilobytes;
-        }
-    }
-    EXPECT_NE(kilobytes, 0U);
-    EXPECT_LT(kilobytes * 1024, bytes);
+    EXPECT_LT(MemoryOf(process, "VmHWM"), bytes);
 #else
     (void)bytes;
     (void)process;

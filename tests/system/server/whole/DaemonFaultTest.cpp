@@ -3,6 +3,7 @@
 
 #include "KzmPaths.h"
 #include "history/CDescriptor.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/SampleConf.h"
 #include "tests/system/server/CSubreaper.h"
 #include "tests/system/server/Phases.h"
@@ -343,19 +344,6 @@ TEST_F(DaemonFault, AProviderdWithoutDescriptorsGoesOn) {
     changes::ExpectUsable(m_server);
 }
 
-// In bytes, at most until now.
-std::size_t MemoryOf(pid_t process) {
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    string word;
-    std::size_t kilobytes = 0;
-    while (status >> word) {
-        if (word == "VmHWM:") {
-            status >> kilobytes;
-        }
-    }
-    return kilobytes * 1024;
-}
-
 // Its unit gives it twice as much.
 TEST_F(DaemonFault, TheGreatestRequestsLeaveTheFrontEndItsMemory) {
 #ifdef KZM_NO_FAULT_TRANSLATION
@@ -388,7 +376,7 @@ TEST_F(DaemonFault, TheGreatestRequestsLeaveTheFrontEndItsMemory) {
     for (CClient& client : clients) {
         EXPECT_EQ(0U, OutcomeOf(client.Answer()).find("400 request-not-valid: "));
     }
-    EXPECT_LT(MemoryOf(m_server.FrontEnd().Id()), 256 * kMiB);
+    EXPECT_LT(MemoryOf(m_server.FrontEnd().Id(), "VmHWM"), 256 * kMiB);
     changes::ExpectUsable(m_server);
 }
 
