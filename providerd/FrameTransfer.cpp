@@ -79,11 +79,15 @@ Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline)
     return Transfer::Done;
 }
 
-Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline) {
+Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline,
+                      daemon_base::CMemoryShare* share) {
     std::string header;
     Transfer transfer = Receive(socket, messages::kFrameHeaderBytes, &header, deadline);
     if (transfer == Transfer::Done) {
         const std::optional<std::size_t> size = messages::DecodeFrameLength(header);
+        if (size && share != nullptr && !share->TakeIfLong(*size)) {
+            return Transfer::NoRoom;
+        }
         payload->clear();
         transfer = size ? Receive(socket, *size, payload, deadline) : Transfer::Ended;
     }

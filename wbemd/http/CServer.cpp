@@ -92,6 +92,8 @@ bool CServer::Parts::Use(const CConfiguration& configuration, std::string* error
         return false;
     }
     m_shared.m_settings = settings;
+    m_shared.m_bodies.SetLimit(settings.m_bodyMemoryBytes);
+    m_shared.m_answers.SetLimit(settings.m_answerMemoryBytes);
     m_shared.m_tls = ContextOf(configuration.m_identity);
     Exchange(std::move(listeners));
     LogAll(Level::Warning, configuration.m_warnings);

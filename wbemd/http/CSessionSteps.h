@@ -140,12 +140,10 @@ inline void CSession::OnCredentials(const CReply& reply, void (CSession::*then)(
 }
 
 inline void CSession::TakeBody() {
-    if (m_shared.m_bodyBytes + m_missing > m_shared.m_settings.m_bodyMemoryBytes) {
+    if (!m_bodyShare.Take(m_missing)) {
         Answer(Refusal(Status::Unavailable));
         return;
     }
-    m_bodyShare = m_missing;
-    m_shared.m_bodyBytes += m_bodyShare;
     m_body.reserve(m_missing);
     if (m_plan.m_expectsContinue) {
         SendContinue();
@@ -188,7 +186,9 @@ inline void CSession::OnDecision(Decision decision) {
     if (!m_isChecked && (call == nullptr || call->m_changes)) {
         AskForCredentials(&CSession::OnCheckedLate);
     } else if (call == nullptr) {
-        Answer(std::move(std::get<CHttpAnswer>(decision)));
+        auto& answer = std::get<CHttpAnswer>(decision);
+        const bool hasRoom = m_answerShare.TakeIfLong(answer.m_body.size());
+        Answer(hasRoom ? std::move(answer) : Refusal(Status::Unavailable));
     } else {
         DropBody();
         m_call = std::move(*call);
@@ -198,7 +198,7 @@ inline void CSession::OnDecision(Decision decision) {
 
 inline void CSession::DropBody() {
     std::string().swap(m_body);
-    m_shared.m_bodyBytes -= std::exchange(m_bodyShare, 0);
+    m_bodyShare.Release();
 }
 
 inline void CSession::Call() {
@@ -216,15 +216,23 @@ inline void CSession::OnCalled(CReply reply) {
         Answer(Refusal(Status::Unavailable, kNoProviderd));
         return;
     }
+    if (reply.m_state == CReply::State::NoMemory) {
+        Answer(std::move(m_call.m_withoutMemory));
+        return;
+    }
+    m_answerShare = std::move(reply.m_share);
+    m_hasRead = !m_call.m_changes && reply.m_state == CReply::State::Answered;
     const std::size_t bytes = reply.m_payload.size();
-    const bool hasRead = !m_call.m_changes && reply.m_state == CReply::State::Answered;
     Compute(
         bytes, [this, given = std::move(reply)] { return Finish(given); },
         [this] { return std::move(m_call.m_withoutMemory); },
-        [this, hasRead](CHttpAnswer finished) {
-            m_hasRead = hasRead && finished.m_status == CHttpAnswer::kOk;
-            Answer(std::move(finished));
-        });
+        [this](CHttpAnswer finished) { OnFinished(std::move(finished)); });
+}
+
+inline void CSession::OnFinished(CHttpAnswer answer) {
+    m_hasRead = m_hasRead && answer.m_status == CHttpAnswer::kOk;
+    const bool hasRoom = m_answerShare.TakeIfLong(answer.m_body.size());
+    Answer(std::move(hasRoom ? answer : m_call.m_withoutMemory));
 }
 
 inline CHttpAnswer CSession::Finish(const CReply& reply) const {
@@ -245,7 +253,7 @@ inline CHttpAnswer CSession::Finish(const CReply& reply) const {
 // work cannot.
 template <class Work, class Otherwise, class Then>
 void CSession::Compute(std::size_t bytes, Work work, Otherwise otherwise, Then then) {
-    if (bytes <= kLongBytes) {
+    if (bytes <= daemon_base::kShortBytes) {
         then(ResultOf(work, otherwise));
         return;
     }
@@ -274,7 +282,7 @@ inline void CSession::Answer(CHttpAnswer answer) {
     const bool isEndKnown = m_missing == 0 || !m_plan.m_expectsContinue || m_sentContinue;
     m_keepOpen = answer.m_keepOpen && m_plan.m_keepOpen && isEndKnown && !m_shared.m_stopping;
     m_output = WriteHead(answer, m_keepOpen, std::time(nullptr));
-    if (answer.m_body.size() <= kLongBytes) {
+    if (answer.m_body.size() <= daemon_base::kShortBytes) {
         m_output += answer.m_body;
     } else {
         m_outputBody = std::move(answer.m_body);
@@ -308,6 +316,7 @@ inline void CSession::Write(std::string* text, void (CSession::*then)()) {
 
 inline void CSession::AfterAnswer() {
     m_outputBody.shrink_to_fit();
+    m_answerShare.Release();
     if (!m_keepOpen) {
         SayGoodbye();
         return;
@@ -330,7 +339,6 @@ inline void CSession::SkipBody() {
 }
 
 inline void CSession::EndRequest() {
-    m_shared.m_bodyBytes -= std::exchange(m_bodyShare, 0);
     if (std::exchange(m_isBegun, false)) {
         m_shared.EndRequest();
     }
