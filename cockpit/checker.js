@@ -51,7 +51,7 @@ export class Checker {
                 await this.rehearse(words);
                 return { errors, failure: null };
             } catch (failure) {
-                const blamed = blame(failure, Array.from(edits.typed.keys()).filter(key => !errors.has(key)));
+                const blamed = blame(failure, edits, errors);
                 if (blamed.size === 0)
                     return { errors, failure };
                 blamed.forEach((text, key) => errors.set(key, text));

@@ -67,9 +67,15 @@ export class Host {
     }
 
     async tellHolders() {
+        const found = await this.findHolders();
+        if (this.reading)
+            this.onWait(found);
+    }
+
+    // Who holds the locks, and since when: the doctor's findings.
+    async findHolders() {
         const { answer } = await settled(run("doctor"));
-        if (answer && this.reading)
-            this.onWait(holders(answer));
+        return answer ? holders(answer) : [];
     }
 }
 

@@ -20,6 +20,8 @@ import { createMonitors, createSyslog } from "./views/settings.js";
 import { Watch } from "./watch.js";
 import * as words from "./words.js";
 
+const WAIT = ["--wait", "20"]; // seconds for somebody else's change; then it is said who makes it
+
 const host = new Host({ onChange: show, onWait: showWait });
 const edits = new Edits();
 const fields = new Map(); // by key
@@ -59,7 +61,7 @@ function show() {
     problems.set("history", host.failure || !host.historyFailure ? null : words.ofFailure(host.historyFailure));
     settings.hidden = host.settings === null;
     if (host.settings) {
-        const gone = edits.rebase(host.settings.values);
+        const gone = edits.rebase(host.settings);
         fileSystems.show(host.settings);
         fields.forEach((field, key) => showKey(key));
         showChanges();
@@ -130,11 +132,13 @@ async function reviewChanges() {
         actionName: _("Apply"),
         labels: host.settings.labels,
         rehearse: () => rehearse(assignments),
+        findHolders: () => host.findHolders(),
         act: async force => {
-            const answer = await changeHost(["set", ...(force ? ["--force"] : []), ...assignments], wanted);
+            const answer = await changeHost(["set", ...WAIT, ...(force ? ["--force"] : []), ...assignments], wanted);
             return words.ofChange(answer);
         },
         onDone: say,
+        onFailed: failure => showFailure("change", failure),
     });
 }
 
@@ -144,12 +148,14 @@ async function reviewRestore(entry) {
         actionName: _("Restore"),
         labels: new Map(),
         rehearse: () => run("restore", "--dry-run", entry.Id),
+        findHolders: () => host.findHolders(),
         act: async force => {
-            const answer = await changeHost(["restore", ...(force ? ["--force"] : []), entry.Id], []);
+            const answer = await changeHost(["restore", ...WAIT, ...(force ? ["--force"] : []), entry.Id], []);
             return format(_("Both files are as on $0 again, and the service was restarted. The state before is kept as $1."),
                           timeOf(entry), answer.history_id);
         },
         onDone: say,
+        onFailed: failure => showFailure("change", failure),
     });
 }
 
@@ -157,11 +163,13 @@ async function reviewRestore(entry) {
 async function changeHost(commandLine, wanted) {
     isChanging = true;
     say("");
+    problems.set("change", null);
     try {
         return await change(commandLine, wanted, host.history);
     } finally {
         isChanging = false;
         await lookAgain();
+        settle();
     }
 }
 
@@ -170,28 +178,35 @@ async function controlService(action) {
     doing = words.doing(action);
     showAgent();
     say("");
+    problems.set("service", null);
     try {
-        await run("service", action);
-        problems.set("service", null);
+        await run("service", ...WAIT, action);
     } catch (failure) {
-        problems.set("service", words.ofFailure(failure));
+        await showFailure("service", failure);
     }
     isChanging = false;
     doing = "";
     await lookAgain();
 }
 
+// A command that a problem's button shows. What it was offered for is looked at anew.
 async function runCommand(commandLine, text) {
     say("");
+    ["change", "command", "service", "unfinished"].forEach(slot => problems.set(slot, null));
     try {
         await runShown(commandLine);
-        problems.set("command", null);
-        problems.set("service", null);
         say(format(_("Done: $0"), text));
     } catch (failure) {
-        problems.set("command", words.ofFailure(failure));
+        await showFailure("command", failure);
     }
     await lookAgain();
+}
+
+// When a lock was held, the doctor knows by whom, and since when.
+async function showFailure(slot, failure) {
+    const holders = failure.kind === "busy" ? await host.findHolders() : [];
+    problems.set(slot, words.ofFailure(failure, holders));
+    problems.focus(slot);
 }
 
 function compare(from, to) {
@@ -204,7 +219,6 @@ async function lookAgain() {
     if (isChanging)
         return;
     await host.refresh();
-    settle();
     if (watch === null || host.failure || host.faults.length > 0)
         await examine();
 }

@@ -37,6 +37,7 @@ export class Watch {
 
     open(folder) {
         const channel = globalThis.cockpit.channel({ payload: "fswatch1", path: folder, superuser: "try" });
+        channel.addEventListener("ready", () => this.notice()); // what changed before it watched
         channel.addEventListener("message", (event, data) => {
             const { path, other } = JSON.parse(data);
             const { files } = this.folders.get(folder) || { files: new Set() };

@@ -14,9 +14,11 @@ function problem(kind, message, more = {}) {
     return { kind, message, details: [], hostState: null, commands: [], actions: [], ...more };
 }
 
-export function ofFailure(failure) {
+// holders: the doctor's findings of locks that are held.
+export function ofFailure(failure, holders = []) {
+    const texts = [...(failure.reasons || []), ...holders.map(finding => finding.text)];
     return problem(failure.kind || "page", failure.message, {
-        details: (failure.reasons || []).map(text => ({ text, command: null })),
+        details: texts.map(text => ({ text, command: null })),
         hostState: failure.hostState || null,
         commands: failure.recoverWith || [],
         actions: actionsFor(failure.kind),
@@ -69,13 +71,13 @@ export function ofUnfinished({ change, outcome }) {
     const details = [{ text: format("loggerctl $0", change.words.join(" ")), command: null }];
     switch (outcome) {
     case begun.DONE:
-        return { text: _("The connection was cut while a change was under way. The change came to its end, and the settings are as they were to be."),
+        return { text: _("The change under way when the connection was cut came to its end: the settings are as they were to be."),
                  problem: null, typed: [] };
     case begun.NOT_BEGUN:
         return { text: "", typed: change.wanted,
-                 problem: problem("not-begun", _("The connection was cut before the change had begun. Nothing was changed."), { details }) };
+                 problem: problem("not-begun", _("The connection was cut before your change had begun. Nothing was changed; what you had typed stands here once more."), { details }) };
     default:
         return { text: "", typed: [],
-                 problem: problem("half", _("The connection was cut while a change was under way, and the settings are not as they were to be. The history has the files as they were before."), { details }) };
+                 problem: problem("half", _("The connection was cut while a change was under way, and the settings are not as they were to be. The history has the files as they were before it."), { details }) };
     }
 }

@@ -27,8 +27,14 @@ function isReached(begun, history, values) {
 }
 
 function isOf(entry, begun) {
-    const reason = begun.words[0] === "set" ? begun.words.join(" ") : `before restore of ${restoredId(begun)}`;
+    const reason = begun.words[0] === "set" ? reasonOfSet(begun) : `before restore of ${restoredId(begun)}`;
     return entry.Id > begun.newestId && entry.Reason === reason;
+}
+
+// The history has the assignments, with --force where it stood, and no other option.
+function reasonOfSet(begun) {
+    const assignments = begun.words.filter(word => word.includes("=")).join(" ");
+    return begun.words.includes("--force") ? `set --force ${assignments}` : `set ${assignments}`;
 }
 
 function restoredId(begun) {

@@ -15,18 +15,18 @@ export function isHeld(finding) {
 }
 
 // What is to be mended.
-export function faults(document) {
-    return document.findings.filter(finding =>
+export function faults(answer) {
+    return answer.findings.filter(finding =>
         NEEDED.has(finding.name) && ["missing", "wrong"].includes(finding.state) && !isHeld(finding));
 }
 
 // Who holds what a command waits for.
-export function holders(document) {
-    return document.findings.filter(finding => NEEDED.has(finding.name) && isHeld(finding));
+export function holders(answer) {
+    return answer.findings.filter(finding => NEEDED.has(finding.name) && isHeld(finding));
 }
 
 // The files and the folder whose change means that the settings may be others.
-export function watchedPaths(document) {
-    return document.findings.filter(finding => WATCHED.has(finding.name))
+export function watchedPaths(answer) {
+    return answer.findings.filter(finding => WATCHED.has(finding.name))
             .map(finding => finding.name === "history" ? `${finding.looked_at}/` : finding.looked_at);
 }

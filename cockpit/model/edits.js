@@ -3,6 +3,7 @@
 export class Edits {
     constructor() {
         this.typed = new Map(); // by key: text
+        this.spelling = new Map(); // of keys that a command line spells in another way
     }
 
     // Typing what is saved already takes the change back.
@@ -19,7 +20,8 @@ export class Edits {
 
     // The settings were read anew: leaves out what is so already, and what is not there any more. Gives
     // the keys of the latter.
-    rebase(values) {
+    rebase({ values, spelling }) {
+        this.spelling = spelling;
         const gone = [];
         for (const [key, text] of this.typed) {
             if (!values.has(key))
@@ -42,10 +44,14 @@ export class Edits {
         return this.typed.get(key);
     }
 
+    spelled(key) {
+        return this.spelling.get(key) || key;
+    }
+
     // As "loggerctl set" takes them, but for those that are left out.
     arguments(leftOut = new Map()) {
         return Array.from(this.typed)
                 .filter(([key]) => !leftOut.has(key))
-                .map(([key, text]) => `${key}=${text}`);
+                .map(([key, text]) => `${this.spelled(key)}=${text}`);
     }
 }

@@ -18,15 +18,18 @@ export function nameOf(row) {
         : { text: row.VolumeName, isText: true };
 }
 
-// The key of a file system's setting. The tool takes a name as it is, but one with the characters of a
+// The name as a command line has it. The tool takes a name as it is, but one with the characters of a
 // pattern could come to mean others once it is not mounted any more; so these are written as bytes.
+export function spelled(name) {
+    if (name.text.search(PATTERN_CHARACTERS) < 0)
+        return name.text;
+    const text = name.isText ? name.text.replace(/\\/g, "\\\\") : name.text;
+    return text.replace(PATTERN_CHARACTERS, hexadecimal);
+}
+
+// The key of a file system's setting.
 export function volumeKey(name, setting) {
-    if (!name.isText)
-        return `fs:${name.text.replace(PATTERN_CHARACTERS, hexadecimal)}.${setting}`;
-    const spelled = PATTERN_CHARACTERS.test(name.text)
-        ? name.text.replace(/\\/g, "\\\\").replace(PATTERN_CHARACTERS, hexadecimal)
-        : name.text;
-    return `fs:${spelled}.${setting}`;
+    return `fs:${name}.${setting}`;
 }
 
 function hexadecimal(characters) {

@@ -2,7 +2,7 @@
 // in the order that needs attention first. Pure.
 
 import { _, format } from "../text.js";
-import { nameOf, printable, volumeKey } from "./names.js";
+import { nameOf, printable, spelled, volumeKey } from "./names.js";
 
 // ---- The settings that are not a file system's ----
 
@@ -69,8 +69,9 @@ function rowOf(volume, allMonitored) {
     return {
         name: name.text,
         shown: name.isText ? printable(name.text) : name.text,
-        enableKey: volumeKey(name, "enable"),
-        thresholdKey: volumeKey(name, "threshold"),
+        spelled: spelled(name),
+        enableKey: volumeKey(name.text, "enable"),
+        thresholdKey: volumeKey(name.text, "threshold"),
         monitored,
         threshold: volume.Threshold,
         inUse,
@@ -87,10 +88,12 @@ function compare(one, other) {
 
 // ---- All of it ----
 
-// values: what each key has; labels: what each key is called; rows: the file systems, in order.
+// values: what each key has; labels: what it is called; spelling: how a command line spells it, where
+// that is another way; rows: the file systems, in order.
 export function readRecord(record) {
     const values = new Map();
     const labels = new Map();
+    const spelling = new Map();
     for (const setting of GENERAL) {
         values.set(setting.key, record[setting.part][setting.property]);
         labels.set(setting.key, setting.label());
@@ -102,8 +105,12 @@ export function readRecord(record) {
         values.set(row.thresholdKey, row.threshold);
         labels.set(row.enableKey, enableLabel(row));
         labels.set(row.thresholdKey, thresholdLabel(row));
+        if (row.spelled !== row.name) {
+            spelling.set(row.enableKey, volumeKey(row.spelled, "enable"));
+            spelling.set(row.thresholdKey, volumeKey(row.spelled, "threshold"));
+        }
     }
-    return { values, labels, rows: rows.sort(compare) };
+    return { values, labels, spelling, rows: rows.sort(compare) };
 }
 
 export function enableLabel(row) {

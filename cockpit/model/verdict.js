@@ -2,12 +2,13 @@
 
 import { printable } from "./names.js";
 
-// Which of the keys a failed dry run speaks of: the texts, by key. None where it speaks of no key.
-export function blame(failure, keys) {
+// Which of the typed values a failed dry run speaks of, besides those that are known to be wrong: what
+// it says, by key. None where it speaks of none.
+export function blame(failure, edits, known) {
     const texts = new Map();
     for (const sentence of [failure.message, ...failure.reasons]) {
-        for (const key of keys) {
-            const text = speaksOf(sentence, printable(key));
+        for (const key of edits.typed.keys()) {
+            const text = known.has(key) ? null : speaksOf(sentence, printable(edits.spelled(key)), key);
             if (text !== null)
                 texts.set(key, text);
         }
@@ -15,11 +16,13 @@ export function blame(failure, keys) {
     return texts;
 }
 
-// What stands behind the key; a sentence that goes on about it stays whole.
-function speaksOf(sentence, key) {
-    if (sentence.startsWith(`${key}: `))
-        return sentence.slice(key.length + 2);
-    return sentence.startsWith(`${key} `) ? sentence : null;
+// What stands behind the key; a sentence that goes on about it, or about its file system, stays whole.
+function speaksOf(sentence, shown, key) {
+    if (sentence.startsWith(`${shown}: `))
+        return sentence.slice(shown.length + 2);
+    const name = /^fs:(.*)\.[a-z]+$/su.exec(key);
+    const isNamed = name !== null && [name[1], printable(name[1])].some(text => sentence.includes(`'${text}'`));
+    return isNamed || sentence.startsWith(`${shown} `) ? sentence : null;
 }
 
 // What a dry run says besides: a headline, and a sentence for each detail. What would be lost comes

@@ -7,7 +7,7 @@ export function createChanges({ onReview, onDiscard }) {
     const text = element("span", { role: "status" });
     const problem = element("span", { class: "error" });
     const view = element("section", { id: "changes", "aria-label": _("Changes"), hidden: true },
-                         element("div", { class: "buttons" }, // first: they stay where they are, whatever the text
+                         element("div", { class: "buttons" },
                                  button(_("Review"), onReview, { class: "button primary" }),
                                  button(_("Discard"), onDiscard)),
                          text, problem);

@@ -74,5 +74,12 @@ export function createProblems(on) {
         view.append(made);
     }
 
-    return { element: view, set };
+    // What somebody has asked for went wrong: leads there.
+    function focus(slot) {
+        const { element: made } = slots.get(slot);
+        made.tabIndex = -1;
+        made.focus();
+    }
+
+    return { element: view, set, focus };
 }

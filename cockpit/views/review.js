@@ -9,10 +9,12 @@ import { openDialog } from "./dialog.js";
 import { differenceElement } from "./difference.js";
 import { problemElement } from "./problems.js";
 
-// title, actionName: texts. labels: what keys are called. rehearse() gives the tool's dry run;
-// act(force) does it, and gives the text that says so. Both may throw a Failure. onDone(text) is
-// called when it is done.
-export async function review({ title, actionName, labels, rehearse, act, onDone }) {
+// title, actionName: texts. labels: what keys are called. rehearse() gives the tool's dry run,
+// findHolders() the doctor's findings of locks that are held by others;
+// act(force) does it, and gives the text that says so. Both may throw a Failure: one of rehearse() is
+// shown in the dialog, for nothing was touched; one of act() closes it and is given to onFailed().
+// onDone(text) is called when it is done.
+export async function review({ title, actionName, labels, rehearse, findHolders, act, onDone, onFailed }) {
     const body = element("div");
     const confirm = element("input", { type: "checkbox", onChange: allow });
     const actButton = button(actionName, apply, { class: "button primary" });
@@ -40,42 +42,40 @@ export async function review({ title, actionName, labels, rehearse, act, onDone 
         allow();
     }
 
-    function fail(failure) {
-        body.prepend(problemElement(ofFailure(failure)));
-    }
-
-    async function rehearseNow() {
-        setBusy(_("Trying the change out. Nothing is touched yet."));
+    // The dry run; null when it failed, and has said so.
+    async function tryOut() {
         try {
-            show(await rehearse());
+            return await rehearse();
         } catch (failure) {
-            fail(failure);
+            body.prepend(problemElement(ofFailure(failure)));
+            return null;
         }
-        setBusy("");
     }
 
     // What is done is what was shown: when the host has changed meanwhile, it is shown anew.
     async function apply() {
-        const force = verdict.needs_force;
         setBusy(_("Looking whether the host is still as shown."));
-        try {
-            const now = await rehearse();
-            if (!isSame(now, verdict)) {
-                setBusy("");
-                show(now, _("The host has changed meanwhile. This is what will be done now."));
-                return;
-            }
-            setBusy(_("The agent is stopped, the files are written and compared, and the agent is started again."));
-            const text = await act(force);
-            dialog.close();
-            onDone(text);
-        } catch (failure) {
+        const [now, holders] = await Promise.all([tryOut(), findHolders()]);
+        if (now === null || !isSame(now, verdict))
             setBusy("");
-            fail(failure);
+        if (now === null)
+            return;
+        if (!isSame(now, verdict)) {
+            show(now, _("The host has changed meanwhile. This is what will be done now."));
+            return;
         }
+        setBusy([...holders.map(finding => finding.text),
+                 _("The agent is stopped, the files are written and compared, and the agent is started again.")].join(" "));
+        const tell = await act(verdict.needs_force).then(text => () => onDone(text), failure => () => onFailed(failure));
+        dialog.close(); // first: what is behind it can take the focus then
+        tell();
     }
 
-    await rehearseNow();
+    setBusy(_("Trying the change out. Nothing is touched yet."));
+    const first = await tryOut();
+    setBusy("");
+    if (first !== null)
+        show(first);
     (actButton.disabled ? cancelButton : actButton).focus();
 }
 

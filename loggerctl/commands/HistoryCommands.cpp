@@ -221,7 +221,7 @@ Result Diff(const std::optional<std::string>& id, const std::optional<std::strin
     answer.m_document = {{"id", from->m_id},
                          {"until", untilId ? Json(until->m_id) : Json()},
                          {"rights", rights},
-                         {"difference", output::JsonString(texts)}};
+                         {"difference", output::JsonLines(texts)}};
     return answer;
 }
 

@@ -329,7 +329,7 @@ CAnswer CRestore::Answer(const std::string& text, bool done) const {
     answer.m_document = {{"changed", done || (m_options.m_dryRun && !IsSame())},
                          {"dry_run", m_options.m_dryRun},
                          {"restored", m_id},
-                         {"difference", output::JsonString(agent::Difference(m_now, m_copy))},
+                         {"difference", output::JsonLines(agent::Difference(m_now, m_copy))},
                          {"history_id", done ? Json(m_pending.m_keptId) : Json()},
                          {"service_restarted", done}};
     return answer;

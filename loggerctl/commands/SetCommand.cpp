@@ -395,7 +395,7 @@ CAnswer CSet::Answer(bool done) const {
         {"dry_run", m_options.m_dryRun},
         {"settings", settings},
         {"difference",
-         output::JsonString(written ? agent::Difference(m_before, m_rehearsal.m_files) : "")},
+         output::JsonLines(written ? agent::Difference(m_before, m_rehearsal.m_files) : "")},
         {"history_id", m_historyId.empty() ? Json() : Json(m_historyId)},
         {"service_restarted", done}};
     if (m_options.m_dryRun) {

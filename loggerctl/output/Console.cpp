@@ -50,7 +50,7 @@ void AddState(const CHostState& state, Json* error) {
     (*error)["host_state"] = {
         {"service", state.m_service},
         {"files", state.m_difference.empty() ? "unchanged" : "changed"},
-        {"difference", JsonString(state.m_difference)},
+        {"difference", JsonLines(state.m_difference)},
     };
     Json& commands = (*error)["recover_with"] = Json::array();
     for (const auto& recover : state.m_recover) {
@@ -213,6 +213,17 @@ std::string ToText(const Json& document) {
 
 Json JsonString(const std::string& bytes) {
     return IsValidUtf8(bytes) ? bytes : Escape(bytes);
+}
+
+Json JsonLines(const std::string& bytes) {
+    std::string lines;
+    std::size_t begin = 0;
+    for (std::size_t end = bytes.find('\n'); end != std::string::npos;
+         end = bytes.find('\n', begin)) {
+        lines += JsonString(bytes.substr(begin, end - begin)).get<std::string>() + "\n";
+        begin = end + 1;
+    }
+    return lines + JsonString(bytes.substr(begin)).get<std::string>();
 }
 
 } // namespace output

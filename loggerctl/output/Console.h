@@ -82,4 +82,8 @@ std::string ToText(const nlohmann::ordered_json& document);
 // does.
 nlohmann::ordered_json JsonString(const std::string& bytes);
 
+// The same for a text of several lines, such as a difference: a line that is not UTF-8 is escaped,
+// and the others stay as they are.
+nlohmann::ordered_json JsonLines(const std::string& bytes);
+
 } // namespace output

@@ -68,10 +68,24 @@ class Browser:
     def log_in(self, user: str, password: str, path: str = "/system") -> None:
         """Logs in at Cockpit's door; what is shown first is the page at the path."""
         self.driver.get(ADDRESS + path)
+        self.answer_door(user, password)
+
+    def answer_door(self, user: str, password: str) -> None:
+        """Fills in what Cockpit asks for at its door."""
         self.wait_for("#login-user-input").send_keys(user)
         self.driver.find_element(By.ID, "login-password-input").send_keys(password)
         self.driver.find_element(By.ID, "login-button").click()
         self.wait_for("#topnav, #main")
+
+    def log_in_again(self, user: str, password: str) -> None:
+        """After Cockpit has lost its connection: back to the page where one was."""
+        self.driver.find_element(By.ID, "disconnected-reconnect").click()
+        self.answer_door(user, password)
+        self.enter_page()
+
+    def choose_style(self, style: str) -> None:
+        """Light or dark, as it is chosen in Cockpit's own menu."""
+        self.driver.execute_script("localStorage.setItem('shell:style', arguments[0])", style)
 
     def log_out(self) -> None:
         """Forgets whoever was logged in, and what the browser remembers of him."""
@@ -96,15 +110,19 @@ class Browser:
 
     def reload_page(self) -> None:
         """Opens the page anew, without Cockpit around it."""
+        self.begin_reload()
+        self.wait_for(READY)
+
+    def begin_reload(self) -> None:
+        """The same, without waiting for the page's first picture."""
         self.driver.execute_script("window.isOld = true; location.reload()")
         wait_until(self._has_reloaded, "the page opened anew")
-        self.wait_for(READY)
 
     def _has_reloaded(self) -> bool:
         with contextlib.suppress(WebDriverException):
             self.leave_page()
             self.driver.switch_to.frame(self.driver.find_element(By.CSS_SELECTOR, FRAME))
-            return not self.driver.execute_script("return window.isOld === true")
+            return self.driver.execute_script("return window.isOld !== true && document.body !== null")
         return False
 
     def leave_page(self) -> None:
@@ -131,6 +149,11 @@ class Browser:
     def wait_for(self, selector: str, what: str = "") -> WebElement:
         """The first element of a selector that is seen, as soon as there is one."""
         return wait_until(lambda: next(iter(self.seen(selector)), None), what or selector)
+
+    def wait_for_enabled(self, selector: str) -> WebElement:
+        """The same, as soon as it can be used."""
+        return wait_until(lambda: next((element for element in self.seen(selector) if element.is_enabled()), None),
+                          f"{selector}, to be used")
 
     def seen(self, selector: str) -> list:
         """The elements of a selector that are seen."""
@@ -161,7 +184,13 @@ class Browser:
 
     def click(self, role: str, name: str, within: WebElement = None) -> None:
         """Clicks on what has the role and the name, as soon as it can be clicked on."""
-        self.do(lambda: self.find(role, name, within).click(), f'a click on {role} "{name}"')
+        self.do(lambda: self._click_enabled(self.find(role, name, within)), f'a click on {role} "{name}"')
+
+    @staticmethod
+    def _click_enabled(element: WebElement) -> None:
+        if not element.is_enabled():
+            raise WebDriverException("it is disabled")
+        element.click()
 
     def do(self, action, what: str) -> None:
         """Does what may have to be tried again while the page draws itself anew."""

@@ -41,6 +41,7 @@ read -r _ </run/gate/let
 exec systemctl "$1" agent.service
 """
 PORT = 9090
+PROGRAM = pathlib.Path(sys.argv[0]).stem
 # What a busy machine may need for anything that is waited for.
 PATIENCE_SECONDS = 60
 
@@ -147,7 +148,8 @@ class ConsoleHost(installed_host.InstalledHost):
             yield lambda: self.host.run("sh", "-c", "echo now >/run/gate/let")
         finally:
             self.describe()
-            self.host.run("rm", "-r", "/run/gate")
+            # Whoever has not been let, for a test has failed, finds no gate any more.
+            self.host.run("sh", "-c", "echo now 1<>/run/gate/let; rm -r /run/gate")
 
     def asked(self) -> None:
         """Waits until the gate's command was asked."""
@@ -181,15 +183,15 @@ class WithPictures(unittest.TextTestResult):
     @staticmethod
     def _keep(test) -> None:
         if hasattr(test, "browser"):
-            test.browser.keep(installed_host.FOLDER / f"{test.id().rsplit('.', 1)[-1]}.png")
+            test.browser.keep(installed_host.FOLDER / f"{PROGRAM}-{test.id().split('.')[2]}.png")
 
 
 def main() -> None:
     """Runs the tests of the program that calls this."""
     installed_host.FOLDER = pathlib.Path(sys.argv[1]).resolve()
     installed_host.PACKAGES = [pathlib.Path(name).resolve() for name in sys.argv[2:]]
-    for picture in installed_host.FOLDER.glob("*.png"):
-        picture.unlink()
+    for kept in installed_host.FOLDER.glob(f"{PROGRAM}-*"):
+        kept.unlink()
     unittest.defaultTestLoader.testNamePatterns = [f"*{os.environ.get('KZM_CONSOLE_TESTS', '')}*"]
     unittest.main(argv=sys.argv[:1], testLoader=unittest.defaultTestLoader, verbosity=2,
                   testRunner=unittest.TextTestRunner(resultclass=WithPictures, verbosity=2))

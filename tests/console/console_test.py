@@ -220,6 +220,7 @@ class Console(ConsoleCase):
         """The tool's changes, a management client's, an editor's, a mount, the service: without a reload."""
         self.start_afresh()
         self.open_server()
+        self.describe() # which opening the server has written without a status
         self.browser.driver.execute_script("window.isOld = true")
         self.change_by_tool("cpu.threshold=81")
         self.page.wait_for_value("cpu.threshold", "81")
@@ -257,8 +258,11 @@ class Console(ConsoleCase):
         review = self.page.review()
         self.change_by_tool("memory.count=9")
         self.browser.click("button", "Apply", review)
-        wait_until(lambda: "MEMORY=(True, 60, 9, 71)" in self.file("alert.cfg") or
-                   "MEMORY=(True, 60, 9, 85)" in self.page.difference(), "a review of what is there now")
+        wait_until(lambda: "-MEMORY=(True, 60, 9, 85)\n+MEMORY=(True, 60, 9, 71)" in self.page.difference(),
+                   "a review of what is there now")
+        self.assertEqual(self.get("memory.threshold"), "85")
+        self.page.apply(review)
+        self.assertIn("MEMORY=(True, 60, 9, 71)", self.file("alert.cfg"))
 
     def test_13_removed(self) -> None:
         """The page goes with its package; the settings stay."""

@@ -2,6 +2,7 @@
 
 from browser import Browser
 from console_host import wait_until
+from selenium.common.exceptions import NoSuchElementException
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.remote.webelement import WebElement
@@ -9,6 +10,13 @@ from selenium.webdriver.support.select import Select
 
 # Chooses all that stands in a field, so that typing takes its place.
 ALL = Keys.CONTROL + "a" + Keys.NULL
+
+
+def only(elements: list) -> WebElement:
+    """The one element that there is to be."""
+    if len(elements) != 1:
+        raise NoSuchElementException(f"there are {len(elements)} of it")
+    return elements[0]
 
 
 class LoggerPage:
@@ -129,6 +137,21 @@ class LoggerPage:
         return self._browser.driver.execute_script(
             "return document.querySelector(`tr[data-name=\"${CSS.escape(arguments[0])}\"]`)", name)
 
+    def keys_of(self, name: str) -> dict:
+        """The keys of a file system's settings, by their last words."""
+        keys = self._browser.driver.execute_script(
+            "return [...arguments[0].querySelectorAll('[data-key]')].map(input => input.dataset.key)",
+            self._row(name))
+        return {key.rsplit(".", 1)[1]: key for key in keys}
+
+    def enter_in_row(self, name: str, setting: str, value: str) -> None:
+        """Types a file system's setting."""
+        def type_it() -> None:
+            only([field for field in self._row(name).find_elements(By.CSS_SELECTOR, "[data-key]")
+                  if field.get_attribute("data-key").endswith(f".{setting}")]).send_keys(ALL, value)
+
+        self._browser.do(type_it, f"typing the {setting} of {name}")
+
     def filter(self, text: str) -> None:
         """Types into the filter, in the place of what is there."""
         field = self._browser.wait_for("input[type=search]")
@@ -148,11 +171,16 @@ class LoggerPage:
     def click_in_entry(self, identifier: str, action: str) -> None:
         """Clicks on the button of an entry; each one's name goes on with the time of its entry."""
         def click() -> None:
-            [button] = [button for button in self.entry(identifier).find_elements(By.CSS_SELECTOR, "button")
-                        if button.text == action and button.accessible_name.startswith(action + " ")]
-            button.click()
+            only([button for button in self.entry(identifier).find_elements(By.CSS_SELECTOR, "button")
+                  if button.text == action and button.accessible_name.startswith(action + " ")]).click()
 
         self._browser.do(click, f'a click on "{action}" of {identifier}')
+
+    def dismiss_dialogs(self) -> None:
+        """Leaves whatever dialog is open."""
+        for dialog in self._browser.seen("dialog"):
+            dialog.send_keys(Keys.ESCAPE)
+            self.wait_for_end(dialog)
 
     def close(self, title: str) -> None:
         """Closes a dialog that only tells something."""
@@ -171,6 +199,14 @@ class LoggerPage:
     def problem(self, kind: str) -> WebElement:
         """What the page says of a problem of this kind, as soon as it says it."""
         return self._browser.wait_for(f'[role=alert][data-problem="{kind}"]')
+
+    def run_command(self, beginning: str) -> None:
+        """Clicks on the button that names a command with this beginning."""
+        def click() -> None:
+            only([button for button in self._browser.seen("[data-problem] button")
+                  if button.text.startswith(f"Run: {beginning}")]).click()
+
+        self._browser.do(click, f"a click on the button that runs {beginning}")
 
     def problems(self) -> list:
         """The kinds of problems that the page tells now."""

@@ -57,6 +57,11 @@ class Container:
         """Its files."""
         return self._root
 
+    @property
+    def process(self) -> str:
+        """Its first process, as the host around it counts; for who wants to enter its namespaces."""
+        return str(self._init)
+
     def boot(self) -> None:
         """Starts its systemd and waits until all that belongs to it runs."""
         self._nspawn = subprocess.Popen(

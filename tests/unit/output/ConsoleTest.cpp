@@ -387,6 +387,9 @@ TEST(ToText, OfBytesIsReadable) {
     EXPECT_EQ(output::JsonString("/B\xC3\xBCro\x1B\\"), Json("/B\xC3\xBCro\x1B\\"));
     EXPECT_EQ(output::JsonString("/\xFF\x1B\\\xC3\xBC"), Json("/\\xFF\\x1B\\\\\xC3\xBC"));
     EXPECT_EQ(output::JsonString(""), Json(""));
+    EXPECT_EQ(output::JsonLines("a\n\tb\xFF\n\nc\xC3\xBC"), Json("a\n\\x09b\\xFF\n\nc\xC3\xBC"));
+    EXPECT_EQ(output::JsonLines("a\n\xFF\n"), Json("a\n\\xFF\n"));
+    EXPECT_EQ(output::JsonLines(""), Json(""));
 }
 
 TEST(ToText, IsQuickForManyRows) {
