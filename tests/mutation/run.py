@@ -2,9 +2,9 @@
 """Breaks the product on purpose, one small change at a time, and tells which test notices.
 
 Every chosen change of the lists is made in a copy of the tree and of its build by the preset "dev",
-built, and tested until the first test fails. A change that no test notices survives: either a test is missing, or the change is none.
-A change that cannot be made or built proves nothing, and one that is accepted as a survivor must be
-one. All of these end the run with exit status 1.
+built, and tested until the first test fails. A change that no test notices survives: either a test is
+missing, or the change is none. A change that cannot be made or built proves nothing, and one that is
+accepted as a survivor must be one. All of these end the run with exit status 1.
 """
 
 import sys
