@@ -4,6 +4,7 @@
 #include "tests/support/CProcessLimit.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/Descriptors.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/system/server/http/CClient.h"
 #include "tests/system/server/http/CFakeProviderd.h"
 #include "tests/system/server/http/CServerProcess.h"
@@ -127,6 +128,24 @@ TEST_F(LifeTest, GoesOnWhenDescriptorsAreUsedUp) {
         EXPECT_EQ(client.Answer(), Repeated("hi"));
     }
     EXPECT_EQ(waiting->Answer(), Repeated("hi"));
+}
+
+TEST_F(LifeTest, GoesOnWhenMemoryIsUsedUp) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers take memory of their own";
+#endif
+    CServerProcess server("MaxConnections=1000\nMaxConnectionsPerPeer=1000\n");
+    {
+        const CProcessLimit none(server.Id(), RLIMIT_DATA, MemoryOf(server.Id(), "VmData"));
+        std::vector<CClient> clients;
+        for (int i = 0; i < 500; ++i) {
+            clients.emplace_back(server.HttpPort());
+        }
+        EXPECT_TRUE(clients.back().IsEnd()) << "it is closed";
+    }
+    CClient client(server.HttpPort());
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
 }
 
 struct CRunRow {
