@@ -248,7 +248,7 @@ void CServer::Run() {
             m_parts->m_io.run();
         } catch (const std::exception& exception) {
             // The connection that it came from is gone; the others go on.
-            Log(Level::Error, std::string("A connection was given up: ") + exception.what() + ".");
+            daemon_base::LogException("A connection was given up", exception);
         }
     }
 }

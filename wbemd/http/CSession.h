@@ -50,8 +50,8 @@ struct CShared {
     CSettings m_settings;
     std::shared_ptr<asio::ssl::context> m_tls; // null when there is no https
     CConnectionCount m_count;
-    std::size_t m_refused = 0; // connections that are beyond the limit and told so
-    std::size_t m_begun = 0;   // requests whose head was read and that are not answered yet
+    CConnectionCount m_refused; // connections that are beyond the limit and told so
+    std::size_t m_begun = 0;    // requests whose head was read and that are not answered yet
     bool m_stopping = false;
     std::function<void()> m_onAllAnswered;
 };
@@ -60,20 +60,17 @@ struct CShared {
 // something is under way on it.
 class CSession : public std::enable_shared_from_this<CSession> {
 public:
-    // `gone` is called when the connection has ended.
+    // The place is the connection's as long as it lives.
     CSession(CShared& shared, CSocket socket, asio::ssl::context* tls, std::string peer,
-             std::function<void()> gone)
+             CConnectionCount::CPlace place)
         : m_shared(shared),
+          m_place(std::move(place)),
           m_transport(std::move(socket), tls),
           m_peer(std::move(peer)),
-          m_gone(std::move(gone)),
           m_timer(shared.m_io),
           m_bodyShare(shared.m_bodies),
           m_answerShare(shared.m_answers) {}
-    ~CSession() {
-        EndRequest();
-        m_gone();
-    }
+    ~CSession() { EndRequest(); }
     CSession(const CSession&) = delete;
     CSession& operator=(const CSession&) = delete;
 
@@ -141,9 +138,9 @@ private:
     void OnCutTime();
 
     CShared& m_shared;
+    const CConnectionCount::CPlace m_place;
     CTransport m_transport;
     std::string m_peer;
-    std::function<void()> m_gone;
 
     std::weak_ptr<CProviderdLink::CQuestion> m_question; // that is on its way
     Clock::time_point m_askTime;                         // of the last question

@@ -204,6 +204,27 @@ TEST_F(ConnectionTest, ACallWhoseAnswerHasNoMemoryIsNotToldAsUnmade) {
     EXPECT_NE(AnswerTo(server, Post("call " + fits)).find(fits), string::npos) << "and it goes on";
 }
 
+// Who has read asks for a call at once, and so these bytes are the answer to it.
+TEST_F(ConnectionTest, AnAnswerHasItsMemoryBeforeItComes) {
+    const CServerProcess server("MaxAnswerMemoryBytes=100000\n");
+    const string tooLong("\x40\x0D\x03\0", 4); // says 200,000 bytes, of which none come
+    const string fits("\x90\x5F\x01\0", 4);    // says 90,000
+    CClient refused(server.HttpPort());
+    CClient waiting(server.HttpPort());
+    for (CClient* client : {&refused, &waiting}) {
+        client->Send(Post("call x"));
+        EXPECT_NE(client->Answer(), "");
+    }
+    m_providerd.AnswerBytes(tooLong);
+    refused.Send(Post("call y"));
+    EXPECT_EQ(refused.Answer(), kUntold);
+    m_providerd.AnswerBytes(fits);
+    waiting.Send(Post("call y"));
+    m_providerd.AwaitAsked(6);
+    m_providerd.AnswerBytes("");
+    EXPECT_EQ(AnswerTo(server, Post("long 65537")), kBusy);
+}
+
 TEST_F(ConnectionTest, ANewLimitOfAnswersCountsFromTheReload) {
     CServerProcess server("MaxAnswerMemoryBytes=100000\n");
     EXPECT_EQ(AnswerTo(server, Post("long 100001")), kBusy);

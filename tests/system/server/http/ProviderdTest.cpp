@@ -143,6 +143,7 @@ TEST_F(ProviderdTest, ACallThatCouldNotBeSentWasNotMade) {
     m_providerd->StopReadingAfterChecks();
     EXPECT_EQ(AnswerTo(m_server, Post("call " + string(5'000'000, 'x'))), kAway);
     EXPECT_EQ(m_providerd->Asked().size(), 1U);
+    EXPECT_EQ(AnswerTo(m_server, Post("hi")), Repeated("hi")) << "on another connection";
 }
 
 TEST_F(ProviderdTest, ACallWithoutMemoryForItsAnswerIsNotToldAsUnmade) {

@@ -140,18 +140,22 @@ TEST(ListenAddressTest, KnowsWhatOthersCanReach) {
 
 TEST(ConnectionCountTest, HoldsBothLimits) {
     wbemd::CConnectionCount count;
-    EXPECT_TRUE(count.Add("a", 3, 2));
-    EXPECT_TRUE(count.Add("a", 3, 2));
-    EXPECT_FALSE(count.Add("a", 3, 2));
-    EXPECT_TRUE(count.Add("b", 3, 2));
-    EXPECT_FALSE(count.Add("c", 3, 2));
-    count.Remove("a");
-    EXPECT_TRUE(count.Add("c", 3, 2));
-    EXPECT_EQ(count.Total(), 3U);
-    for (const char* const peer : {"a", "b", "c"}) {
-        count.Remove(peer);
+    {
+        auto first = count.Take("a", 3, 2);
+        const auto second = count.Take("a", 3, 2);
+        EXPECT_TRUE(first && second);
+        EXPECT_FALSE(count.Take("a", 3, 2));
+        const auto third = count.Take("b", 3, 2);
+        EXPECT_TRUE(third);
+        EXPECT_FALSE(count.Take("c", 3, 2));
+        first.reset();
+        auto fourth = count.Take("c", 3, 2);
+        EXPECT_TRUE(fourth);
+        const wbemd::CConnectionCount::CPlace moved = std::move(*fourth);
+        EXPECT_EQ(count.Total(), 3U);
     }
     EXPECT_EQ(count.Total(), 0U);
+    EXPECT_TRUE(count.Take("a", 1, 1));
 }
 
 } // namespace
