@@ -3,7 +3,7 @@
 // meanwhile: in the one that stays over a log-in, for Cockpit empties the other one then.
 
 import * as begun from "./model/begun.js";
-import { CUT, run } from "./tool.js";
+import { CUT, runFromAfar } from "./tool.js";
 
 const place = () => `kzm-logger:begun:${globalThis.cockpit.transport.host || "localhost"}`;
 
@@ -11,7 +11,7 @@ const place = () => `kzm-logger:begun:${globalThis.cockpit.transport.host || "lo
 export async function change(words, wanted, history) {
     localStorage.setItem(place(), JSON.stringify(begun.begin(words, wanted, history)));
     try {
-        const answer = await run(...words);
+        const answer = await runFromAfar(...words);
         localStorage.removeItem(place());
         return answer;
     } catch (failure) {

@@ -8,7 +8,7 @@ import { Host } from "./host.js";
 import { Edits } from "./model/edits.js";
 import { timeOf } from "./model/history.js";
 import { _, format } from "./text.js";
-import { run, runShown } from "./tool.js";
+import { BUSY, run, runShown } from "./tool.js";
 import { createAgent } from "./views/agent.js";
 import { createChanges } from "./views/changes.js";
 import { showField } from "./views/field.js";
@@ -56,11 +56,13 @@ function dropField(field) {
 
 function show() {
     showAgent();
-    history.show(host.history);
+    history.show(host.history, host.historyFailure);
     problems.set("settings", words.ofReading(host.failure, host.faults));
     problems.set("history", host.failure || !host.historyFailure ? null : words.ofFailure(host.historyFailure));
-    settings.hidden = host.settings === null;
-    if (host.settings) {
+    // What cannot be read now may be another thing by now; while somebody holds the lock, it is not yet.
+    const isShown = host.settings !== null && (host.failure === null || host.failure.kind === BUSY);
+    settings.hidden = changes.element.inert = !isShown;
+    if (isShown) {
         const gone = edits.rebase(host.settings);
         fileSystems.show(host.settings);
         fields.forEach((field, key) => showKey(key));
@@ -204,7 +206,7 @@ async function runCommand(commandLine, text) {
 
 // When a lock was held, the doctor knows by whom, and since when.
 async function showFailure(slot, failure) {
-    const holders = failure.kind === "busy" ? await host.findHolders() : [];
+    const holders = failure.kind === BUSY ? await host.findHolders() : [];
     problems.set(slot, words.ofFailure(failure, holders));
     problems.focus(slot);
 }

@@ -17,7 +17,10 @@ export class Failure extends Error {
     }
 }
 
-// Kinds of failures that are not the tool's own.
+// Kinds of failures: some of the tool's own, by its names, and those of the way to it.
+export const BUSY = "busy";
+export const NO_RIGHTS = "no-rights";
+export const NOT_INSTALLED = "not-installed";
 export const TOOL_MISSING = "tool-missing";
 export const CUT = "disconnected";
 const UNREADABLE = "unreadable";
@@ -25,6 +28,25 @@ const UNREADABLE = "unreadable";
 // The status of a stopped service is an answer, too.
 export function run(...words) {
     return start(["loggerctl", "--format=json", ...words], "message").then(read);
+}
+
+// A change: with the address behind the log-in, as ssh would tell it to the tool, for the history.
+export async function runFromAfar(...words) {
+    const address = await remoteAddress();
+    const environment = address === "" ? [] : [`SSH_CONNECTION=${address}`];
+    return start(["loggerctl", "--format=json", ...words], "message", environment).then(read);
+}
+
+// What the log-in manager knows of this session; nothing where there is none, or the log-in is a local one.
+async function remoteAddress() {
+    try {
+        const [value] = await globalThis.cockpit.dbus("org.freedesktop.login1").call(
+            "/org/freedesktop/login1/session/self", "org.freedesktop.DBus.Properties", "Get",
+            ["org.freedesktop.login1.Session", "RemoteHost"]);
+        return value.v;
+    } catch (error) {
+        return "";
+    }
 }
 
 // A command that the page has shown in words, as root. Resolves with what it printed.
@@ -36,8 +58,8 @@ export function runShown(words) {
     });
 }
 
-function start(words, err) {
-    const options = { superuser: "try", err, environ: ["LC_ALL=C.UTF-8"] };
+function start(words, err, environment = []) {
+    const options = { superuser: "try", err, environ: ["LC_ALL=C.UTF-8", ...environment] };
     return new Promise(resolve => {
         globalThis.cockpit.spawn(words, options)
                 .then(output => resolve({ output, exception: null }),

@@ -2,7 +2,7 @@
 
 import * as begun from "./model/begun.js";
 import { _, count, format } from "./text.js";
-import { CUT } from "./tool.js";
+import { BUSY, CUT, NOT_INSTALLED, NO_RIGHTS } from "./tool.js";
 
 export const LOOK_AGAIN = "look-again";
 export const ACCESS = "access";
@@ -27,9 +27,9 @@ export function ofFailure(failure, holders = []) {
 
 function actionsFor(kind) {
     switch (kind) {
-    case "no-rights": return [ACCESS];
-    case "busy":
-    case "not-installed": return [LOOK_AGAIN];
+    case NO_RIGHTS: return [ACCESS];
+    case BUSY:
+    case NOT_INSTALLED: return [LOOK_AGAIN];
     default: return [];
     }
 }
@@ -41,7 +41,7 @@ export function ofReading(failure, findings) {
         return details.length === 0 ? null : problem("doctor", _("Something on this host is to be mended."),
                                                      { details, actions: [LOOK_AGAIN] });
     const said = ofFailure(failure);
-    if (failure.kind === "no-rights" || failure.kind === CUT)
+    if (failure.kind === NO_RIGHTS || failure.kind === CUT)
         return said;
     return { ...said, details: details.length > 0 ? details : said.details, actions: [LOOK_AGAIN] };
 }

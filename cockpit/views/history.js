@@ -1,7 +1,7 @@
 // The history as a timeline, the difference of any two of its copies, and the way back to one.
 
-import { button, element, section } from "../dom.js";
-import { differsOf, timeOf, whoOf } from "../model/history.js";
+import { button, element, section, setText } from "../dom.js";
+import { differsOf, reasonOf, timeOf, whoOf } from "../model/history.js";
 import { _, format } from "../text.js";
 import { ofFailure } from "../words.js";
 import { openDialog } from "./dialog.js";
@@ -13,7 +13,7 @@ const NOW = "";
 // compare(from, to) gives the tool's document; an empty `to` stands for the files as they are.
 export function createHistory({ compare, onRestore }) {
     const list = element("ol", { class: "timeline" });
-    const empty = element("p", { class: "muted" }, _("No change has been made through the tool yet."));
+    const empty = element("p", { class: "muted" });
     const from = element("select", { class: "text", "aria-label": _("Compare from") });
     const to = element("select", { class: "text", "aria-label": _("Compare to") });
     const compareButton = button(_("Compare"), () => showDifference(from.value, to.value));
@@ -22,7 +22,9 @@ export function createHistory({ compare, onRestore }) {
     let shown = new Map(); // by the entry as text: its element
 
     // What is shown already stays, so that nobody loses the button that he is at.
-    function show(entries) {
+    // failure: why the history could not be read, or null.
+    function show(entries, failure) {
+        setText(empty, failure ? _("The history cannot be read.") : _("No change has been made through the tool yet."));
         const made = new Map(entries.map(entry => [JSON.stringify(entry), entry]));
         const isSame = made.size === shown.size && Array.from(made.keys()).every(text => shown.has(text));
         if (isSame && shown.size > 0)
@@ -42,7 +44,7 @@ export function createHistory({ compare, onRestore }) {
         return element("li", { "data-id": entry.Id },
                        element("div", { class: "when" }, element("time", { datetime: entry.Time }, time), " ",
                                element("span", { class: "muted" }, whoOf(entry))),
-                       element("div", { class: "what" }, element("bdi", {}, entry.Reason)),
+                       element("div", { class: "what" }, element("bdi", {}, reasonOf(entry))),
                        element("div", { class: "muted" }, differsOf(entry)),
                        element("div", { class: "buttons" },
                                button(_("Show difference"), () => showDifference(entry.Id, NOW),

@@ -2,6 +2,7 @@
 // what is lost besides, and the button that does it.
 
 import { button, element } from "../dom.js";
+import { printable } from "../model/names.js";
 import { isSame, readNotes } from "../model/verdict.js";
 import { _ } from "../text.js";
 import { ofFailure } from "../words.js";
@@ -96,7 +97,7 @@ function changeList(settings, labels) {
         return null;
     return element("ul", { class: "changes" }, settings.map(({ key, old, new: wanted }) =>
         element("li", { "data-change": key },
-                element("bdi", {}, labels.get(key) || key), " ",
+                element("bdi", {}, labels.get(key) || printable(key)), " ",
                 element("span", { class: "old" }, valueText(old)), " → ",
                 element("span", { class: "new" }, valueText(wanted)))));
 }

@@ -90,6 +90,8 @@ class ConsoleHost(installed_host.InstalledHost):
         for user, groups in ((ADMINISTRATOR, "sudo"), (ORDINARY_USER, "")):
             cls.host.run("useradd", "--create-home", "--shell", "/bin/bash", "--groups", groups, user)
             cls.host.run("chpasswd", text=f"{user}:{cls.password_of(user)}\n")
+            # Mounts what the user's sessions would mount and unmount in the midst of the tests.
+            cls.host.run("sh", "-c", 'loginctl enable-linger "$1" && systemctl start "user@$(id -u "$1")"', "sh", user)
 
     @classmethod
     def describe(cls, description: str = DESCRIPTION) -> None:
@@ -153,7 +155,7 @@ class ConsoleHost(installed_host.InstalledHost):
 
     def asked(self) -> None:
         """Waits until the gate's command was asked."""
-        self.host.run("cat", "/run/gate/asked")
+        self.host.run("timeout", str(PATIENCE_SECONDS), "cat", "/run/gate/asked")
 
     def mount(self, name: str, percent: int = 0) -> None:
         """Mounts a small file system, and fills it so far."""

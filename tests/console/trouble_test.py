@@ -9,7 +9,7 @@ import threading
 import console_host
 import installed_host
 from console_case import ConsoleCase
-from console_host import ADMINISTRATOR, DESCRIPTION, ORDINARY_USER, wait_until
+from console_host import ADMINISTRATOR, DESCRIPTION, ORDINARY_USER, PATIENCE_SECONDS, wait_until
 
 SETTINGS = f"/{installed_host.SETTINGS}"
 CALLERS_LOCK = "/var/opt/veltaro/kzm/logger/caller.lock"
@@ -67,7 +67,7 @@ class Trouble(ConsoleCase):
         wait_until(lambda: f"/{installed_host.DEVICE}: does not exist" in self.page.text_of("[data-problem]"),
                    "the file that is missing")
         self.page.run_command("install -D -m 0644")
-        self.host.run("test", "-f", f"/{installed_host.DEVICE}")
+        wait_until((self.host.root / installed_host.DEVICE).exists, "the sample of the description")
         self.describe()
         self.page.wait_for_agent("Running")
         wait_until(lambda: self.page.problems() == [], "the problem's end")
@@ -114,7 +114,8 @@ class Trouble(ConsoleCase):
         self.addCleanup(self.host.run, "rm", "-rf", "/run/hold")
         holder = threading.Thread(target=self.host.run, args=("sh", "-c", HOLD_LOCK, "sh", CALLERS_LOCK))
         holder.start()
-        self.host.run("cat", "/run/hold/held")
+        self.host.run("timeout", str(PATIENCE_SECONDS), "cat", "/run/hold/held")
+        self.addCleanup(self.host.run, "sh", "-c", "echo now 1<>/run/hold/let")
         self.browser.click("button", "Apply", review)
         wait_until(lambda: "process " in self.page.text_of("[data-problem]", "[role=status]"),
                    "who holds the lock")

@@ -7,10 +7,10 @@ import * as begun from "../../../cockpit/model/begun.js";
 import { wordsOf } from "../../../cockpit/model/commands.js";
 import { readDifference } from "../../../cockpit/model/difference.js";
 import { faults, holders, watchedPaths } from "../../../cockpit/model/doctor.js";
-import { differsOf, whoOf } from "../../../cockpit/model/history.js";
+import { differsOf, reasonOf, whoOf } from "../../../cockpit/model/history.js";
 import * as service from "../../../cockpit/model/service.js";
 import { count, format } from "../../../cockpit/text.js";
-import { Failure, run } from "../../../cockpit/tool.js";
+import { Failure, run, runFromAfar } from "../../../cockpit/tool.js";
 import * as words from "../../../cockpit/words.js";
 import { entry } from "./samples.mjs";
 
@@ -118,6 +118,10 @@ test("who made a change, and from where", () => {
     ];
     for (const [more, expected] of rows)
         assert.equal(whoOf(entry("1", "x", [], more)), expected);
+    assert.equal(whoOf(entry("1", "x", [], { User: "r\u202Et" })), "r\\xE2\\x80\\xAEt");
+    assert.equal(reasonOf(entry("1", "set a=1\nb")), "set a=1\\x0Ab");
+    assert.equal(reasonOf(entry("1", "x".repeat(401))), `${"x".repeat(400)} ... (1 characters more)`);
+    assert.equal(reasonOf(entry("1", "x".repeat(400))), "x".repeat(400));
     assert.equal(differsOf(entry("1", "x", [])), "as now");
     assert.equal(differsOf(entry("1", "x", ["a", "b"])), "differs now: a, b");
 });
@@ -154,6 +158,20 @@ test("the tool's document is the answer, also where the status is not 0", async 
     assert.deepEqual(await run("service", "status"), { state: "stopped" });
     assert.deepEqual(spawned[0].command, ["loggerctl", "--format=json", "service", "status"]);
     assert.equal(spawned[0].options.superuser, "try");
+});
+
+test("a change tells the tool the address behind the log-in, where the host knows it", async t => {
+    const rows = [
+        [() => Promise.resolve([{ t: "s", v: "192.0.2.7" }]), ["LC_ALL=C.UTF-8", "SSH_CONNECTION=192.0.2.7"]],
+        [() => Promise.resolve([{ t: "s", v: "" }]), ["LC_ALL=C.UTF-8"]],
+        [() => Promise.reject(new Error("no log-in manager")), ["LC_ALL=C.UTF-8"]],
+    ];
+    for (const [call, expected] of rows) {
+        const spawned = answering(t, "{}");
+        globalThis.cockpit.dbus = () => ({ call });
+        await runFromAfar("set", "cpu.threshold=75");
+        assert.deepEqual(spawned[0].options.environ, expected);
+    }
 });
 
 test("every failure has a kind and a message", async t => {
