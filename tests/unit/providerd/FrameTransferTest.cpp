@@ -57,7 +57,7 @@ private:
 };
 
 TEST_F(FrameTransfer, BringsEveryPayloadAsItIs) {
-    for (const std::size_t size : {0, 1, 4, 262144, 262145, 1000000}) {
+    for (const std::size_t size : {0U, 1U, 4U, 262144U, 262145U, 1000000U}) {
         SCOPED_TRACE(size);
         std::string sent(size, 'x');
         for (std::size_t i = 0; i < size; ++i) {

@@ -147,7 +147,7 @@ TEST_F(ProviderdTest, ACallThatCouldNotBeSentWasNotMade) {
 }
 
 TEST_F(ProviderdTest, ACallWithoutMemoryForItsAnswerIsNotToldAsUnmade) {
-    for (const std::size_t length : {0, 100'000}) { // by the loop, and by the worker
+    for (const std::size_t length : {0U, 100'000U}) { // by the loop, and by the worker
         EXPECT_EQ(AnswerTo(m_server, Post("call no memory" + string(length, 'x'))),
                   Called("called, but there is no memory", true));
     }
