@@ -26,7 +26,7 @@ const host = new Host({ onChange: show, onWait: showWait });
 const edits = new Edits();
 const fields = new Map(); // by key
 const checker = new Checker({ rehearse, onResult: showVerdict });
-const access = new Access(lookAgain);
+const access = new Access(lookWithOtherRights);
 let watch = null; // once the host has been read
 let isChanging = false;
 let doing = ""; // what is being done with the service
@@ -63,6 +63,8 @@ function show() {
     const isShown = host.settings !== null && (host.failure === null || host.failure.kind === BUSY);
     settings.hidden = changes.element.inert = !isShown;
     if (isShown) {
+        if (edits.size > 0)
+            checker.check(edits); // what is typed may be right or wrong now for another reason
         const gone = edits.rebase(host.settings);
         fileSystems.show(host.settings);
         fields.forEach((field, key) => showKey(key));
@@ -223,6 +225,14 @@ async function lookAgain() {
     await host.refresh();
     if (watch === null || host.failure || host.faults.length > 0)
         await examine();
+}
+
+// With other rights other files can be watched.
+async function lookWithOtherRights() {
+    if (watch !== null)
+        watch.forgetFiles();
+    await lookAgain();
+    await examine();
 }
 
 // A change whose end nobody has seen: tells it now. What was not begun can be reviewed once more.

@@ -47,6 +47,11 @@ export class Watch {
         return channel;
     }
 
+    // Watches no file any more, such as before others may be seen.
+    forgetFiles() {
+        this.watchFiles([]);
+    }
+
     notice() {
         clearTimeout(this.timer);
         this.timer = setTimeout(this.onChange, PAUSE);
@@ -59,7 +64,7 @@ const MANAGER = "org.freedesktop.systemd1";
 const UNITS = "/org/freedesktop/systemd1/unit/";
 
 function watchUnits(onChange) {
-    const client = globalThis.cockpit.dbus(MANAGER, { superuser: "try" });
+    const client = globalThis.cockpit.dbus(MANAGER);
     client.subscribe({ interface: "org.freedesktop.systemd1.Manager", member: "UnitNew" },
                      (path, type, signal, [unit]) => unit.endsWith(".mount") && onChange());
     client.subscribe({ interface: "org.freedesktop.systemd1.Manager", member: "UnitRemoved" },
