@@ -58,7 +58,7 @@ void TakeLimits(CConfigFile* file, CSettings* settings) {
     settings->m_bodyMemoryBytes =
         file->TakeNumber("MaxBodyMemoryBytes", 128 * kMiB, 1, kMostMiB * kMiB);
     settings->m_answerMemoryBytes =
-        file->TakeNumber("MaxAnswerMemoryBytes", 256 * kMiB, 1, kMostMiB * kMiB);
+        file->TakeNumber("MaxAnswerMemoryBytes", 192 * kMiB, 1, kMostMiB * kMiB);
     settings->m_handshakeTime = TakeTime(file, "HandshakeMilliseconds", 5'000);
     settings->m_requestTime = TakeTime(file, "RequestMilliseconds", 10'000);
     settings->m_idleTime = TakeTime(file, "IdleMilliseconds", 15'000);

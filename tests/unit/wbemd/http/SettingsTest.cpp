@@ -32,7 +32,7 @@ TEST(SettingsTest, HaveDefaults) {
     EXPECT_EQ(settings.m_connectionsPerPeer, 32U);
     EXPECT_EQ(settings.m_bodyBytes, 16777216U);
     EXPECT_EQ(settings.m_bodyMemoryBytes, 134217728U);
-    EXPECT_EQ(settings.m_answerMemoryBytes, 268435456U);
+    EXPECT_EQ(settings.m_answerMemoryBytes, 201326592U);
     EXPECT_EQ(settings.m_handshakeTime, std::chrono::seconds(5));
     EXPECT_EQ(settings.m_requestTime, std::chrono::seconds(10));
     EXPECT_EQ(settings.m_idleTime, std::chrono::seconds(15));
