@@ -8,9 +8,10 @@ import { run } from "./tool.js";
 const SLOW = 1500; // milliseconds; whoever waits longer is told for what
 
 export class Host {
-    // onChange() is called when something here has become another thing; onWait(holders) while an
-    // answer keeps the page waiting, with who holds the locks, and with nobody when it has come.
-    constructor({ onChange, onWait }) {
+    // onService(), onHistory() and onSettings() are called when these have been read, onSettings() also
+    // when the doctor has said something else. onWait(holders) is called while the settings keep the
+    // page waiting, with the doctor's findings of locks that are held, and with null when they are there.
+    constructor({ onService, onHistory, onSettings, onWait }) {
         this.settings = null; // as readRecord gives them; of the last time that they could be read
         this.service = serviceState.NOT_ASKED;
         this.history = [];
@@ -18,10 +19,10 @@ export class Host {
         this.historyFailure = null;
         this.faults = []; // the doctor's findings that are to be mended
         this.watched = []; // the paths whose change matters
-        this.onChange = onChange;
-        this.onWait = onWait;
+        Object.assign(this, { onService, onHistory, onSettings, onWait });
         this.reading = null;
         this.isStale = false;
+        this.isWaiting = false;
     }
 
     // Reads everything anew. While it is being read, it is read once more behind that.
@@ -42,18 +43,32 @@ export class Host {
     }
 
     async read() {
+        await Promise.all([this.readService(), this.readHistory(), this.readSettings()]);
+    }
+
+    async readService() {
+        const { answer, failure } = await settled(run("service", "status"));
+        this.service = answer ? serviceState.ofAnswer(answer) : serviceState.ofFailure(failure);
+        this.onService();
+    }
+
+    async readHistory() {
+        const { answer, failure } = await settled(run("history"));
+        this.history = answer || [];
+        this.historyFailure = failure;
+        this.onHistory();
+    }
+
+    async readSettings() {
         const slow = setTimeout(() => this.tellHolders(), SLOW);
-        const [settings, service, history] = await Promise.all(
-            [run("get", "--usage"), run("service", "status"), run("history")].map(settled));
+        const { answer, failure } = await settled(run("get", "--usage"));
         clearTimeout(slow);
-        this.onWait([]);
-        this.failure = settings.failure;
-        this.historyFailure = history.failure;
-        if (settings.answer)
-            this.settings = readRecord(settings.answer);
-        this.service = service.answer ? serviceState.ofAnswer(service.answer) : serviceState.ofFailure(service.failure);
-        this.history = history.answer || [];
-        this.onChange();
+        this.isWaiting = false;
+        this.onWait(null);
+        this.failure = failure;
+        if (answer)
+            this.settings = readRecord(answer);
+        this.onSettings();
     }
 
     // What the host lacks, and what is to be watched.
@@ -63,12 +78,13 @@ export class Host {
             return;
         this.faults = faults(answer);
         this.watched = watchedPaths(answer);
-        this.onChange();
+        this.onSettings();
     }
 
     async tellHolders() {
+        this.isWaiting = true;
         const found = await this.findHolders();
-        if (this.reading)
+        if (this.isWaiting)
             this.onWait(found);
     }
 

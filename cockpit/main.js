@@ -22,7 +22,7 @@ import * as words from "./words.js";
 
 const WAIT = ["--wait", "20"]; // seconds for somebody else's change; then it is said who makes it
 
-const host = new Host({ onChange: show, onWait: showWait });
+const host = new Host({ onService: showAgent, onHistory: showHistory, onSettings: showSettings, onWait: showWait });
 const edits = new Edits();
 const fields = new Map(); // by key
 const checker = new Checker({ rehearse, onResult: showVerdict });
@@ -54,11 +54,23 @@ function dropField(field) {
     fields.delete(field.key);
 }
 
-function show() {
-    showAgent();
+function showAgent() {
+    agent.show({ service: host.service, doing });
+}
+
+function showHistory() {
     history.show(host.history, host.historyFailure);
+    showProblems();
+}
+
+// Why the history cannot be read is said where it is not the same as with the settings.
+function showProblems() {
     problems.set("settings", words.ofReading(host.failure, host.faults));
     problems.set("history", host.failure || !host.historyFailure ? null : words.ofFailure(host.historyFailure));
+}
+
+function showSettings() {
+    showProblems();
     // What cannot be read now may be another thing by now; while somebody holds the lock, it is not yet.
     const isShown = host.settings !== null && (host.failure === null || host.failure.kind === BUSY);
     settings.hidden = changes.element.inert = !isShown;
@@ -76,10 +88,6 @@ function show() {
 
 function showKey(key) {
     showField(fields.get(key), host.settings.values.get(key), edits.get(key), checker.errors.get(key));
-}
-
-function showAgent() {
-    agent.show({ service: host.service, doing });
 }
 
 function showChanges() {
@@ -262,7 +270,6 @@ async function begin() {
     document.getElementById("page").append(
         element("h1", {}, _("Log monitoring")), notice, problems.element,
         agent.element, settings, history.element, changes.element);
-    showAgent();
     await host.refresh();
     document.body.dataset.ready = "true";
     performance.mark("first-picture");

@@ -46,9 +46,10 @@ export function ofReading(failure, findings) {
     return { ...said, details: details.length > 0 ? details : said.details, actions: [LOOK_AGAIN] };
 }
 
+// holders: the doctor's findings of locks that are held, or null when nobody waits.
 export function ofWait(holders) {
-    return holders.length === 0 ? null
-        : problem("waiting", _("Somebody else is at the settings. The page waits."),
+    return holders === null ? null
+        : problem("waiting", _("The page waits for the settings, as it does while somebody changes them."),
                   { details: holders.map(finding => ({ text: finding.text, command: null })) });
 }
 

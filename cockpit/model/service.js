@@ -5,7 +5,7 @@ export const STOPPED = "stopped";
 export const NOT_INSTALLED = "not-installed";
 export const UNKNOWN = "unknown";
 
-export const NOT_ASKED = { state: UNKNOWN, text: "" };
+export const NOT_ASKED = { state: "not-asked", text: "" };
 
 export function ofAnswer(answer) {
     return { state: answer.state, text: "" };

@@ -1,7 +1,7 @@
 // The agent's service: its state, and start, stop and restart.
 
 import { button, element, section, setText } from "../dom.js";
-import { RUNNING, STOPPED, NOT_INSTALLED } from "../model/service.js";
+import { NOT_ASKED, NOT_INSTALLED, RUNNING, STOPPED } from "../model/service.js";
 import { _ } from "../text.js";
 
 export function createAgent({ onAction }) {
@@ -22,12 +22,13 @@ export function createAgent({ onAction }) {
         setText(state, nameOf(service.state));
         light.dataset.state = service.state;
         setText(detail, doing || service.text);
-        const isUsable = !doing && service.state !== NOT_INSTALLED;
+        const isUsable = !doing && service !== NOT_ASKED && service.state !== NOT_INSTALLED;
         buttons.start.disabled = !isUsable || service.state === RUNNING;
         buttons.stop.disabled = !isUsable || service.state === STOPPED;
         buttons.restart.disabled = !isUsable || service.state === STOPPED;
     }
 
+    show({ service: NOT_ASKED, doing: "" });
     return { element: view, show };
 }
 

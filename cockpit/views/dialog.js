@@ -18,9 +18,24 @@ export function openDialog({ title, body, buttons }) {
         if (isBusy)
             event.preventDefault();
     });
+    dialog.addEventListener("keydown", keepFocus);
     dialog.addEventListener("close", () => dialog.remove());
     document.body.append(dialog);
     dialog.showModal();
+
+    // The tabulator goes round in the dialog: behind it is the frame around the page, which is not held back.
+    function keepFocus(event) {
+        if (event.key !== "Tab")
+            return;
+        const stops = Array.from(dialog.querySelectorAll("button, input, select, [tabindex='0']"))
+                .filter(each => !each.disabled && each.getClientRects().length > 0);
+        const [from, to] = event.shiftKey ? [stops[0], stops[stops.length - 1]] : [stops[stops.length - 1], stops[0]];
+        if (stops.length > 0 && document.activeElement !== from)
+            return;
+        event.preventDefault();
+        if (to)
+            to.focus();
+    }
 
     function setBusy(text) {
         isBusy = text !== "";

@@ -13,11 +13,11 @@ const NOW = "";
 // compare(from, to) gives the tool's document; an empty `to` stands for the files as they are.
 export function createHistory({ compare, onRestore }) {
     const list = element("ol", { class: "timeline" });
-    const empty = element("p", { class: "muted" });
+    const empty = element("p", { class: "muted" }, _("Reading"));
     const from = element("select", { class: "text", "aria-label": _("Compare from") });
     const to = element("select", { class: "text", "aria-label": _("Compare to") });
     const compareButton = button(_("Compare"), () => showDifference(from.value, to.value));
-    const tools = element("div", { class: "toolbar" }, from, element("span", { "aria-hidden": "true" }, "→"), to, compareButton);
+    const tools = element("div", { class: "toolbar", hidden: true }, from, element("span", { "aria-hidden": "true" }, "→"), to, compareButton);
     const view = section("history", _("History"), tools, empty, list);
     let shown = new Map(); // by the entry as text: its element
 

@@ -79,7 +79,8 @@ class Browser:
 
     def log_in_again(self, user: str, password: str) -> None:
         """After Cockpit has lost its connection: back to the page where one was."""
-        self.driver.find_element(By.ID, "disconnected-reconnect").click()
+        self.leave_page()
+        self.click("button", "Reconnect")
         self.answer_door(user, password)
         self.enter_page()
 

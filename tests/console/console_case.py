@@ -30,8 +30,8 @@ class ConsoleCase(ConsoleHost):
     def start_afresh(self) -> None:
         """Settings, description and service as in the beginning, and the page opened anew."""
         self.describe(DESCRIPTION)
-        for name in installed_host.FILES:
-            if self.file(name).encode() != self.samples[name]:
+        for name, content in zip(installed_host.FILES, self.settings()):
+            if content != self.samples[name]:
                 self.write(name, self.samples[name])
         self.host.run("systemctl", "start", "agent.service")
         self.browser.reload_page()

@@ -39,7 +39,8 @@ class LoggerPage:
 
     def input(self, key: str) -> WebElement:
         """Where a setting is shown and changed."""
-        return self._browser.wait_for(f'[data-key="{key}"]', f"an input for {key}")
+        return wait_until(lambda: self._browser.driver.execute_script(
+            "return document.querySelector(`[data-key=\"${CSS.escape(arguments[0])}\"]`)", key), f"an input for {key}")
 
     def value(self, key: str) -> str:
         """What a setting is shown as: a number, or true or false."""
@@ -210,8 +211,9 @@ class LoggerPage:
 
     def problems(self) -> list:
         """The kinds of problems that the page tells now."""
-        return [problem.get_attribute("data-problem")
-                for problem in self._browser.seen("[role=alert][data-problem]")]
+        return self._browser.driver.execute_script(
+            "return [...document.querySelectorAll('[role=alert][data-problem]')]"
+            ".filter(problem => problem.getClientRects().length > 0).map(problem => problem.dataset.problem)")
 
     def text_of(self, *what) -> str:
         """The words of elements, or of what a selector finds."""
