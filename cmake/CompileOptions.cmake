@@ -19,7 +19,7 @@ add_compile_options(-fnon-call-exceptions)
 
 # Full RELRO: every symbol is bound and the tables are read-only before the first call.
 add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
-if(NOT KZM_FUZZ)
+if(NOT KZM_SANITIZE OR NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   add_link_options(-Wl,-z,defs) # clang leaves the sanitizers' symbols to the program
 endif()
 

@@ -10,6 +10,7 @@ set(KZM_LOCKDIR opt/veltaro/kzm/provider/tmp/Logger)
 set(KZM_STATEDIR var/opt/veltaro/kzm/logger)
 set(KZM_SERVER_CONFIGDIR etc/opt/veltaro/kzm)
 set(KZM_SERVER_STATEDIR var/opt/veltaro/kzm/wbemd)
+set(KZM_CONSOLEDIR usr/share/cockpit/kzm-logger)
 set(KZM_COMMANDDIR usr/sbin)
 set(KZM_PKGCONFIGDIR usr/share/pkgconfig)
 set(KZM_MANDIR usr/share/man/man8)
@@ -22,8 +23,8 @@ if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
   set(CMAKE_INSTALL_PREFIX "${KZM_ROOT}/" CACHE PATH "" FORCE)
 endif()
 
-# Each component is a package. What belongs to the management server (wbemd) or is for those who write
-# providers (dev) says so; all else is the provider and its tool.
+# Each component is a package. What belongs to the management server (wbemd) or to the page for Cockpit
+# (console), or is for those who write providers (dev), says so; all else is the provider and its tool.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME provider)
 
 # Folders that the installation makes are their owner's to write, whatever the umask.

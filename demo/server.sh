@@ -14,7 +14,7 @@ server_layout() {
     server_etc=$1/etc/opt/veltaro/kzm
     server_pam=$1/etc/pam-wrapper
     mkdir -p "$server_etc" "$server_pam" "$1/run/kzm"
-    openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 \
+    openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 30 \
         -subj /CN=localhost -addext subjectAltName=DNS:localhost \
         -keyout "$server_etc/wbemd-key.pem" -out "$server_etc/wbemd-cert.pem" 2>/dev/null
     printf 'Listen=127.0.0.1:0\nListenPlain=127.0.0.1:0\n' >"$server_etc/wbemd.conf"

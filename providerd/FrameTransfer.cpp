@@ -41,13 +41,10 @@ bool IsToBeTriedAgain() {
     return errno == EAGAIN || errno == EINTR;
 }
 
-// Receives exactly so many bytes behind what the text holds.
+// Receives exactly so many bytes behind what the text holds. Waits only for what is not there yet.
 Transfer Receive(int socket, std::size_t size, std::string* text, const Deadline& deadline) {
     const std::size_t end = text->size() + size;
     while (text->size() < end) {
-        if (!WaitFor(socket, POLLIN, deadline)) {
-            return Transfer::TimedOut;
-        }
         const std::size_t begin = text->size();
         text->resize(std::min(end, begin + kChunk));
         const ssize_t count =
@@ -55,6 +52,9 @@ Transfer Receive(int socket, std::size_t size, std::string* text, const Deadline
         text->resize(begin + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         if (count == 0 || (count < 0 && !IsToBeTriedAgain())) {
             return Transfer::Ended;
+        }
+        if (count < 0 && !WaitFor(socket, POLLIN, deadline)) {
+            return Transfer::TimedOut;
         }
     }
     return Transfer::Done;
@@ -67,23 +67,27 @@ Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline)
         return Transfer::Ended;
     }
     while (!frame.empty()) {
-        if (!WaitFor(socket, POLLOUT, deadline)) {
-            return Transfer::TimedOut;
-        }
         const ssize_t count = send(socket, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         if (count < 0 && !IsToBeTriedAgain()) {
             return Transfer::Ended;
+        }
+        if (count < 0 && !WaitFor(socket, POLLOUT, deadline)) {
+            return Transfer::TimedOut;
         }
         frame.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
     return Transfer::Done;
 }
 
-Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline) {
+Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline,
+                      daemon_base::CMemoryShare* share) {
     std::string header;
     Transfer transfer = Receive(socket, messages::kFrameHeaderBytes, &header, deadline);
     if (transfer == Transfer::Done) {
         const std::optional<std::size_t> size = messages::DecodeFrameLength(header);
+        if (size && share != nullptr && !share->TakeIfLong(*size)) {
+            return Transfer::NoRoom;
+        }
         payload->clear();
         transfer = size ? Receive(socket, *size, payload, deadline) : Transfer::Ended;
     }

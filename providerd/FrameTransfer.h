@@ -1,5 +1,7 @@
 #pragma once
 
+#include "serverbase/CMemoryBudget.h"
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -15,6 +17,7 @@ enum class Transfer {
     Done,
     Ended,  // the other side is gone
     Broken, // what it sends is no frame, or not a whole one
+    NoRoom, // its frame is longer than what is left of the memory
     TimedOut
 };
 
@@ -22,8 +25,10 @@ enum class Transfer {
 // text, which stands for a payload that is too large for a frame.
 Transfer SendFrame(int socket, std::string_view frame, const Deadline& deadline);
 
-// Receives one frame and gives its payload. Memory is taken as the payload arrives.
-Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline);
+// Receives one frame and gives its payload. Memory is taken as the payload arrives; with a share,
+// one that is not short has it before anything of it is received.
+Transfer ReceiveFrame(int socket, std::string* payload, const Deadline& deadline,
+                      daemon_base::CMemoryShare* share = nullptr);
 
 // Waits until there is something to be received, the other side's end included, or the descriptor
 // is ready in another way (of a process: that it has ended). False when the deadline comes first.

@@ -16,6 +16,10 @@ namespace messages {
 struct CCredentials {
     std::string m_user;
     std::string m_password;
+
+    bool operator==(const CCredentials& other) const {
+        return m_user == other.m_user && m_password == other.m_password;
+    }
 };
 inline constexpr std::size_t kCredentialBytes = 1024; // for the user and the password each
 inline constexpr std::size_t kPeerBytes = 128;        // for a peer

@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <new>
 #include <numeric>
 
 namespace daemon_base {
@@ -93,6 +94,14 @@ void Log(Level level, const std::string& text) {
     const std::string line = mark + Printable(text) + "\n";
     // Nobody is left to tell when this fails.
     [[maybe_unused]] const auto written = write(STDERR_FILENO, line.data(), line.size());
+}
+
+void LogException(const char* what, const std::exception& exception) noexcept {
+    try {
+        Log(Level::Error, std::string(what) + ": " + exception.what() + ".");
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 } // namespace daemon_base

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -26,5 +27,8 @@ void TellAlive();
 // taken for another line. Written with one write.
 enum class Level { Error, Warning, Notice, Info };
 void Log(Level level, const std::string& text);
+
+// The line "WHAT: REASON." of an error. Without memory even for that it is left out.
+void LogException(const char* what, const std::exception& exception) noexcept;
 
 } // namespace daemon_base

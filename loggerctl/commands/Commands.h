@@ -1,6 +1,7 @@
 #pragma once
 
 #include "loggerctl/agent/ProviderCall.h"
+#include "loggerctl/output/Answer.h"
 #include "loggerctl/output/Console.h"
 
 #include <chrono>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "loggerctl/output/CTable.h"
-#include "loggerctl/output/Console.h"
 #include "loggerctl/record/JsonRecord.h"
 
 #include <optional>

@@ -190,6 +190,10 @@ CFinding LookAtRoom() {
 
 // ---- What the provider runs and is ----
 
+string InstallMount() {
+    return InstallCommand("mount", "util-linux");
+}
+
 CFinding LookAtMountCommand() {
     const string command = KzmPaths::kMountCommand;
     const string program = command.substr(0, command.find(' '));
@@ -199,12 +203,12 @@ CFinding LookAtMountCommand() {
     if (!IsThere(program)) {
         return subject.Missing(program + ": does not exist. Without it no file system is known to "
                                          "be mounted.",
-                               InstallCommand("mount"));
+                               InstallMount());
     }
     if (!isListed || fileSystems.empty()) {
         return subject.Wrong(program + ": cannot be run, prints no file system, or prints one "
                                        "without a mount point.",
-                             InstallCommand("mount"));
+                             InstallMount());
     }
     return subject.Ok("File systems that it lists: " + std::to_string(fileSystems.size()) + ".");
 }

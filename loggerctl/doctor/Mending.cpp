@@ -9,7 +9,10 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <sstream>
 
 namespace doctor {
 
@@ -17,6 +20,29 @@ namespace {
 
 constexpr char kPlainCharacters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
                                     "0123456789._+/-";
+
+struct CPackageManager {
+    const char* m_program;
+    const char* m_installAgain;
+    bool m_isRpm;
+};
+constexpr CPackageManager kPackageManagers[] = {
+    {"apt-get", "apt-get install --reinstall ", false},
+    {"dnf", "dnf reinstall ", true},
+    {"zypper", "zypper install --force ", true},
+};
+
+// Whether a shell with this process's environment finds the program.
+bool IsOnPath(const std::string& program) {
+    const char* const path = std::getenv("PATH");
+    std::istringstream folders(path == nullptr ? "" : path);
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        if (access((folder + "/" + program).c_str(), X_OK) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
 
 } // namespace
 
@@ -36,8 +62,15 @@ std::string EditCommand(const std::string& path, unsigned int line) {
     return "\"${EDITOR:-vi}\" " + place + Quoted(path);
 }
 
-std::string InstallCommand(const std::string& package) {
-    return "apt-get install --reinstall " + package;
+std::string InstallCommand(const std::string& package, const std::string& rpm) {
+    const CPackageManager* manager = std::begin(kPackageManagers);
+    for (const CPackageManager& other : kPackageManagers) {
+        if (IsOnPath(other.m_program)) {
+            manager = &other;
+            break;
+        }
+    }
+    return manager->m_installAgain + (manager->m_isRpm && !rpm.empty() ? rpm : package);
 }
 
 std::string MoveAsideCommand(const std::string& path) {

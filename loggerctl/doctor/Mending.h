@@ -12,8 +12,9 @@ std::string Quoted(const std::string& path);
 // Opens the file in the user's editor, at this line unless it is 0.
 std::string EditCommand(const std::string& path, unsigned int line = 0);
 
-// Installs a package again that is installed, or was.
-std::string InstallCommand(const std::string& package);
+// Installs a package again that is installed: by the first package manager on the PATH, apt-get
+// where none is known. `rpm` is the package's name among RPM packages, where that is another.
+std::string InstallCommand(const std::string& package, const std::string& rpm = "");
 
 // Moves away what stands in the place of something else.
 std::string MoveAsideCommand(const std::string& path);

@@ -179,7 +179,7 @@ CFinding LookAtRights(const CSubject& subject, const wbemd::CSettings& settings,
                                  ": cannot be read by the front end's user " + shown + ".",
                              "chmod 0644 " + Quoted(settings.m_certificate));
     }
-    return subject.Ok("It has not expired, its key fits, and " + shown + " can read both.");
+    return subject.Ok("It does not expire soon, its key fits, and " + shown + " can read both.");
 }
 
 // `said` is what the front end says of certificate and key.

@@ -1,6 +1,7 @@
 #include "loggerctl/output/Console.h"
 
 #include "history/CDescriptor.h"
+#include "loggerctl/output/Answer.h"
 #include "loggerctl/output/CProgressLine.h"
 #include "loggerctl/output/SafeText.h"
 #include "loggerctl/output/UnifiedDiff.h"

@@ -3,21 +3,14 @@
 #include "loggerctl/output/CTerminal.h"
 #include "loggerctl/output/Failure.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
-#include <functional>
 #include <string>
 #include <vector>
 
 namespace output {
 
-// What a command came to when it succeeded: a text for people, and the same for programs.
-struct CAnswer { // NOLINT(bugprone-exception-escape): moving JSON does not throw
-    ExitCode m_code = ExitCode::Success;
-    std::string m_text; // whole lines, safe to print
-    nlohmann::ordered_json m_document;
-    std::function<std::string()> m_json; // for large ones: gives the finished JSON text instead
-};
+struct CAnswer; // see Answer.h
 
 enum class Format { Text, Json };
 

@@ -16,6 +16,12 @@ using daemon_base::Level;
 using daemon_base::Log;
 using history::CDescriptor;
 
+namespace {
+
+constexpr char kClosed[] = "A connection was closed";
+
+} // namespace
+
 void CConnections::Take(CDescriptor connection) {
     const std::lock_guard<std::mutex> guard(m_mutex);
     if (m_sockets.size() >= kMost) {
@@ -36,7 +42,7 @@ void CConnections::Take(CDescriptor connection) {
         }).detach();
     } catch (const std::exception& exception) {
         m_sockets.erase(socket);
-        Log(Level::Error, std::string("A connection was closed: ") + exception.what() + ".");
+        daemon_base::LogException(kClosed, exception);
     }
 }
 
@@ -44,7 +50,7 @@ void CConnections::Serve(int socket) {
     try {
         m_serve(socket);
     } catch (const std::exception& exception) {
-        Log(Level::Error, std::string("A connection was closed: ") + exception.what() + ".");
+        daemon_base::LogException(kClosed, exception);
     }
 }
 

@@ -45,31 +45,40 @@ void WipePassword(messages::Request* request) {
 
 void CSession::Serve(int socket) const {
     for (;;) {
+        daemon_base::CMemoryShare share(*m_memory);
         std::string payload; // all of a usual one arrives in the same memory, and is wiped there
-        const Transfer received = ReceiveFrame(socket, &payload, {});
+        const Transfer received = ReceiveFrame(socket, &payload, {}, &share);
         if (received == Transfer::Broken) {
             Log(Level::Warning, "A connection was closed: what came is no frame, or broke off.");
+        }
+        if (received == Transfer::NoRoom) {
+            Log(Level::Warning, "A connection was closed: requests of " +
+                                    std::to_string(kRequestMemory) +
+                                    " bytes are in memory, and there is no room for one more.");
         }
         if (received != Transfer::Done) {
             Wipe(&payload);
             return;
         }
-        const std::optional<std::string> frame = Answer(payload);
-        Wipe(&payload);
+        const std::optional<std::string> frame = Answer(&payload);
+        share.Release();
         if (!frame || SendFrame(socket, *frame, {}) != Transfer::Done) {
             return;
         }
     }
 }
 
-std::optional<std::string> CSession::Answer(std::string_view payload) const {
-    std::optional<messages::Request> request = messages::DecodeRequest(payload);
+std::optional<std::string> CSession::Answer(std::string* payload) const {
+    const std::size_t bytes = payload->size();
+    std::optional<messages::Request> request = messages::DecodeRequest(*payload);
+    Wipe(payload);
+    payload->shrink_to_fit();
     if (!request) {
-        Log(Level::Warning, "A connection was closed: " + std::to_string(payload.size()) +
+        Log(Level::Warning, "A connection was closed: " + std::to_string(bytes) +
                                 " bytes came that are no request.");
         return std::nullopt;
     }
-    auto answer = std::visit([this](const auto& message) { return AnswerTo(message); }, *request);
+    auto answer = std::visit([this](auto& message) { return AnswerTo(message); }, *request);
     WipePassword(&*request);
     return answer;
 }
@@ -90,7 +99,7 @@ std::optional<std::string> CSession::AnswerTo(const messages::CCheckRequest& req
     return Encode(messages::CCheckAnswer{isRight, checked.m_right});
 }
 
-std::optional<std::string> CSession::AnswerTo(const messages::CCallRequest& request) const {
+std::optional<std::string> CSession::AnswerTo(messages::CCallRequest& request) const {
     const CStopwatch stopwatch;
     const For purpose =
         NeededRight(request.m_method) == Right::Change ? For::Changing : For::Reading;
@@ -109,7 +118,7 @@ std::optional<std::string> CSession::AnswerTo(const messages::CCallRequest& requ
     return Encode(finished.m_answer);
 }
 
-CFinishedCall CSession::Call(const messages::CCallRequest& request, Right right) const {
+CFinishedCall CSession::Call(messages::CCallRequest& request, Right right) const {
     const Right needed = NeededRight(request.m_method);
     if (needed == Right::None) {
         return Unmade(CallResult::NoMethod);
@@ -117,7 +126,7 @@ CFinishedCall CSession::Call(const messages::CCallRequest& request, Right right)
     if (right < needed) {
         return Unmade(CallResult::NotAllowed);
     }
-    CMethodCall call{request.m_method, request.m_inParameters, {}};
+    CMethodCall call{request.m_method, std::move(request.m_inParameters), {}};
     call.m_origin.m_user = request.m_credentials.m_user;
     call.m_origin.m_from = request.m_peer;
     CFinishedCall finished = m_run(std::move(call));

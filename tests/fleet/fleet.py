@@ -104,7 +104,7 @@ class Host:
     def make_certificate(self, folder: pathlib.Path) -> None:
         """Makes certificate and key of the host's management server."""
         subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                        "ec_paramgen_curve:P-256", "-nodes", "-days", "2", "-subj", "/CN=fleet",
+                        "ec_paramgen_curve:P-256", "-nodes", "-days", "30", "-subj", "/CN=fleet",
                         "-addext", f"subjectAltName=IP:{self.address}", "-keyout",
                         folder / "wbemd-key.pem", "-out", folder / "wbemd-cert.pem"],
                        check=True, stderr=subprocess.DEVNULL)

@@ -166,7 +166,7 @@ constexpr std::size_t kSmallestStack = 32 * 1024; // what docs/hosting.md asks f
 constexpr std::size_t kUsedStack = 20 * 1024;     // the rest is for the host's signal handlers
 
 TEST_F(Daemon, CallsOnASmallStack) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KZM_NO_FAULT_TRANSLATION
     GTEST_SKIP() << "a sanitizer has frames of its own";
 #endif
     CLoadedProvider provider;
@@ -179,7 +179,7 @@ TEST_F(Daemon, CallsOnASmallStack) {
 }
 
 TEST_F(Daemon, CallsLeaveMuchOfASmallStack) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KZM_NO_FAULT_TRANSLATION
     GTEST_SKIP() << "a sanitizer has frames of its own";
 #endif
     CLoadedProvider provider;
@@ -194,7 +194,7 @@ TEST_F(Daemon, CallsLeaveMuchOfASmallStack) {
 
 // With ever fewer descriptors left.
 TEST_F(Daemon, FailsClearlyWithoutDescriptors) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef KZM_NO_FAULT_TRANSLATION
     GTEST_SKIP() << "a sanitizer needs descriptors of its own";
 #endif
     CLoadedProvider provider;

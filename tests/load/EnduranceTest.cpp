@@ -26,7 +26,7 @@ constexpr int kSamples = 10;
 constexpr std::size_t kHeapTolerance = 4096;
 constexpr std::size_t kResidentToleranceKb = 64;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KZM_NO_FAULT_TRANSLATION
 constexpr bool kMemoryIsCompared = false; // the sanitizers keep what was freed
 #else
 constexpr bool kMemoryIsCompared = true;

@@ -2,7 +2,6 @@
 
 import os
 import pathlib
-import shutil
 import tempfile
 import unittest
 from unittest import mock
@@ -109,12 +108,29 @@ class MirrorTest(unittest.TestCase):
             (origin / "nowhere").symlink_to("/no/such/file")
             (origin / "here").symlink_to(".")
             for _ in range(2):
-                work_tree.mirror(origin, copy, work_tree.has_same_time, shutil.copy2)
+                work_tree.mirror(origin, copy)
                 self.assertEqual({path.name: os.readlink(path) for path in copy.iterdir()},
                                  {"nowhere": "/no/such/file", "here": "."})
             (origin / "here").unlink()
-            work_tree.mirror(origin, copy, work_tree.has_same_time, shutil.copy2)
+            work_tree.mirror(origin, copy)
             self.assertEqual([path.name for path in copy.iterdir()], ["nowhere"])
+
+    def test_what_is_left_out_stays_what_it_is(self):
+        with tempfile.TemporaryDirectory() as folder:
+            origin, copy = pathlib.Path(folder) / "origin", pathlib.Path(folder) / "copy"
+            (origin / "build").mkdir(parents=True)
+            (copy / "build" / "dev").mkdir(parents=True)
+            work_tree.mirror(origin, copy)
+            self.assertEqual([path.name for path in (copy / "build").iterdir()], ["dev"])
+
+    def test_a_copy_needs_no_new_build(self):
+        with tempfile.TemporaryDirectory() as folder:
+            origin, copy = pathlib.Path(folder) / "origin", pathlib.Path(folder) / "copy"
+            origin.mkdir()
+            (origin / "A.cpp").touch()
+            os.utime(origin / "A.cpp", ns=(1, 1700000000123456789))
+            work_tree.mirror(origin, copy)
+            self.assertEqual((copy / "A.cpp").stat().st_mtime_ns, 1700000000123456789)
 
 
 if __name__ == "__main__":

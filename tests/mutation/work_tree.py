@@ -1,59 +1,54 @@
 """A copy of the tree in which one mutation at a time is built and tested."""
 
 import contextlib
-import filecmp
 import os
+import pathlib
 import re
 import shutil
 import signal
 import subprocess
 import time
 
-LEFT_OUT = {"build", ".git"}
+PRESET = "dev"
+BUILD = pathlib.Path("build") / PRESET  # in a tree
+LEFT_OUT = {"build", ".git", "root", "Testing"}  # what tests wrote is no part of a build
 LONGEST_TEST = 30  # seconds; the longest takes 7 on an idle machine
 MOST_PROCESSES = 3000  # of the whole machine: a change may make a program start ever more
-
-# What only takes time: debugging information, optimisation, and linking programs again when a shared
-# library has changed.
-QUICK_BUILD = ["-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O0 -g0",
-               "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
 
 NAMESPACE = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
 
 
 class WorkTree:
-    """Sources, build and KZM_ROOT of one worker, all below its folder, which its programs see as
-    the folder `place`."""
+    """A tree with its build, which its programs see as the folder `place`. What they say goes to the
+    file `log`."""
 
-    def __init__(self, folder, place):
+    def __init__(self, folder, place, log):
         self._folder = folder
         self._place = place
-        self._source = folder / "source"
-        self._build = folder / "build"
-        self._unchanged = folder.parent / "unchanged"  # the build of the unchanged sources
+        self._log_file = log
+        self._unchanged = None
 
-    def prepare(self, tree, targets, jobs):
-        """Takes the sources over from the tree and builds the targets."""
-        self._folder.mkdir(parents=True, exist_ok=True)
-        mirror(tree, self._source, lambda a, b: filecmp.cmp(a, b, shallow=False), shutil.copy)
-        source, build = self._place / "source", self._place / "build"
-        configured = self._run(["cmake", "--preset", "dev", "-S", source, "-B", build,
-                                f"-DKZM_ROOT={self._place / 'root'}", *QUICK_BUILD], cwd=source)
-        if configured != 0 or not self.build(targets, jobs):
+    def prepare(self, targets, jobs):
+        """Builds the targets."""
+        if self._run(["cmake", "--preset", PRESET]) != 0 or not self.build(targets, jobs):
             raise RuntimeError("the unchanged tree does not build:\n" + self._log())
-        mirror(self._build, self._unchanged, has_same_time, shutil.copy2)
 
-    def copy(self, other):
-        """Becomes like another one that is prepared and has the same place."""
-        self._folder.mkdir(parents=True, exist_ok=True)
-        mirror(other._source, self._source, has_same_time, shutil.copy2)
-        mirror(other._build, self._build, has_same_time, shutil.copy2)
+    def copy_sources(self, tree):
+        mirror(tree, self._folder)
+
+    def copy_build(self, tree):
+        mirror(tree / BUILD, self._folder / BUILD)
+
+    def keep(self, unchanged):
+        """From now on the build is mended with this folder's help, which other trees may share."""
+        mirror(self._folder / BUILD, unchanged)
+        self._unchanged = unchanged
 
     @contextlib.contextmanager
     def changed(self, mutation):
         """With the mutation applied. Afterwards sources and build are as they were, to the time
         stamps, so that nothing needs to be built again."""
-        path = self._source / mutation.file
+        path = self._folder / mutation.file
         source, times = path.read_bytes(), path.stat()
         changed = mutation.apply(source.decode())
         try:
@@ -62,16 +57,16 @@ class WorkTree:
         finally:
             path.write_bytes(source)
             os.utime(path, ns=(times.st_atime_ns, times.st_mtime_ns))
-            mirror(self._unchanged, self._build, has_same_time, shutil.copy2)
+            mirror(self._unchanged, self._folder / BUILD)
 
     def build(self, targets, jobs=1):
-        return self._run(["cmake", "--build", self._place / "build", "-j", str(jobs),
+        return self._run(["cmake", "--build", "--preset", PRESET, "-j", str(jobs),
                           "--target", *targets]) == 0
 
     def failing_test(self, program, tests):
         """The first of the program's tests that fails; None when all pass."""
         try:
-            status = self._run([self._place / "build" / program, f"--gtest_filter={tests}"],
+            status = self._run([self._place / BUILD / program, f"--gtest_filter={tests}"],
                                LONGEST_TEST)
         except TimeoutError as error:
             return f"{self._last_test()} ({error})"
@@ -89,14 +84,14 @@ class WorkTree:
         return re.findall(rf"^\[ +{mark} +\] ([\w./]+)", self._log(), re.MULTILINE)
 
     def _log(self):
-        return (self._folder / "log").read_text(encoding="utf-8", errors="replace")
+        return self._log_file.read_text(encoding="utf-8", errors="replace")
 
-    def _run(self, command, limit=None, cwd=None):
+    def _run(self, command, limit=None):
         """The exit status. What the command left running is ended with it. TimeoutError when it
         says nothing for longer than the limit, or starts too many processes."""
         environment = dict(os.environ, GTEST_FAIL_FAST="1")
-        with open(self._folder / "log", "wb") as log:
-            process = subprocess.Popen(self._inside(command, cwd), stdin=subprocess.DEVNULL,
+        with open(self._log_file, "wb") as log:
+            process = subprocess.Popen(self._inside(command), stdin=subprocess.DEVNULL,
                                        stdout=log, stderr=log, env=environment,
                                        start_new_session=True)
             try:
@@ -110,21 +105,21 @@ class WorkTree:
         while True:
             with contextlib.suppress(subprocess.TimeoutExpired):
                 return process.wait(0.2)
-            if limit is not None and time.time() - os.stat(self._folder / "log").st_mtime > limit:
+            if limit is not None and time.time() - self._log_file.stat().st_mtime > limit:
                 raise TimeoutError("never ends")
             if len(os.listdir("/proc")) > MOST_PROCESSES:
                 raise TimeoutError("starts processes without end")
 
-    def _inside(self, command, cwd):
+    def _inside(self, command):
         """The command where this tree is at its place, with a root and a /tmp in memory, and where
         no process can be left behind."""
-        enter = ["sh", "-c", 'cd "$0" && { "$@"; exit $?; }', cwd or self._place, *command]
+        enter = ["sh", "-c", 'cd "$0" && { "$@"; exit $?; }', self._place, *command]
         if self._place == self._folder:
             return enter
-        mount = ('cd "$0" && mount -t tmpfs -o mode=1777 tests /tmp && mkdir -p "$1" && '
-                 'mount -c --bind . "$1" && mkdir -p "$1/root" && '
-                 'mount -t tmpfs -o mode=0755 tests "$1/root" && shift && exec "$@"')
-        return [*NAMESPACE, "sh", "-c", mount, self._folder, self._place, *enter]
+        mount = ('cd "$0" && mount -t tmpfs -o mode=1777 tests /tmp && '
+                 'mount -c --bind . "$1" && mkdir -p "$1/$2/root" && '
+                 'mount -t tmpfs -o mode=0755 tests "$1/$2/root" && shift 2 && exec "$@"')
+        return [*NAMESPACE, "sh", "-c", mount, self._folder, self._place, BUILD, *enter]
 
 
 def can_share_a_place():
@@ -142,13 +137,13 @@ def is_folder(entry):
     return entry.is_dir() and not entry.is_symlink()
 
 
-def mirror(origin, copy, is_same, copy_file):
-    """Makes a folder hold what the other one holds, and nothing else. Links stay links, wherever
-    they lead."""
-    copy.mkdir(exist_ok=True)
+def mirror(origin, copy):
+    """Makes a folder hold what the other one holds, with its time stamps, and nothing else, but for
+    what is left out. Links stay links, wherever they lead."""
+    copy.mkdir(parents=True, exist_ok=True)
     wanted = {entry.name: entry for entry in origin.iterdir() if entry.name not in LEFT_OUT}
     for entry in copy.iterdir():
-        if entry.name not in wanted:
+        if entry.name not in wanted and entry.name not in LEFT_OUT:
             shutil.rmtree(entry) if is_folder(entry) else entry.unlink()
     for name, entry in wanted.items():
         twin = copy / name
@@ -156,6 +151,6 @@ def mirror(origin, copy, is_same, copy_file):
             twin.unlink(missing_ok=True)
             twin.symlink_to(os.readlink(entry))
         elif entry.is_dir():
-            mirror(entry, twin, is_same, copy_file)
-        elif not twin.exists() or not is_same(entry, twin):
-            copy_file(entry, twin)
+            mirror(entry, twin)
+        elif not twin.exists() or not has_same_time(entry, twin):
+            shutil.copy2(entry, twin)

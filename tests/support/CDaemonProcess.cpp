@@ -7,7 +7,6 @@
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,17 +22,6 @@ constexpr int kTimeToEnd = 1000; // milliseconds
 constexpr int kFirstListener = 3;
 constexpr int kCannotExecute = 127;
 
-// A socket at an abstract name of its own.
-int BoundSocket(const string& name) {
-    const int made = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    name.copy(address.sun_path + 1, name.size());
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-    EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), length), 0) << name;
-    return made;
-}
-
 std::vector<char*> Pointers(std::vector<string>* words) {
     std::vector<char*> pointers;
     for (string& word : *words) {
@@ -47,9 +35,6 @@ std::vector<char*> Pointers(std::vector<string>* words) {
 
 CDaemonProcess::CDaemonProcess(const string& program, const Words& arguments,
                                const Words& environment, const std::vector<int>& listeners) {
-    static int count = 0;
-    m_notifyPath = "kzm-daemon-" + std::to_string(getpid()) + "-" + std::to_string(++count);
-    m_notify = BoundSocket(m_notifyPath);
     std::array<int, 2> log{};
     EXPECT_EQ(pipe2(log.data(), O_CLOEXEC | O_NONBLOCK), 0);
     m_logReader = log[0];
@@ -74,7 +59,6 @@ CDaemonProcess::~CDaemonProcess() {
         const int status = AwaitExit();
         EXPECT_TRUE(isKilled || status == 0) << "ended with " << status << "; log:\n" << Log();
     }
-    close(m_notify);
     close(m_logReader);
 }
 
@@ -83,7 +67,7 @@ void CDaemonProcess::Execute(const string& program, const Words& arguments,
     fcntl(m_logWriter, F_SETFL, 0);
     dup2(m_logWriter, STDOUT_FILENO);
     dup2(m_logWriter, STDERR_FILENO);
-    Words variables = {"PATH=/usr/bin:/bin", "LC_ALL=C", "NOTIFY_SOCKET=@" + m_notifyPath};
+    Words variables = {"PATH=/usr/bin:/bin", "LC_ALL=C", "NOTIFY_SOCKET=" + m_notify.Name()};
     int next = kFirstListener;
     for (const int listener : listeners) {
         if (listener == next) {
@@ -113,8 +97,8 @@ bool CDaemonProcess::AwaitReadable(int descriptor) {
 
 bool CDaemonProcess::AwaitTold(const string& line) {
     std::array<char, 4096> buffer{};
-    while (AwaitReadable(m_notify)) {
-        const ssize_t size = recv(m_notify, buffer.data(), buffer.size(), 0);
+    while (AwaitReadable(m_notify.Descriptor())) {
+        const ssize_t size = recv(m_notify.Descriptor(), buffer.data(), buffer.size(), 0);
         const string told = "\n" + string(buffer.data(), size < 0 ? 0 : std::size_t(size)) + "\n";
         if (told.find("\n" + line + "\n") != string::npos) {
             return true;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/CNotifySocket.h"
+
 #include <sys/types.h>
 
 #include <string>
@@ -48,8 +50,7 @@ private:
     void TakeLog();
     bool AwaitReadable(int descriptor);
 
-    std::string m_notifyPath;
-    int m_notify = -1;
+    CNotifySocket m_notify;
     int m_logReader = -1;
     int m_logWriter = -1;
     pid_t m_process = -1;

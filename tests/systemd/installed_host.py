@@ -14,7 +14,9 @@ import unittest
 import container
 
 SCHEMA = "root/cimv2:VELTARO_ToolServiceLogger"
-AGENT_UNIT = """[Service]
+AGENT_UNIT = """[Unit]
+StartLimitIntervalSec=0
+[Service]
 ExecStart=/bin/sleep infinity
 """
 DESCRIPTION = """CheckInstall=/bin/true

@@ -20,7 +20,7 @@ import installed_host
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
 RPM_DATABASE = "/var/lib/rpm"
 # What each kind of package, and its tool, has for itself.
-DEBIAN_ONLY = ("/usr/share/doc/kzm-", "/usr/share/lintian/", "/var/lib/dpkg/", "/var/lib/systemd/",
+DEBIAN_ONLY = ("/usr/share/doc/", "/usr/share/lintian/", "/var/lib/dpkg/", "/var/lib/systemd/",
                "/var/opt/veltaro/kzm/wbemd/made-accounts")
 
 
@@ -56,8 +56,8 @@ class Packages(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls) -> None:
-        cls.packages = installed_host.PACKAGES
-        cls.folder = cls.packages[0].parent
+        cls.folder = installed_host.PACKAGES[0].parent
+        cls.packages = sorted(cls.folder.glob("*.deb"))
         cls.base = files_in(installed_host.FOLDER / "base")
 
     def make_root(self, name: str) -> container.Container:
@@ -69,10 +69,10 @@ class Packages(unittest.TestCase):
         return root
 
     def install_debian(self, root: container.Container) -> None:
-        """Installs what users install; the debug symbols are left out."""
+        """Installs what users install; the debug symbols are left out, and Cockpit is not there."""
         shutil.copytree(self.folder, root.root / "packages",
                         ignore=lambda _, names: [n for n in names if not re.search(r"^[^_]*[^m]_.*deb$", n)])
-        root.run("sh", "-c", "dpkg --install /packages/*.deb && rm -r /packages")
+        root.run("sh", "-c", "dpkg --install --force-depends /packages/*.deb && rm -r /packages")
 
     def added(self, root: container.Container) -> dict:
         """What is in a root beside the base."""
@@ -149,7 +149,7 @@ class Packages(unittest.TestCase):
         self.install_debian(debian)
         rpm = self.make_root("rpm")
         packages = [str(path) for path in self.folder.glob("*.rpm")]
-        self.assertEqual(len(packages), 3)
+        self.assertEqual(len(packages), 4)
         # The other packages of this root are not in its RPM database.
         self.rpm(rpm, "--install", "--nodeps", *packages)
         self.assertEqual(self.added(rpm), self.added(debian))
@@ -159,10 +159,12 @@ class Packages(unittest.TestCase):
         conf.write_text("ChangingGroups=operators\n", encoding="ascii")
         self.rpm(rpm, "--upgrade", "--nodeps", "--replacepkgs", *packages)
         self.assertEqual(conf.read_text(encoding="ascii"), "ChangingGroups=operators\n")
-        self.rpm(rpm, "--erase", "--nodeps", "kzm-wbemd", "kzm-dev", "kzm-logger-provider")
+        self.rpm(rpm, "--erase", "--nodeps", "kzm-wbemd", "cockpit-kzm-logger", "kzm-dev",
+                 "kzm-logger-provider")
         self.assertEqual(conf.with_suffix(".conf.rpmsave").read_text(encoding="ascii"),
                          "ChangingGroups=operators\n")
         self.assertFalse((rpm.root / "opt/veltaro").exists())
+        self.assertFalse((rpm.root / "usr/share/cockpit/kzm-logger").exists())
 
     @staticmethod
     def rpm(root: container.Container, *arguments: str) -> str:

@@ -8,11 +8,13 @@ namespace {
 
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
 constexpr std::size_t kSentenceBytes = 500;
+constexpr std::size_t kEnvelopeBytes = 500; // about what stands around a response
 
 // The envelope around what the method answers.
 std::string WriteMessage(const CAnsweredRequest& request, std::string_view response) {
     const char* element = request.m_isIntrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE";
     CXmlWriter xml;
+    xml.Expect(response.size() + kEnvelopeBytes);
     xml.Raw(kDeclaration);
     xml.Open("CIM", {{"CIMVERSION", "2.0"}, {"DTDVERSION", "2.0"}});
     xml.Open("MESSAGE", {{"ID", request.m_messageId}, {"PROTOCOLVERSION", "1.0"}});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@ namespace wbemd {
 class CXmlWriter {
 public:
     using Attributes = std::initializer_list<std::pair<std::string_view, std::string_view>>;
+
+    // So many bytes will be written, about: memory is taken once.
+    void Expect(std::size_t bytes) { m_xml.reserve(m_xml.size() + bytes); }
 
     void Open(std::string_view name, Attributes attributes = {});
     void Close(std::string_view name);

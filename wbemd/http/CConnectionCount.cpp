@@ -2,15 +2,22 @@
 
 namespace wbemd {
 
-bool CConnectionCount::Add(const std::string& peer, std::size_t limit, std::size_t limitPerPeer) {
+CConnectionCount::CPlace::~CPlace() {
+    if (m_count != nullptr) {
+        m_count->Remove(m_peer);
+    }
+}
+
+std::optional<CConnectionCount::CPlace> CConnectionCount::Take(std::string peer, std::size_t limit,
+                                                               std::size_t limitPerPeer) {
     const auto found = m_ofPeer.find(peer);
     const std::size_t ofPeer = found == m_ofPeer.end() ? 0 : found->second;
     if (m_total >= limit || ofPeer >= limitPerPeer) {
-        return false;
+        return std::nullopt;
     }
     m_ofPeer[peer] = ofPeer + 1;
     ++m_total;
-    return true;
+    return CPlace(this, std::move(peer));
 }
 
 void CConnectionCount::Remove(const std::string& peer) {

@@ -115,25 +115,25 @@ inline void CListener::Serve(CSocket socket) {
     const std::string peer = PeerOf(socket);
     const CSettings& settings = m_shared.m_settings;
     CShared& shared = m_shared;
-    if (!shared.m_count.Add(peer, settings.m_connections, settings.m_connectionsPerPeer)) {
+    auto place = shared.m_count.Take(peer, settings.m_connections, settings.m_connectionsPerPeer);
+    if (!place) {
         Refuse(std::move(socket), peer);
         return;
     }
-    std::make_shared<CSession>(shared, std::move(socket), m_hasTls ? shared.m_tls.get() : nullptr,
-                               peer, [&shared, peer] { shared.m_count.Remove(peer); })
-        ->Serve();
+    asio::ssl::context* const tls = m_hasTls ? shared.m_tls.get() : nullptr;
+    std::make_shared<CSession>(shared, std::move(socket), tls, peer, std::move(*place))->Serve();
 }
 
 inline void CListener::Refuse(CSocket socket, const std::string& peer) {
     CShared& shared = m_shared;
     LogRefusal(peer);
-    if (m_hasTls || shared.m_refused >= kMostRefused) {
+    if (m_hasTls) {
         return; // which closes it
     }
-    ++shared.m_refused;
-    std::make_shared<CSession>(shared, std::move(socket), nullptr, peer, [&shared] {
-        --shared.m_refused;
-    })->RefuseAll();
+    if (auto place = shared.m_refused.Take(peer, kMostRefused, kMostRefused)) {
+        std::make_shared<CSession>(shared, std::move(socket), nullptr, peer, std::move(*place))
+            ->RefuseAll();
+    }
 }
 
 inline void CListener::LogRefusal(const std::string& peer) {

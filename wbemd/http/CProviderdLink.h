@@ -1,6 +1,7 @@
 #pragma once
 
 #include "history/CDescriptor.h"
+#include "serverbase/CMemoryBudget.h"
 #include "serverbase/Frames.h"
 #include "wbemd/http/Asio.h"
 
@@ -22,11 +23,13 @@ struct CReply {
     enum class State {
         Unreachable, // the question was not sent as a whole, so nothing was done for it
         Broken,      // it was, and the connection ended without an answer
-        Unknown,     // it was, and there is no answer in time, or no memory for it
+        Unknown,     // it was, and there is no answer in time
+        NoMemory,    // it was, and there is no memory for the answer
         Answered
     };
-    State m_state = State::Unreachable;
-    std::string m_payload; // of the answer
+    State m_state;
+    std::string m_payload;             // of the answer
+    daemon_base::CMemoryShare m_share; // that the payload has, unless it is short
 };
 
 // Connections to the daemon that calls the provider, each of which carries one question at a time.
@@ -36,7 +39,11 @@ public:
     class CQuestion;
     using Done = std::function<void(CReply)>;
 
-    CProviderdLink(asio::io_context& io, std::string path) : m_io(io), m_path(std::move(path)) {}
+    // What is not short of the answers has its share of the memory.
+    CProviderdLink(asio::io_context& io, std::string path, daemon_base::CMemoryBudget& memory)
+        : m_io(io),
+          m_path(std::move(path)),
+          m_memory(memory) {}
 
     // A question that is a frame, to be started. `done` is called once, on the loop's thread.
     std::shared_ptr<CQuestion> Prepare(std::string frame, Done done);
@@ -54,6 +61,7 @@ private:
 
     asio::io_context& m_io;
     std::string m_path;
+    daemon_base::CMemoryBudget& m_memory;
     std::vector<CLocalSocket> m_idle;
 };
 
@@ -65,7 +73,8 @@ public:
           m_socket(link.TakeSocket()),
           m_timer(link.m_io),
           m_frame(std::move(frame)),
-          m_done(std::move(done)) {}
+          m_done(std::move(done)),
+          m_share(link.m_memory) {}
 
     // Sends it. It may end before this returns.
     void Start() {
@@ -77,9 +86,8 @@ public:
     }
     // Ends it without an answer. Its connection is closed: an answer that comes late is nobody's.
     void GiveUp() {
-        ErrorCode ignored;
-        m_socket.close(ignored);
-        End({m_isSent ? CReply::State::Unknown : CReply::State::Unreachable, {}});
+        Close();
+        End(m_isSent ? CReply::State::Unknown : CReply::State::Unreachable);
     }
 
 private:
@@ -88,7 +96,7 @@ private:
     // The daemon's queue of connections may be full for a moment.
     static constexpr int kConnectTries = 100;
     static constexpr std::chrono::milliseconds kConnectPause{20};
-    static constexpr std::size_t kAnswerBytes = 512; // most answers are shorter
+    static constexpr std::size_t kAnswerBytes = 4096; // most answers are shorter
 
     [[nodiscard]] bool HasEnded() const { return m_done == nullptr; }
 
@@ -103,7 +111,7 @@ private:
             m_timer.expires_after(kConnectPause);
             m_timer.async_wait([self = shared_from_this()](const ErrorCode&) { self->Connect(); });
         } else {
-            End({});
+            End(CReply::State::Unreachable);
         }
     }
 
@@ -121,7 +129,7 @@ private:
                 } else if (written == 0 && fresh == Fresh::No) {
                     self->Connect();
                 } else {
-                    self->End({});
+                    self->End(CReply::State::Unreachable);
                 }
             });
     }
@@ -143,9 +151,10 @@ private:
             return;
         }
         if (error || !TakeLength()) {
-            End({CReply::State::Broken, {}});
+            End(CReply::State::Broken);
         } else if (!HasRoom()) {
-            GiveUp();
+            Close();
+            End(CReply::State::NoMemory);
         } else if (m_wanted == 0 || m_known < m_wanted) {
             Read();
         } else {
@@ -168,6 +177,9 @@ private:
 
     // Makes room for the whole answer, once its length is known. False: there is no memory for it.
     bool HasRoom() {
+        if (m_wanted > m_answer.size() && !m_share.TakeIfLong(m_wanted)) {
+            return false;
+        }
         try {
             m_answer.resize(std::max(m_answer.size(), m_wanted));
             return true;
@@ -182,12 +194,18 @@ private:
         }
         m_answer.resize(m_wanted);
         m_answer.erase(0, messages::kFrameHeaderBytes);
-        End({CReply::State::Answered, std::move(m_answer)});
+        End(CReply::State::Answered);
     }
 
-    void End(CReply reply) {
+    void Close() {
+        ErrorCode ignored;
+        m_socket.close(ignored);
+    }
+
+    void End(CReply::State state) {
+        const bool isAnswered = state == CReply::State::Answered;
         if (const Done done = std::exchange(m_done, nullptr)) {
-            done(std::move(reply));
+            done({state, isAnswered ? std::move(m_answer) : "", std::move(m_share)});
         }
     }
 
@@ -195,7 +213,8 @@ private:
     CLocalSocket m_socket;
     CTimer m_timer;
     std::string m_frame;
-    Done m_done;              // empty once it was called
+    Done m_done; // empty once it was called
+    daemon_base::CMemoryShare m_share;
     bool m_isSent = false;    // as a whole
     std::string m_answer;     // room for it
     std::size_t m_known = 0;  // bytes of it that came

@@ -92,6 +92,8 @@ bool CServer::Parts::Use(const CConfiguration& configuration, std::string* error
         return false;
     }
     m_shared.m_settings = settings;
+    m_shared.m_bodies.SetLimit(settings.m_bodyMemoryBytes);
+    m_shared.m_answers.SetLimit(settings.m_answerMemoryBytes);
     m_shared.m_tls = ContextOf(configuration.m_identity);
     Exchange(std::move(listeners));
     LogAll(Level::Warning, configuration.m_warnings);
@@ -246,7 +248,7 @@ void CServer::Run() {
             m_parts->m_io.run();
         } catch (const std::exception& exception) {
             // The connection that it came from is gone; the others go on.
-            Log(Level::Error, std::string("A connection was given up: ") + exception.what() + ".");
+            daemon_base::LogException("A connection was given up", exception);
         }
     }
 }

@@ -32,7 +32,7 @@ struct CShared {
         : m_operations(operations),
           m_io(io),
           m_worker(worker),
-          m_link(io, std::move(providerdSocket)) {}
+          m_link(io, std::move(providerdSocket), m_answers) {}
 
     // One of the requests that were begun is answered, or will never be.
     void EndRequest() {
@@ -43,14 +43,15 @@ struct CShared {
 
     const COperations& m_operations;
     asio::io_context& m_io;
-    asio::thread_pool& m_worker; // for what takes long
+    asio::thread_pool& m_worker;          // for what takes long
+    daemon_base::CMemoryBudget m_bodies;  // of requests
+    daemon_base::CMemoryBudget m_answers; // until the clients have taken them
     CProviderdLink m_link;
     CSettings m_settings;
     std::shared_ptr<asio::ssl::context> m_tls; // null when there is no https
     CConnectionCount m_count;
-    std::size_t m_refused = 0;   // connections that are beyond the limit and told so
-    std::size_t m_bodyBytes = 0; // of the requests that are in memory
-    std::size_t m_begun = 0;     // requests whose head was read and that are not answered yet
+    CConnectionCount m_refused; // connections that are beyond the limit and told so
+    std::size_t m_begun = 0;    // requests whose head was read and that are not answered yet
     bool m_stopping = false;
     std::function<void()> m_onAllAnswered;
 };
@@ -59,18 +60,17 @@ struct CShared {
 // something is under way on it.
 class CSession : public std::enable_shared_from_this<CSession> {
 public:
-    // `gone` is called when the connection has ended.
+    // The place is the connection's as long as it lives.
     CSession(CShared& shared, CSocket socket, asio::ssl::context* tls, std::string peer,
-             std::function<void()> gone)
+             CConnectionCount::CPlace place)
         : m_shared(shared),
+          m_place(std::move(place)),
           m_transport(std::move(socket), tls),
           m_peer(std::move(peer)),
-          m_gone(std::move(gone)),
-          m_timer(shared.m_io) {}
-    ~CSession() {
-        EndRequest();
-        m_gone();
-    }
+          m_timer(shared.m_io),
+          m_bodyShare(shared.m_bodies),
+          m_answerShare(shared.m_answers) {}
+    ~CSession() { EndRequest(); }
     CSession(const CSession&) = delete;
     CSession& operator=(const CSession&) = delete;
 
@@ -84,7 +84,6 @@ private:
 
     static constexpr std::size_t kReadBytes = 4096;
     static constexpr std::size_t kBodyReadBytes = std::size_t{64} * 1024;
-    static constexpr std::size_t kLongBytes = std::size_t{64} * 1024; // takes the worker
     static constexpr std::chrono::seconds kGoodbyeTime{2};
 
     // The next request, from what has come and what comes.
@@ -95,9 +94,11 @@ private:
 
     // Its credentials and its body.
     void Ask(std::string frame, Duration limit, void (CSession::*then)(CReply));
-    void AskForCredentials();
+    void TakeCredentials(messages::CCredentials credentials);
+    void AskForCredentials(void (CSession::*then)(CReply));
     void OnChecked(CReply reply);
-    void OnCredentials(const CReply& reply);
+    void OnCheckedLate(CReply reply);
+    void OnCredentials(const CReply& reply, void (CSession::*then)());
     void TakeBody();
     void SendContinue();
     void ReadBody();
@@ -105,8 +106,10 @@ private:
     // What it asks for.
     void Decide();
     void OnDecision(Decision decision);
+    void DropBody();
     void Call();
     void OnCalled(CReply reply);
+    void OnFinished(CHttpAnswer answer);
     [[nodiscard]] CHttpAnswer Finish(const CReply& reply) const;
     template <class Work, class Otherwise, class Then>
     void Compute(std::size_t bytes, Work work, Otherwise otherwise, Then then);
@@ -135,9 +138,9 @@ private:
     void OnCutTime();
 
     CShared& m_shared;
+    const CConnectionCount::CPlace m_place;
     CTransport m_transport;
     std::string m_peer;
-    std::function<void()> m_gone;
 
     std::weak_ptr<CProviderdLink::CQuestion> m_question; // that is on its way
     Clock::time_point m_askTime;                         // of the last question
@@ -153,14 +156,17 @@ private:
     CRequestPlan m_plan;
     CRequestHead m_head;
     messages::CCredentials m_credentials;
+    bool m_isChecked = false; // they are right; until then nothing is answered by what they may do
+    bool m_hasRead = false;   // the last call with them read the settings
     messages::Right m_right = messages::Right::None;
     std::size_t m_missing = 0; // bytes of the request's body that have not come, or not been taken
-    std::size_t m_bodyShare = 0; // of the memory for bodies
+    daemon_base::CMemoryShare m_bodyShare;
     std::string m_body;
     CPendingCall m_call;
 
     std::string m_output;
-    std::string m_outputBody; // of a long answer
+    std::string m_outputBody;                // of a long answer
+    daemon_base::CMemoryShare m_answerShare; // from what providerd said to what the client takes
     std::size_t m_written = 0;
     int m_untaken = 0; // bytes that the client had not taken when that was looked at last
     bool m_keepOpen = false;

@@ -74,10 +74,21 @@ inline void CSession::OnHead(const CHttpHead& head) {
         Answer(std::move(*m_plan.m_refusal));
     } else if (auto credentials = ReadCredentials(head)) {
         m_head = RequestHeadOf(head);
-        m_credentials = std::move(*credentials);
-        AskForCredentials();
+        TakeCredentials(std::move(*credentials));
     } else {
         Answer(WrongCredentials());
+    }
+}
+
+// Who has read reads again, as a rule, and then the call itself has its credentials checked.
+inline void CSession::TakeCredentials(messages::CCredentials credentials) {
+    const bool readsOn = std::exchange(m_hasRead, false) && m_credentials == credentials;
+    m_credentials = std::move(credentials);
+    m_isChecked = false;
+    if (readsOn) {
+        TakeBody();
+    } else {
+        AskForCredentials(&CSession::OnChecked);
     }
 }
 
@@ -94,19 +105,24 @@ inline void CSession::Ask(std::string frame, Duration limit, void (CSession::*th
     question->Start();
 }
 
-inline void CSession::AskForCredentials() {
+inline void CSession::AskForCredentials(void (CSession::*then)(CReply)) {
     m_askTime = Clock::now();
     Ask(messages::Encode(messages::CCheckRequest{m_credentials, m_peer}),
-        m_shared.m_settings.m_checkTime, &CSession::OnChecked);
+        m_shared.m_settings.m_checkTime, then);
 }
 
 inline void CSession::OnChecked(CReply reply) {
     m_requestEnd += Clock::now() - m_askTime;
     CutAt(m_requestEnd);
-    OnCredentials(reply);
+    OnCredentials(reply, &CSession::TakeBody);
 }
 
-inline void CSession::OnCredentials(const CReply& reply) {
+// The body is here already, and what it asks for depends on the right.
+inline void CSession::OnCheckedLate(CReply reply) {
+    OnCredentials(reply, &CSession::Decide);
+}
+
+inline void CSession::OnCredentials(const CReply& reply, void (CSession::*then)()) {
     const auto answer = reply.m_state == CReply::State::Answered
                             ? messages::DecodeCheckAnswer(reply.m_payload)
                             : std::nullopt;
@@ -118,17 +134,16 @@ inline void CSession::OnCredentials(const CReply& reply) {
         Answer(WrongCredentials());
     } else {
         m_right = answer->m_right;
-        TakeBody();
+        m_isChecked = true;
+        (this->*then)();
     }
 }
 
 inline void CSession::TakeBody() {
-    if (m_shared.m_bodyBytes + m_missing > m_shared.m_settings.m_bodyMemoryBytes) {
+    if (!m_bodyShare.Take(m_missing)) {
         Answer(Refusal(Status::Unavailable));
         return;
     }
-    m_bodyShare = m_missing;
-    m_shared.m_bodyBytes += m_bodyShare;
     m_body.reserve(m_missing);
     if (m_plan.m_expectsContinue) {
         SendContinue();
@@ -167,19 +182,28 @@ inline void CSession::Decide() {
 }
 
 inline void CSession::OnDecision(Decision decision) {
-    std::string().swap(m_body);
-    m_shared.m_bodyBytes -= std::exchange(m_bodyShare, 0);
-    if (auto* const answer = std::get_if<CHttpAnswer>(&decision)) {
-        Answer(std::move(*answer));
+    auto* const call = std::get_if<CPendingCall>(&decision);
+    if (!m_isChecked && (call == nullptr || call->m_changes)) {
+        AskForCredentials(&CSession::OnCheckedLate);
+    } else if (call == nullptr) {
+        auto& answer = std::get<CHttpAnswer>(decision);
+        const bool hasRoom = m_answerShare.TakeIfLong(answer.m_body.size());
+        Answer(hasRoom ? std::move(answer) : Refusal(Status::Unavailable));
     } else {
-        m_call = std::move(std::get<CPendingCall>(decision));
+        DropBody();
+        m_call = std::move(*call);
         Call();
     }
 }
 
+inline void CSession::DropBody() {
+    std::string().swap(m_body);
+    m_bodyShare.Release();
+}
+
 inline void CSession::Call() {
     messages::CCallRequest request;
-    request.m_credentials = std::move(m_credentials);
+    request.m_credentials = m_credentials;
     request.m_peer = m_peer;
     request.m_method = m_call.m_method;
     request.m_inParameters = std::move(m_call.m_inParameters);
@@ -192,11 +216,23 @@ inline void CSession::OnCalled(CReply reply) {
         Answer(Refusal(Status::Unavailable, kNoProviderd));
         return;
     }
+    if (reply.m_state == CReply::State::NoMemory) {
+        Answer(std::move(m_call.m_withoutMemory));
+        return;
+    }
+    m_answerShare = std::move(reply.m_share);
+    m_hasRead = !m_call.m_changes && reply.m_state == CReply::State::Answered;
     const std::size_t bytes = reply.m_payload.size();
     Compute(
         bytes, [this, given = std::move(reply)] { return Finish(given); },
         [this] { return std::move(m_call.m_withoutMemory); },
-        [this](CHttpAnswer finished) { Answer(std::move(finished)); });
+        [this](CHttpAnswer finished) { OnFinished(std::move(finished)); });
+}
+
+inline void CSession::OnFinished(CHttpAnswer answer) {
+    m_hasRead = m_hasRead && answer.m_status == CHttpAnswer::kOk;
+    const bool hasRoom = m_answerShare.TakeIfLong(answer.m_body.size());
+    Answer(std::move(hasRoom ? answer : m_call.m_withoutMemory));
 }
 
 inline CHttpAnswer CSession::Finish(const CReply& reply) const {
@@ -217,7 +253,7 @@ inline CHttpAnswer CSession::Finish(const CReply& reply) const {
 // work cannot.
 template <class Work, class Otherwise, class Then>
 void CSession::Compute(std::size_t bytes, Work work, Otherwise otherwise, Then then) {
-    if (bytes <= kLongBytes) {
+    if (bytes <= daemon_base::kShortBytes) {
         then(ResultOf(work, otherwise));
         return;
     }
@@ -241,11 +277,12 @@ std::invoke_result_t<Work> CSession::ResultOf(const Work& work, const Otherwise&
 }
 
 inline void CSession::Answer(CHttpAnswer answer) {
+    DropBody();
     // Without 100 the client may leave out the body: where the next request begins is unknown.
     const bool isEndKnown = m_missing == 0 || !m_plan.m_expectsContinue || m_sentContinue;
     m_keepOpen = answer.m_keepOpen && m_plan.m_keepOpen && isEndKnown && !m_shared.m_stopping;
     m_output = WriteHead(answer, m_keepOpen, std::time(nullptr));
-    if (answer.m_body.size() <= kLongBytes) {
+    if (answer.m_body.size() <= daemon_base::kShortBytes) {
         m_output += answer.m_body;
     } else {
         m_outputBody = std::move(answer.m_body);
@@ -279,6 +316,7 @@ inline void CSession::Write(std::string* text, void (CSession::*then)()) {
 
 inline void CSession::AfterAnswer() {
     m_outputBody.shrink_to_fit();
+    m_answerShare.Release();
     if (!m_keepOpen) {
         SayGoodbye();
         return;
@@ -301,7 +339,6 @@ inline void CSession::SkipBody() {
 }
 
 inline void CSession::EndRequest() {
-    m_shared.m_bodyBytes -= std::exchange(m_bodyShare, 0);
     if (std::exchange(m_isBegun, false)) {
         m_shared.EndRequest();
     }

@@ -50,13 +50,15 @@ std::chrono::milliseconds TakeTime(CConfigFile* file, const char* name, unsigned
 
 void TakeLimits(CConfigFile* file, CSettings* settings) {
     constexpr unsigned long kMostConnections = 10'000;
-    constexpr unsigned long kMostBodyMiB = 1024;
+    constexpr unsigned long kMostMiB = 1024;
     settings->m_connections = file->TakeNumber("MaxConnections", 256, 1, kMostConnections);
     settings->m_connectionsPerPeer =
         file->TakeNumber("MaxConnectionsPerPeer", 32, 1, kMostConnections);
-    settings->m_bodyBytes = file->TakeNumber("MaxBodyBytes", 16 * kMiB, 1, kMostBodyMiB * kMiB);
+    settings->m_bodyBytes = file->TakeNumber("MaxBodyBytes", 16 * kMiB, 1, kMostMiB * kMiB);
     settings->m_bodyMemoryBytes =
-        file->TakeNumber("MaxBodyMemoryBytes", 128 * kMiB, 1, kMostBodyMiB * kMiB);
+        file->TakeNumber("MaxBodyMemoryBytes", 128 * kMiB, 1, kMostMiB * kMiB);
+    settings->m_answerMemoryBytes =
+        file->TakeNumber("MaxAnswerMemoryBytes", 192 * kMiB, 1, kMostMiB * kMiB);
     settings->m_handshakeTime = TakeTime(file, "HandshakeMilliseconds", 5'000);
     settings->m_requestTime = TakeTime(file, "RequestMilliseconds", 10'000);
     settings->m_idleTime = TakeTime(file, "IdleMilliseconds", 15'000);

@@ -19,8 +19,9 @@ struct CSettings {
 
     std::size_t m_connections = 0; // at most, in all and from one address
     std::size_t m_connectionsPerPeer = 0;
-    std::size_t m_bodyBytes = 0;       // of one request, at most
-    std::size_t m_bodyMemoryBytes = 0; // of all requests that are in memory at one time
+    std::size_t m_bodyBytes = 0;         // of one request, at most
+    std::size_t m_bodyMemoryBytes = 0;   // of all requests that are in memory at one time
+    std::size_t m_answerMemoryBytes = 0; // of all answers that are, but for the short ones
     std::chrono::milliseconds m_handshakeTime{};
     std::chrono::milliseconds m_requestTime{}; // from a request's first byte to its last
     std::chrono::milliseconds m_idleTime{};    // between two requests

@@ -4,6 +4,8 @@
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 
+#include <array>
+#include <ctime>
 #include <system_error>
 
 namespace wbemd {
@@ -44,10 +46,26 @@ std::shared_ptr<SSL_CTX> MakeContext() {
     return context;
 }
 
+// "2026-11-22 14:00 UTC"
+string Written(const ASN1_TIME* time) {
+    std::tm parts{};
+    std::array<char, sizeof "2026-11-22 14:00 UTC"> text{};
+    if (ASN1_TIME_to_tm(time, &parts) == 1) {
+        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M UTC", &parts);
+    }
+    return text.data();
+}
+
 string TimeWarning(const SSL_CTX& context, const string& path) {
     const X509* const certificate = SSL_CTX_get0_certificate(&context);
-    if (X509_cmp_current_time(X509_get0_notAfter(certificate)) < 0) {
+    const ASN1_TIME* const end = X509_get0_notAfter(certificate);
+    std::time_t soon = std::time(nullptr) + std::chrono::seconds(kExpiresSoon).count();
+    if (X509_cmp_current_time(end) < 0) {
         return path + ": the certificate has expired. Clients will refuse it: renew it.";
+    }
+    if (X509_cmp_time(end, &soon) < 0) {
+        return path + ": the certificate expires on " + Written(end) +
+               ". Clients will refuse it then: renew it before.";
     }
     if (X509_cmp_current_time(X509_get0_notBefore(certificate)) > 0) {
         return path + ": the certificate is not valid yet. Clients will refuse it: set the clock "

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -13,8 +14,12 @@ struct CTlsIdentity {
     // Sentences, empty where all is well.
     std::string m_certificateProblem;
     std::string m_keyProblem;
-    std::string m_warning; // a certificate that clients will not trust, but that can be served
+    // A certificate that clients will not trust, now or soon, but that can be served.
+    std::string m_warning;
 };
+
+// How long before its end a certificate is warned of.
+inline constexpr std::chrono::hours kExpiresSoon{14 * 24};
 
 // Reads the PEM files: the certificate with the chain behind it, and its key. TLS 1.2 at least.
 CTlsIdentity LoadIdentity(const std::string& certificate, const std::string& key);

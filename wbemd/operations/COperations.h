@@ -23,7 +23,8 @@ struct CRequestHead {
 
 // An answer, but for what every answer carries (Content-Length, Date and the like).
 struct CHttpAnswer {
-    unsigned m_status = 200;
+    static constexpr unsigned kOk = 200;
+    unsigned m_status = kOk;
     std::vector<std::pair<std::string, std::string>> m_headers;
     std::string m_body;
     bool m_keepOpen = true; // whether the connection may serve another request
@@ -37,6 +38,7 @@ struct CPendingCall {
     std::string m_spelledMethod; // as the request spells it
     // The answer when there is no memory for another one once the call was made.
     CHttpAnswer m_withoutMemory = {};
+    bool m_changes = true; // the settings; false: it reads them
 };
 
 // The answer to a request without right credentials, whoever found out.

@@ -27,11 +27,11 @@ const CCimMethod* FindMethod(const CCimClass& definition, const std::string& nam
     return found == definition.m_methods.end() ? nullptr : &*found;
 }
 
-std::optional<CCimError> CheckRight(const CCimMethod& method, messages::Right right) {
-    if (method.m_sName == kReadingMethod) {
-        return MayRead(right) ? std::nullopt : std::optional(MayNotRead());
+std::optional<CCimError> CheckRight(bool changes, messages::Right right) {
+    if (changes) {
+        return MayChange(right) ? std::nullopt : std::optional(MayNotChange());
     }
-    return MayChange(right) ? std::nullopt : std::optional(MayNotChange());
+    return MayRead(right) ? std::nullopt : std::optional(MayNotRead());
 }
 
 // Why a call did not end with a return value.
@@ -39,7 +39,7 @@ CCimError ErrorOf(const CPendingCall& call, messages::CallResult result) {
     using messages::CallResult;
     switch (result) {
     case CallResult::NotAllowed:
-        return call.m_method == kReadingMethod ? MayNotRead() : MayNotChange();
+        return call.m_changes ? MayNotChange() : MayNotRead();
     case CallResult::NoMethod:
         return {CimCode::MethodNotFound, "The provider has no such method."};
     case CallResult::NotAvailable:
@@ -116,7 +116,8 @@ PrepareCall(const CServedNamespace& served, const CCimRequest& request, messages
                                                  " has no method " + cim::Quote(request.m_method) +
                                                  ".");
     }
-    if (auto error = CheckRight(*method, right)) {
+    const bool changes = method->m_sName != kReadingMethod;
+    if (auto error = CheckRight(changes, right)) {
         return tl::unexpected(std::move(*error));
     }
     const auto parameters =
@@ -129,7 +130,8 @@ PrepareCall(const CServedNamespace& served, const CCimRequest& request, messages
                         isEmpty ? "" : messages::EncodeObject(*parameters),
                         request.m_messageId,
                         request.m_method,
-                        {}};
+                        {},
+                        changes};
 }
 
 tl::expected<std::string, CCimError> WriteCallAnswer(const CServedNamespace& served,

@@ -1,4 +1,6 @@
 #include "KzmPaths.h"
+#include "tests/support/CProcessLimit.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/system/door/CDoor.h"
 
 #include <gtest/gtest.h>
@@ -199,26 +201,6 @@ TEST(Daemon, DoesNotBeginWithABrokenConfiguration) {
     EXPECT_EQ(good.Log(), "");
 }
 
-// A limit of the daemon, as long as the object lives.
-class CLimit {
-public:
-    CLimit(const CDaemonProcess& daemon, __rlimit_resource resource, rlim_t value)
-        : m_process(daemon.Id()),
-          m_resource(resource) {
-        EXPECT_EQ(prlimit(m_process, m_resource, nullptr, &m_before), 0);
-        const rlimit limit{value, m_before.rlim_max};
-        EXPECT_EQ(prlimit(m_process, m_resource, &limit, nullptr), 0);
-    }
-    ~CLimit() { prlimit(m_process, m_resource, &m_before, nullptr); }
-    CLimit(const CLimit&) = delete;
-    CLimit& operator=(const CLimit&) = delete;
-
-private:
-    pid_t m_process;
-    __rlimit_resource m_resource;
-    rlimit m_before{};
-};
-
 TEST(Daemon, GoesOnWhenDescriptorsAreUsedUp) {
 #ifdef KZM_NO_FAULT_TRANSLATION
     GTEST_SKIP() << "the sanitizers look at objects by descriptors of their own";
@@ -229,7 +211,7 @@ TEST(Daemon, GoesOnWhenDescriptorsAreUsedUp) {
     EXPECT_EQ(client.Check("reader", kPassword), "read");
     std::unique_ptr<CDoorClient> waiting;
     {
-        const CLimit none(door.Daemon(), RLIMIT_NOFILE, 3);
+        const CProcessLimit none(door.Daemon().Id(), RLIMIT_NOFILE, 3);
         EXPECT_EQ(client.Check("reader", kPassword), "read") << "those who are there are served";
         waiting = std::make_unique<CDoorClient>();
         waiting->Send(CDoorClient::CheckFrame("reader", kPassword));
@@ -237,19 +219,6 @@ TEST(Daemon, GoesOnWhenDescriptorsAreUsedUp) {
     }
     EXPECT_NE(waiting->Receive(), std::nullopt) << "it was taken later";
     EXPECT_EQ(client.Call("reader", kPassword, "GetParameter"), "Done 0x00000000");
-}
-
-// The memory that a process has and can write, in bytes.
-rlim_t DataOf(pid_t process) {
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    string word;
-    rlim_t kilobytes = 0;
-    while (status >> word) {
-        if (word == "VmData:") {
-            status >> kilobytes;
-        }
-    }
-    return kilobytes * 1024;
 }
 
 TEST(Daemon, GoesOnWhenMemoryIsUsedUp) {
@@ -263,8 +232,9 @@ TEST(Daemon, GoesOnWhenMemoryIsUsedUp) {
     EXPECT_EQ(client.Call("reader", kPassword, "GetParameter"), "Done 0x00000000");
     EXPECT_EQ(greedy.Check("reader", kPassword), "read");
     {
-        const CLimit none(door.Daemon(), RLIMIT_DATA,
-                          DataOf(door.Daemon().Id()) + 1'000'000); // less than a thread needs
+        const CProcessLimit none(door.Daemon().Id(), RLIMIT_DATA,
+                                 MemoryOf(door.Daemon().Id(), "VmData") +
+                                     1'000'000); // less than a thread needs
         EXPECT_EQ(client.Check("reader", kPassword), "read") << "those who need little are served";
         greedy.Send(string("\0\0\0\1", 4) + string(8'000'000, 'x'));
         EXPECT_EQ(greedy.Receive(), std::nullopt);

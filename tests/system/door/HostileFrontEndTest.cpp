@@ -1,6 +1,9 @@
 // A front end that was taken over, or somebody in its place, says whatever it likes on the socket.
 
 #include "KzmPaths.h"
+#include "providerd/door/CSession.h"
+#include "serverbase/Frames.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/SampleConf.h"
 #include "tests/system/door/CDoor.h"
 
@@ -16,7 +19,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <random>
 
 namespace fs = std::filesystem;
@@ -129,16 +131,7 @@ TEST_F(HostileFrontEnd, GetsNothingByTheCheckOfAnother) {
 // What the process took at most until now. The sanitizers take more than it does.
 void ExpectMemoryBelow(std::size_t bytes, pid_t process) {
 #ifndef KZM_NO_FAULT_TRANSLATION
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    string word;
-    std::size_t kilobytes = 0;
-    while (status >> word) {
-        if (word == "VmHWM:") {
-            status >> kilobytes;
-        }
-    }
-    EXPECT_NE(kilobytes, 0U);
-    EXPECT_LT(kilobytes * 1024, bytes);
+    EXPECT_LT(MemoryOf(process, "VmHWM"), bytes);
 #else
     (void)bytes;
     (void)process;
@@ -162,6 +155,30 @@ TEST_F(HostileFrontEnd, HoldsNobodyUpWithHalfFrames) {
     EXPECT_NE(halves[1].Receive(), std::nullopt) << "once it is whole it is answered";
     halves.clear();
     EXPECT_NE(m_door.Daemon().AwaitLogged("what came is no frame, or broke off"), "");
+}
+
+TEST_F(HostileFrontEnd, HasMemoryTakenForAFewLongFramesAlone) {
+    constexpr std::size_t kMany = 12;
+    constexpr std::size_t kRoom = providerd::CSession::kRequestMemory / messages::kFrameBytes;
+    const string header("\0\0\0\2", 4); // says 32 MiB
+    std::vector<CDoorClient> clients(kMany);
+    for (CDoorClient& client : clients) {
+        client.Send(header + string(messages::kFrameBytes - 1, 'x'));
+    }
+    for (std::size_t i = kRoom; i < kMany; ++i) {
+        EXPECT_EQ(clients[i].Receive(), std::nullopt) << "it is closed";
+    }
+    EXPECT_NE(m_door.Daemon().AwaitLogged("there is no room for one more"), "");
+    // Twice, for texts that grow.
+    ExpectMemoryBelow(2 * providerd::CSession::kRequestMemory, m_door.Daemon().Id());
+    EXPECT_EQ(CDoorClient().Check("changer", kPassword), "change") << "what is short needs no room";
+    clients.clear();
+    for (std::size_t i = 0; i < kRoom; ++i) {
+        EXPECT_NE(m_door.Daemon().AwaitLogged("what came is no frame, or broke off"), "");
+    }
+    const CDoorClient next;
+    next.Send(header + string(messages::kFrameBytes, 'x'));
+    EXPECT_NE(m_door.Daemon().AwaitLogged("33554432 bytes came that are no request"), "");
 }
 
 TEST_F(HostileFrontEnd, GetsNothingByGarbage) {

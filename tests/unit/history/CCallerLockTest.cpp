@@ -162,7 +162,7 @@ protected:
 
 TEST_F(CallerLock, MakesItsFileForItsOwnerAlone) {
     struct stat status {};
-    for (const mode_t mask : {0077, 0}) {
+    for (const mode_t mask : {0077U, 0U}) {
         fs::remove_all(CTestRoot::Path("/var"));
         umask(mask);
         EXPECT_TRUE(CCallerLock::Take(0ms));

@@ -94,6 +94,8 @@ const FaultRow kWritingRows[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Rows, WritingTest, testing::ValuesIn(kWritingRows), RowName<FaultRow>);
 
+constexpr bool kOfFilesOnly = true; // the sanitizers write into pipes
+
 // What is there when the process dies in front of a call.
 class Dying : public Traced {
 protected:
@@ -102,8 +104,9 @@ protected:
             CTracedProcess::OpenWindow();
             return WriteImage(AT_FDCWD, m_path, Image());
         };
-        EXPECT_EQ(CTracedProcess::Run(write, {{call}, Kind::kKill, 0, 1}).m_iStatus,
-                  CTracedProcess::kKilled);
+        EXPECT_EQ(
+            CTracedProcess::Run(write, {{call}, Kind::kKill, 0, 1, false, kOfFilesOnly}).m_iStatus,
+            CTracedProcess::kKilled);
     }
 };
 

@@ -60,7 +60,7 @@ TEST(TextFile, IsClosedWhateverBecameOfIt) {
     const CTempFile file("12345");
     const std::size_t before = OpenDescriptors();
     for (const string& path : {file.Path(), string("/"), string("/no/such/file")}) {
-        for (const std::size_t maximum : {4, 5}) {
+        for (const std::size_t maximum : {4U, 5U}) {
             string reason;
             CTextFile::Read(path, maximum, &reason);
         }

@@ -2,9 +2,11 @@
 
 #include "host/CXmlDocument.h"
 
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/TableTest.h"
 
 #include <malloc.h>
+#include <unistd.h>
 
 #include <fstream>
 
@@ -150,19 +152,6 @@ INSTANTIATE_TEST_SUITE_P(
 
 constexpr std::size_t kMiB = std::size_t{1} << 20;
 
-// What /proc says of this process, such as "VmHWM:", in bytes; 0 when it says nothing.
-std::size_t MemoryBy(const string& name) {
-    std::ifstream status("/proc/self/status");
-    string word;
-    std::size_t kilobytes = 0;
-    while (status >> word) {
-        if (word == name) {
-            status >> kilobytes;
-        }
-    }
-    return kilobytes * 1024;
-}
-
 // Has the greatest memory be that of now.
 void ForgetGreatestMemory() {
     malloc_trim(0);
@@ -192,10 +181,10 @@ TEST(XmlOfStrangers, TakesLittleMemory) {
           WithAttributes(64)}) {
         const string text = Filled(piece);
         ForgetGreatestMemory();
-        const std::size_t before = MemoryBy("VmRSS:");
+        const std::size_t before = MemoryOf(getpid(), "VmRSS");
         CXmlError error;
         const auto document = CXmlDocument::Parse(text, &error, kLimits);
-        EXPECT_LT(MemoryBy("VmHWM:"), before + 100 * kMiB) << piece.substr(0, 100);
+        EXPECT_LT(MemoryOf(getpid(), "VmHWM"), before + 100 * kMiB) << piece.substr(0, 100);
     }
 }
 

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -28,6 +30,32 @@ TEST(Mending, FindsTheLine) {
 TEST(Mending, OpensTheEditorAtTheLine) {
     EXPECT_EQ(doctor::EditCommand("/a"), "\"${EDITOR:-vi}\" /a");
     EXPECT_EQ(doctor::EditCommand("/a b", 7), "\"${EDITOR:-vi}\" +7 '/a b'");
+}
+
+TEST(Mending, InstallsByThePackageManagerThatIsThere) {
+    std::string folder = testing::TempDir() + "managers-XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const char* const given = std::getenv("PATH");
+    const std::string before = given == nullptr ? "" : given;
+    setenv("PATH", ("/no/such/folder:" + folder).c_str(), 1);
+    EXPECT_EQ(doctor::InstallCommand("mount", "util-linux"), "apt-get install --reinstall mount")
+        << "where there is none";
+    // Each is found before those that stand above it.
+    const std::pair<const char*, const char*> rows[] = {
+        {"zypper", "zypper install --force util-linux"},
+        {"dnf", "dnf reinstall util-linux"},
+        {"apt-get", "apt-get install --reinstall mount"},
+    };
+    for (const auto& [program, command] : rows) {
+        std::ofstream(folder + "/" + program).close();
+        EXPECT_NE(doctor::InstallCommand("mount", "util-linux"), command) << "cannot be run";
+        std::filesystem::permissions(folder + "/" + program, std::filesystem::perms(0755));
+        EXPECT_EQ(doctor::InstallCommand("mount", "util-linux"), command);
+    }
+    std::filesystem::remove(folder + "/apt-get");
+    EXPECT_EQ(doctor::InstallCommand("kzm-wbemd"), "dnf reinstall kzm-wbemd");
+    setenv("PATH", before.c_str(), 1);
+    std::filesystem::remove_all(folder);
 }
 
 TEST(Mending, TakesAttributesAway) {

@@ -2,6 +2,7 @@
 
 #include "loggerctl/output/Console.h"
 
+#include "loggerctl/output/Answer.h"
 #include "tests/fault/CTracedProcess.h"
 #include "tests/unit/output/CStreamCapture.h"
 

@@ -1,5 +1,6 @@
 #include "loggerctl/output/Console.h"
 
+#include "loggerctl/output/Answer.h"
 #include "tests/system/loggerctl/CLocale.h"
 #include "tests/unit/output/CStreamCapture.h"
 

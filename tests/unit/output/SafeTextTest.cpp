@@ -143,11 +143,12 @@ TEST(SafeText, HexadecimalDigitsAreTakenInBothCases) {
 
 // The first and the last of each range, and those beside them.
 TEST(IsUnsafe, IsTrueForControlsDirectionsAndLineEndsAlone) {
-    for (const char32_t code : {0x00, 0x1F, 0x7F, 0x80, 0x9F, 0x200E, 0x200F, 0x2028, 0x2029,
-                                0x202A, 0x202E, 0x2066, 0x2069}) {
+    for (const char32_t code : {0x00U, 0x1FU, 0x7FU, 0x80U, 0x9FU, 0x200EU, 0x200FU, 0x2028U,
+                                0x2029U, 0x202AU, 0x202EU, 0x2066U, 0x2069U}) {
         EXPECT_TRUE(output::IsUnsafe(code)) << static_cast<unsigned int>(code);
     }
-    for (const char32_t code : {0x20, 0x7E, 0xA0, 0x200D, 0x2010, 0x2027, 0x202F, 0x2065, 0x206A}) {
+    for (const char32_t code :
+         {0x20U, 0x7EU, 0xA0U, 0x200DU, 0x2010U, 0x2027U, 0x202FU, 0x2065U, 0x206AU}) {
         EXPECT_FALSE(output::IsUnsafe(code)) << static_cast<unsigned int>(code);
     }
 }

@@ -209,7 +209,7 @@ TEST_P(KzmExceptionTest, TheHandlerOfTheHostGetsItsInformationAndItsMask) {
 TEST_P(KzmExceptionTest, AHandlerForOneTimeIsCalledOneTime) {
     EXPECT_EXIT(
         {
-            SetHostAction(GetParam().m_iSignal, HandleByReturning, SA_RESETHAND);
+            SetHostAction(GetParam().m_iSignal, HandleByReturning, static_cast<int>(SA_RESETHAND));
             KzmException::set_transrator();
             std::thread(GetParam().m_fault).join();
         },

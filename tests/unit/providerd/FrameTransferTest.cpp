@@ -22,6 +22,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::chrono::seconds kPatience(10);
+
 Deadline Soon() {
     return Clock::now() + std::chrono::milliseconds(20);
 }
@@ -55,7 +57,7 @@ private:
 };
 
 TEST_F(FrameTransfer, BringsEveryPayloadAsItIs) {
-    for (const std::size_t size : {0, 1, 4, 262144, 262145, 1000000}) {
+    for (const std::size_t size : {0U, 1U, 4U, 262144U, 262145U, 1000000U}) {
         SCOPED_TRACE(size);
         std::string sent(size, 'x');
         for (std::size_t i = 0; i < size; ++i) {
@@ -114,6 +116,28 @@ TEST_F(FrameTransfer, RefusesATooLargeFrameAtOnce) {
     ASSERT_EQ(4, send(Other(), header.data(), header.size(), 0));
     std::string payload;
     EXPECT_EQ(Transfer::Broken, ReceiveFrame(Ours(), &payload, std::nullopt));
+}
+
+TEST_F(FrameTransfer, ReceivesALongPayloadOnlyInItsShareOfTheMemory) {
+    daemon_base::CMemoryBudget budget(200'000);
+    daemon_base::CMemoryShare first(budget);
+    daemon_base::CMemoryShare second(budget);
+    const auto receive = [this](std::size_t bytes, daemon_base::CMemoryShare* share) {
+        std::thread sender([&] {
+            SendFrame(Other(), FrameOf(std::string(bytes, 'x')), Clock::now() + kPatience);
+        });
+        std::string payload;
+        const Transfer transfer = ReceiveFrame(Ours(), &payload, std::nullopt, share);
+        EXPECT_EQ(transfer == Transfer::Done ? bytes : 0, payload.size());
+        sender.join();
+        return transfer;
+    };
+    EXPECT_EQ(Transfer::Done, receive(100'001, &first));
+    EXPECT_EQ(Transfer::Done, receive(65'536, &second)) << "which is short";
+    EXPECT_EQ(Transfer::Done, receive(99'999, &second));
+    first.Release();
+    EXPECT_EQ(Transfer::Done, receive(100'001, &first));
+    EXPECT_EQ(Transfer::NoRoom, receive(100'002, &first));
 }
 
 TEST_F(FrameTransfer, SendsToNobodyWithoutASignal) {

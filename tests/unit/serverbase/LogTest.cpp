@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <stdexcept>
 
 using std::string;
 
@@ -57,6 +58,12 @@ private:
 using daemon_base::Level;
 using daemon_base::Log;
 using Lines = std::vector<string>;
+
+TEST(Log, TellsWhyItWasGivenUp) {
+    CErrorRecords records;
+    daemon_base::LogException("It was given up", std::runtime_error("no luck\n"));
+    EXPECT_EQ(records.Take(), Lines{"It was given up: no luck?.\n"});
+}
 
 TEST(Log, WritesALineWithOneWrite) {
     unsetenv("JOURNAL_STREAM");

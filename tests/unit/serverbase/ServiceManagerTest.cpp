@@ -1,10 +1,11 @@
 #include "serverbase/ServiceManager.h"
 
+#include "tests/support/CNotifySocket.h"
+
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,32 +23,19 @@ constexpr int kFirstListener = 3;
 // Hears what is told to the service manager.
 class CManager {
 public:
-    CManager() : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        const string name = "kzm-test-" + std::to_string(getpid());
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        name.copy(address.sun_path + 1, name.size()); // an abstract name
-        const std::size_t length = offsetof(sockaddr_un, sun_path) + 1 + name.size();
-        EXPECT_EQ(bind(m_socket, reinterpret_cast<const sockaddr*>(&address),
-                       static_cast<socklen_t>(length)),
-                  0);
-        setenv("NOTIFY_SOCKET", ("@" + name).c_str(), 1);
-    }
-    ~CManager() {
-        unsetenv("NOTIFY_SOCKET");
-        close(m_socket);
-    }
+    CManager() { setenv("NOTIFY_SOCKET", m_socket.Name().c_str(), 1); }
+    ~CManager() { unsetenv("NOTIFY_SOCKET"); }
     CManager(const CManager&) = delete;
     CManager& operator=(const CManager&) = delete;
 
     string Heard() const {
         std::array<char, 1024> buffer{};
-        const ssize_t size = recv(m_socket, buffer.data(), buffer.size(), MSG_DONTWAIT);
+        const ssize_t size = recv(m_socket.Descriptor(), buffer.data(), buffer.size(), 0);
         return size < 0 ? "nothing" : string(buffer.data(), static_cast<std::size_t>(size));
     }
 
 private:
-    int m_socket;
+    CNotifySocket m_socket;
 };
 
 unsigned long long MonotonicMicroseconds() {

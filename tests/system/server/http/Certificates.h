@@ -9,7 +9,8 @@ struct CCertificate {
 };
 
 // It is valid from and until so many seconds from now.
-CCertificate MakeCertificate(const std::string& name, long from = -60, long until = 3600);
+inline constexpr long kDay = 24L * 3600;
+CCertificate MakeCertificate(const std::string& name, long from = -60, long until = 30 * kDay);
 
 // Writes both where the front end looks for them.
 void InstallCertificate(const CCertificate& certificate);

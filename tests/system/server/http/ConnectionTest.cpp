@@ -20,6 +20,7 @@ constexpr std::chrono::milliseconds kAnswerTime(700);
 const string kShortTimes = "RequestMilliseconds=" + std::to_string(kRequestTime.count()) +
                            "\nIdleMilliseconds=" + std::to_string(kIdleTime.count()) +
                            "\nAnswerMilliseconds=" + std::to_string(kAnswerTime.count()) + "\n";
+constexpr std::chrono::seconds kPatience(10);
 const string kContinued = "HTTP/1.1 100 Continue\r\n\r\n";
 const string kBusy = Refused("503 Service Unavailable",
                              "The server is busy or shutting down. Try again later.", true);
@@ -145,6 +146,93 @@ TEST_F(ConnectionTest, SaysThatMemoryIsUsedUp) {
     EXPECT_EQ(third.Answer(),
               Refused("503 Service Unavailable",
                       "The server failed to answer. It may be short of memory.", true));
+}
+
+const string kUntold = "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
+                       "charset=\"utf-8\"\r\nContent-Length: 31\r\nConnection: close\r\n\r\n"
+                       "called, but there is no memory\n";
+
+// The answer to one request on a connection of its own.
+string AnswerTo(const CServerProcess& server, const string& request) {
+    CClient client(server.HttpPort());
+    client.Send(request);
+    return client.Answer();
+}
+
+// A client that does not take the answer that it asks for.
+CClient SlowClient(const CServerProcess& server, const string& body) {
+    CClient::UseSmallBuffers(true);
+    CClient client(server.HttpPort());
+    CClient::UseSmallBuffers(false);
+    client.Send(Post(body));
+    return client;
+}
+
+TEST_F(ConnectionTest, AnswersThatAreNotTakenHaveALimitTogether) {
+    constexpr std::size_t kLength = 6'000'000; // more than the system takes off our hands
+    const string longOne = "long " + std::to_string(kLength);
+    const CServerProcess server("MaxAnswerMemoryBytes=" + std::to_string(kLength * 2 - 1) + "\n");
+    {
+        CClient slow = SlowClient(server, longOne);
+        slow.Skip(1); // it has its share
+        EXPECT_EQ(AnswerTo(server, Post(longOne)), kBusy);
+        EXPECT_EQ(AnswerTo(server, Post("long 65536")), LongAnswer(65'536)) << "which is short";
+        EXPECT_EQ(AnswerTo(server, Post("long 65537")), LongAnswer(65'537)) << "which has room";
+        constexpr std::size_t kDateBytes = 29; // which stand there as one star
+        slow.Skip(LongAnswer(kLength).size() - 1 + kDateBytes - 1);
+        EXPECT_EQ(AnswerTo(server, Post(longOne)), LongAnswer(kLength)) << "it has taken all";
+        CClient next = SlowClient(server, longOne);
+        next.Skip(1);
+        EXPECT_EQ(AnswerTo(server, Post(longOne)), kBusy);
+    }
+    string answer = kBusy; // until it is seen that the client is gone
+    const auto begin = std::chrono::steady_clock::now();
+    while (answer == kBusy && Since(begin) < kPatience) {
+        answer = AnswerTo(server, Post(longOne));
+    }
+    EXPECT_EQ(answer, LongAnswer(kLength));
+}
+
+// What kzm-providerd answers counts, too, and then what is made of it.
+TEST_F(ConnectionTest, ACallWhoseAnswerHasNoMemoryIsNotToldAsUnmade) {
+    const CServerProcess server("MaxAnswerMemoryBytes=100000\n");
+    const string fits(99'000, 'x');
+    EXPECT_NE(AnswerTo(server, Post("call " + fits)).find(fits), string::npos);
+    for (const std::size_t length : {99'985, 100'000}) { // of what is made; of what is received
+        EXPECT_EQ(AnswerTo(server, Post("call " + string(length, 'x'))), kUntold) << length;
+    }
+    EXPECT_NE(AnswerTo(server, Post("call " + fits)).find(fits), string::npos) << "and it goes on";
+}
+
+// Who has read asks for a call at once, and so these bytes are the answer to it.
+TEST_F(ConnectionTest, AnAnswerHasItsMemoryBeforeItComes) {
+    const CServerProcess server("MaxAnswerMemoryBytes=100000\n");
+    const string tooLong("\x40\x0D\x03\0", 4); // says 200,000 bytes, of which none come
+    const string fits("\x90\x5F\x01\0", 4);    // says 90,000
+    CClient refused(server.HttpPort());
+    CClient waiting(server.HttpPort());
+    for (CClient* client : {&refused, &waiting}) {
+        client->Send(Post("call x"));
+        EXPECT_NE(client->Answer(), "");
+    }
+    m_providerd.AnswerBytes(tooLong);
+    refused.Send(Post("call y"));
+    EXPECT_EQ(refused.Answer(), kUntold);
+    m_providerd.AnswerBytes(fits);
+    waiting.Send(Post("call y"));
+    m_providerd.AwaitAsked(6);
+    m_providerd.AnswerBytes("");
+    EXPECT_EQ(AnswerTo(server, Post("long 65537")), kBusy);
+}
+
+TEST_F(ConnectionTest, ANewLimitOfAnswersCountsFromTheReload) {
+    CServerProcess server("MaxAnswerMemoryBytes=100000\n");
+    EXPECT_EQ(AnswerTo(server, Post("long 100001")), kBusy);
+    CServerProcess::SetConfiguration(
+        "Listen=\nListenPlain=127.0.0.1:0\nMaxAnswerMemoryBytes=100001\n");
+    server.Signal(SIGHUP);
+    server.AwaitLine("read anew");
+    EXPECT_EQ(AnswerTo(server, Post("long 100001")), LongAnswer(100'001));
 }
 
 struct CSlowRow {

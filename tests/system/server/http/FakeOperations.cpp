@@ -1,6 +1,7 @@
 // Operations without CIM, which show what they were given. A body is an instruction:
 //   call TEXT    asks for the method GetParameter with this for its parameters. When TEXT
 //                begins with "no memory" there is none once the call was made
+//   change TEXT  asks for the method SetParameter in the same way
 //   status N     an answer with this status that closes the connection
 //   long N       an answer of so many bytes
 //   no memory    throws
@@ -16,6 +17,7 @@ namespace wbemd {
 namespace {
 
 const std::string kCall = "call ";
+const std::string kChange = "change ";
 const std::string kStatus = "status ";
 const std::string kLong = "long ";
 
@@ -38,6 +40,17 @@ std::optional<std::string> Argument(std::string_view body, const std::string& in
     return std::string(body.substr(instruction.size()));
 }
 
+CPendingCall Pending(const char* method, const std::string& parameters, bool changes) {
+    CPendingCall call;
+    call.m_method = method;
+    call.m_inParameters = parameters;
+    call.m_messageId = "17";
+    call.m_withoutMemory = Said("called, but there is no memory\n");
+    call.m_withoutMemory.m_keepOpen = false;
+    call.m_changes = changes;
+    return call;
+}
+
 } // namespace
 
 struct COperations::Parts {};
@@ -55,13 +68,10 @@ std::unique_ptr<COperations> COperations::Open(const std::string& /*definitionsP
 std::variant<CHttpAnswer, CPendingCall>
 COperations::Answer(const CRequestHead& head, std::string_view body, messages::Right right) const {
     if (const auto parameters = Argument(body, kCall)) {
-        CPendingCall call;
-        call.m_method = "GetParameter";
-        call.m_inParameters = *parameters;
-        call.m_messageId = "17";
-        call.m_withoutMemory = Said("called, but there is no memory\n");
-        call.m_withoutMemory.m_keepOpen = false;
-        return call;
+        return Pending("GetParameter", *parameters, false);
+    }
+    if (const auto parameters = Argument(body, kChange)) {
+        return Pending("SetParameter", *parameters, true);
     }
     if (const auto status = Argument(body, kStatus)) {
         CHttpAnswer answer = Said("as told\n");

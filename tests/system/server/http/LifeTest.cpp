@@ -1,8 +1,10 @@
 // How the front end begins, changes its configuration, and ends.
 
 #include "KzmPaths.h"
+#include "tests/support/CProcessLimit.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/Descriptors.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/system/server/http/CClient.h"
 #include "tests/system/server/http/CFakeProviderd.h"
 #include "tests/system/server/http/CServerProcess.h"
@@ -116,17 +118,34 @@ TEST_F(LifeTest, GoesOnWhenDescriptorsAreUsedUp) {
     CClient client(server.HttpPort());
     client.Send(Post("hi"));
     EXPECT_EQ(client.Answer(), Repeated("hi"));
-    rlimit before{};
-    ASSERT_EQ(prlimit(server.Id(), RLIMIT_NOFILE, nullptr, &before), 0);
-    const rlimit none{3, before.rlim_max};
-    ASSERT_EQ(prlimit(server.Id(), RLIMIT_NOFILE, &none, nullptr), 0);
-    CClient waiting(server.HttpPort());
-    waiting.Send(Post("hi"));
-    server.AwaitLine("cannot be taken for now");
+    std::unique_ptr<CClient> waiting;
+    {
+        const CProcessLimit none(server.Id(), RLIMIT_NOFILE, 3);
+        waiting = std::make_unique<CClient>(server.HttpPort());
+        waiting->Send(Post("hi"));
+        server.AwaitLine("cannot be taken for now");
+        client.Send(Post("hi"));
+        EXPECT_EQ(client.Answer(), Repeated("hi"));
+    }
+    EXPECT_EQ(waiting->Answer(), Repeated("hi"));
+}
+
+TEST_F(LifeTest, GoesOnWhenMemoryIsUsedUp) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers take memory of their own";
+#endif
+    CServerProcess server("MaxConnections=1000\nMaxConnectionsPerPeer=1000\n");
+    {
+        const CProcessLimit none(server.Id(), RLIMIT_DATA, MemoryOf(server.Id(), "VmData"));
+        std::vector<CClient> clients;
+        for (int i = 0; i < 500; ++i) {
+            clients.emplace_back(server.HttpPort());
+        }
+        EXPECT_TRUE(clients.back().IsEnd()) << "it is closed";
+    }
+    CClient client(server.HttpPort());
     client.Send(Post("hi"));
     EXPECT_EQ(client.Answer(), Repeated("hi"));
-    ASSERT_EQ(prlimit(server.Id(), RLIMIT_NOFILE, &before, nullptr), 0);
-    EXPECT_EQ(waiting.Answer(), Repeated("hi"));
 }
 
 struct CRunRow {

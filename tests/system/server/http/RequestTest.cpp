@@ -286,6 +286,102 @@ TEST_F(AskedTest, EveryRequestOfAConnectionIsAskedAbout) {
                                    "check changer right 127.0.0.1"}));
 }
 
+// Requests on one connection, as "USER PASSWORD BODY", and what is asked for them.
+struct CSequence {
+    string name;
+    std::vector<string> requests;
+    std::vector<string> asked; // check or call, without the peer
+};
+
+const CSequence kSequences[] = {
+    {"ReadingOn",
+     {"u right call 1", "u right call 2", "u right call 3"},
+     {"check u right", "call u right GetParameter 1", "call u right GetParameter 2",
+      "call u right GetParameter 3"}},
+    {"AskingForSomethingElse",
+     {"u right call 1", "u right hi", "u right hi", "u right call 2"},
+     {"check u right", "call u right GetParameter 1", "check u right", "check u right",
+      "check u right", "call u right GetParameter 2"}},
+    {"Changing",
+     {"u right call 1", "u right change 2", "u right change 3", "u right call 4"},
+     {"check u right", "call u right GetParameter 1", "check u right",
+      "call u right SetParameter 2", "check u right", "call u right SetParameter 3",
+      "check u right", "call u right GetParameter 4"}},
+    {"AsAnotherUser",
+     {"u right call 1", "v right call 2", "v right call 3"},
+     {"check u right", "call u right GetParameter 1", "check v right",
+      "call v right GetParameter 2", "call v right GetParameter 3"}},
+    {"WithAWrongPassword",
+     {"u right call 1", "u wrong call 2", "u right call 3"},
+     {"check u right", "call u right GetParameter 1", "check u wrong", "check u right",
+      "call u right GetParameter 3"}}};
+
+std::ostream& operator<<(std::ostream& stream, const CSequence& sequence) {
+    return stream << sequence.name;
+}
+
+string Asking(const string& user, const string& password, const string& body) {
+    return kLine + "Host: h\r\n" + Authorization(user, password) +
+           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+class SequenceTest : public AskedTest, public testing::WithParamInterface<CSequence> {};
+
+TEST_P(SequenceTest, IsAskedAbout) {
+    CClient client(m_server.HttpPort());
+    for (const string& request : GetParam().requests) {
+        const std::size_t user = request.find(' ');
+        const std::size_t password = request.find(' ', user + 1);
+        client.Send(Asking(request.substr(0, user), request.substr(user + 1, password - user - 1),
+                           request.substr(password + 1)));
+        EXPECT_NE(client.Answer(), "") << request;
+    }
+    std::vector<string> asked = m_providerd.Asked();
+    for (string& question : asked) {
+        const string peer = " 127.0.0.1";
+        question.erase(question.find(peer), peer.size());
+    }
+    EXPECT_EQ(asked, GetParam().asked);
+}
+
+INSTANTIATE_TEST_SUITE_P(OnOneConnection, SequenceTest, testing::ValuesIn(kSequences),
+                         RowName<CSequence>);
+
+TEST_F(AskedTest, WhoHasReadMayNoMoreThanHeMayNow) {
+    m_server.SetConfiguration("ListenPlain=127.0.0.1:0\nListen=\n"
+                              "MaxBodyBytes=100\nMaxBodyMemoryBytes=100\n");
+    m_server.Signal(SIGHUP);
+    m_server.AwaitLine("read anew");
+    const string body = "hi" + string(80, '!'); // a second one beside it has no room
+    CClient client(m_server.HttpPort());
+    for (int round = 0; round < 3; ++round) {
+        m_providerd.AnswerBytes("");
+        client.Send(Post("call x"));
+        EXPECT_EQ(client.Answer().substr(0, 15), "HTTP/1.1 200 OK");
+        m_providerd.AnswerBytes(Encode(messages::CCheckAnswer{true, messages::Right::Read}));
+        client.Send(Post(body));
+        EXPECT_NE(client.Answer().find("\nright=1\n" + body + "\n"), string::npos);
+        m_providerd.AnswerBytes("");
+        client.Send(Post("call x"));
+        EXPECT_EQ(client.Answer().substr(0, 15), "HTTP/1.1 200 OK");
+        m_providerd.AnswerBytes(Encode(messages::CCheckAnswer{}));
+        client.Send(Post(body));
+        EXPECT_EQ(client.Answer(), WrongCredentials());
+    }
+}
+
+TEST_F(AskedTest, WhoseReadingWasRefusedIsAskedAbout) {
+    messages::CCallAnswer wrong;
+    wrong.m_result = messages::CallResult::WrongCredentials;
+    CClient client(m_server.HttpPort());
+    m_providerd.AnswerCalls(wrong);
+    for (int i = 0; i < 2; ++i) {
+        client.Send(Post("call x"));
+        EXPECT_EQ(client.Answer(), WrongCredentials());
+    }
+    EXPECT_EQ(m_providerd.Asked().size(), 4U);
+}
+
 TEST_F(AskedTest, TheOperationsSeeTheFieldsThatSayWhatTheRequestIs) {
     CClient client(m_server.HttpPort());
     client.Send(Post("hi", "content-type: application/xml\r\nContent-Encoding: gzip\r\n"

@@ -1,7 +1,9 @@
 // The same by https.
 
 #include "KzmPaths.h"
+#include "tests/support/CProcessLimit.h"
 #include "tests/support/CTestRoot.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/system/server/http/CClient.h"
 #include "tests/system/server/http/CFakeProviderd.h"
 #include "tests/system/server/http/CServerProcess.h"
@@ -89,6 +91,34 @@ TEST_F(TlsTest, OneConnectionTooManyIsClosedBeforeTheHandshake) {
     EXPECT_FALSE(second.IsReady());
 }
 
+// What cannot be served for want of memory is closed, and counts no more.
+TEST_F(TlsTest, ConnectionsWithoutMemoryLeaveTheirPlaces) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers take memory of their own";
+#endif
+    constexpr int kPlaces = 5;
+    CServerProcess server(kListen + "MaxConnections=" + std::to_string(kPlaces) + "\n");
+    std::vector<CClient> clients;
+    {
+        const CProcessLimit none(server.Id(), RLIMIT_DATA, MemoryOf(server.Id(), "VmData"));
+        for (int closed = 0; closed < 2 * kPlaces;) {
+            CClient client(server.HttpsPort(), CClient::Kind::Https);
+            if (client.IsReady()) { // by what memory there is
+                clients.push_back(std::move(client));
+                ASSERT_LT(clients.size(), static_cast<std::size_t>(kPlaces));
+            } else {
+                ++closed;
+            }
+        }
+        server.AwaitLine("A connection was given up");
+    }
+    clients.clear();
+    for (int i = 0; i < kPlaces; ++i) {
+        clients.emplace_back(server.HttpsPort(), CClient::Kind::Https);
+        EXPECT_TRUE(clients.back().IsReady()) << i;
+    }
+}
+
 TEST_F(TlsTest, ANewCertificateIsShownAndOldConnectionsGoOn) {
     CServerProcess server(kListen);
     CClient old(server.HttpsPort(), CClient::Kind::Https);
@@ -124,6 +154,13 @@ TEST_F(TlsTest, AnExpiredCertificateIsServedAndLogged) {
     EXPECT_EQ(client.Answer(), Repeated("hi"));
     server.Signal(SIGHUP);
     server.AwaitLine("has expired");
+}
+
+TEST_F(TlsTest, ACertificateThatSoonExpiresIsLogged) {
+    InstallCertificate(MakeCertificate("soon", -60, 13 * kDay));
+    CServerProcess server(kListen);
+    server.Signal(SIGHUP);
+    server.AwaitLine("the certificate expires on 20");
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 
 #include "KzmPaths.h"
 #include "history/CDescriptor.h"
+#include "tests/support/CProcessLimit.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/SampleConf.h"
 #include "tests/system/server/CSubreaper.h"
 #include "tests/system/server/Phases.h"
@@ -288,23 +290,6 @@ TEST_F(DaemonFault, NobodyIsNeededToTakeTheirLogs) {
 
 // ---- Limits ----
 
-// A process gets no descriptors of this number and above, as long as the object lives.
-class CDescriptorLimit {
-public:
-    CDescriptorLimit(pid_t process, rlim_t number) : m_process(process) {
-        EXPECT_EQ(0, prlimit(m_process, RLIMIT_NOFILE, nullptr, &m_before));
-        const rlimit limit{number, m_before.rlim_max};
-        EXPECT_EQ(0, prlimit(m_process, RLIMIT_NOFILE, &limit, nullptr));
-    }
-    ~CDescriptorLimit() { prlimit(m_process, RLIMIT_NOFILE, &m_before, nullptr); }
-    CDescriptorLimit(const CDescriptorLimit&) = delete;
-    CDescriptorLimit& operator=(const CDescriptorLimit&) = delete;
-
-private:
-    pid_t m_process;
-    rlimit m_before{};
-};
-
 TEST_F(DaemonFault, AFrontEndWithoutDescriptorsGoesOn) {
 #ifdef KZM_NO_FAULT_TRANSLATION
     GTEST_SKIP() << "the sanitizers look at objects by descriptors of their own";
@@ -313,7 +298,7 @@ TEST_F(DaemonFault, AFrontEndWithoutDescriptorsGoesOn) {
     EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
     std::unique_ptr<CClient> waiting;
     {
-        const CDescriptorLimit none(m_server.FrontEnd().Id(), 3);
+        const CProcessLimit none(m_server.FrontEnd().Id(), RLIMIT_NOFILE, 3);
         EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "with what it has";
         m_server.Providerd().Signal(SIGKILL);
         m_server.Providerd().AwaitExit();
@@ -334,26 +319,13 @@ TEST_F(DaemonFault, AProviderdWithoutDescriptorsGoesOn) {
     CClient client = m_server.Connect();
     EXPECT_EQ("returned 0", Ask(&client, GetParameter()));
     {
-        const CDescriptorLimit none(m_server.Providerd().Id(), 3);
+        const CProcessLimit none(m_server.Providerd().Id(), RLIMIT_NOFILE, 3);
         EXPECT_EQ("returned 0", Ask(&client, GetParameter())) << "with what it has";
         KillWorker();
         EXPECT_EQ("error 1: The server failed. Its log says why.", Ask(&client, GetParameter()));
         EXPECT_NE("", m_server.Providerd().AwaitLogged("No worker can be started"));
     }
     changes::ExpectUsable(m_server);
-}
-
-// In bytes, at most until now.
-std::size_t MemoryOf(pid_t process) {
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    string word;
-    std::size_t kilobytes = 0;
-    while (status >> word) {
-        if (word == "VmHWM:") {
-            status >> kilobytes;
-        }
-    }
-    return kilobytes * 1024;
 }
 
 // Its unit gives it twice as much.
@@ -388,15 +360,15 @@ TEST_F(DaemonFault, TheGreatestRequestsLeaveTheFrontEndItsMemory) {
     for (CClient& client : clients) {
         EXPECT_EQ(0U, OutcomeOf(client.Answer()).find("400 request-not-valid: "));
     }
-    EXPECT_LT(MemoryOf(m_server.FrontEnd().Id()), 256 * kMiB);
+    EXPECT_LT(MemoryOf(m_server.FrontEnd().Id(), "VmHWM"), 256 * kMiB);
     changes::ExpectUsable(m_server);
 }
 
 TEST_F(DaemonFault, ConnectionsLeaveNoDescriptorsBehind) {
     constexpr rlim_t kFew = 48;
     constexpr int kMany = 100;
-    const CDescriptorLimit frontEnd(m_server.FrontEnd().Id(), kFew);
-    const CDescriptorLimit providerd(m_server.Providerd().Id(), kFew);
+    const CProcessLimit frontEnd(m_server.FrontEnd().Id(), RLIMIT_NOFILE, kFew);
+    const CProcessLimit providerd(m_server.Providerd().Id(), RLIMIT_NOFILE, kFew);
     for (int i = 0; i < kMany; ++i) {
         m_server.Connect().Send(Bytes(requests::GetClass())); // and gone
         CClient client = m_server.Connect(CClient::Kind::Http);

@@ -178,6 +178,7 @@ TEST_F(Authentication, SameCredentialsAreAskedForOnce) {
         checks.Start(m_authentication.get(), "reader", "right");
     }
     m_accounts.AwaitWaiting(1);
+    EXPECT_FALSE(m_accounts.IsJoinedBeyond(1));
     m_accounts.Open();
     EXPECT_EQ(checks.Join(), (std::map<std::string, int>{{"read", 20}}));
     EXPECT_EQ(m_accounts.TakeAsked(), (Asked{"password reader 192.0.2.1", "groups reader"}));
@@ -190,6 +191,7 @@ TEST_F(Authentication, AsksForAFewAtOnce) {
         checks.Start(m_authentication.get(), "user" + std::to_string(i), "right");
     }
     m_accounts.AwaitWaiting(CAuthentication::kAtOnce);
+    EXPECT_FALSE(m_accounts.IsJoinedBeyond(CAuthentication::kAtOnce));
     EXPECT_EQ(m_accounts.TakeAsked().size(), CAuthentication::kAtOnce);
     m_accounts.Open();
     checks.Join();

@@ -71,6 +71,12 @@ void CFakeAccounts::AwaitWaiting(std::size_t count) {
     EXPECT_TRUE(came) << m_waiting << " wait";
 }
 
+bool CFakeAccounts::IsJoinedBeyond(std::size_t count) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_change.wait_for(lock, std::chrono::milliseconds(300),
+                             [&] { return m_waiting > count; });
+}
+
 void FillAccounts(CFakeAccounts* accounts) {
     accounts->m_groups = {{"kzm-readers", 50}, {"kzm-changers", 51}};
     accounts->m_users = {

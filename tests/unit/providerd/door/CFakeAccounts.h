@@ -36,6 +36,8 @@ public:
     void Open();
     // Waits until so many wait.
     void AwaitWaiting(std::size_t count);
+    // Whether more than so many wait before a moment has passed that is long for a thread.
+    bool IsJoinedBeyond(std::size_t count);
 
 private:
     void Note(const std::string& question);

@@ -32,6 +32,7 @@ TEST(SettingsTest, HaveDefaults) {
     EXPECT_EQ(settings.m_connectionsPerPeer, 32U);
     EXPECT_EQ(settings.m_bodyBytes, 16777216U);
     EXPECT_EQ(settings.m_bodyMemoryBytes, 134217728U);
+    EXPECT_EQ(settings.m_answerMemoryBytes, 201326592U);
     EXPECT_EQ(settings.m_handshakeTime, std::chrono::seconds(5));
     EXPECT_EQ(settings.m_requestTime, std::chrono::seconds(10));
     EXPECT_EQ(settings.m_idleTime, std::chrono::seconds(15));
@@ -44,6 +45,7 @@ TEST(SettingsTest, AreTakenByTheirNames) {
     CConfigFile file = CConfigFile::OfText(
         "f", "Listen=127.0.0.1:1, [::1]\nListenPlain=127.9.9.9\nCertificate=/c\nKey=/k\n"
              "MaxConnections=1\nMaxConnectionsPerPeer=2\nMaxBodyBytes=3\nMaxBodyMemoryBytes=4\n"
+             "MaxAnswerMemoryBytes=11\n"
              "HandshakeMilliseconds=5\nRequestMilliseconds=6\nIdleMilliseconds=7\n"
              "AnswerMilliseconds=8\nCheckMilliseconds=9\nCallMilliseconds=10800000\n");
     const CSettings settings = CSettings::Read(&file);
@@ -58,6 +60,7 @@ TEST(SettingsTest, AreTakenByTheirNames) {
     EXPECT_EQ(settings.m_connectionsPerPeer, 2U);
     EXPECT_EQ(settings.m_bodyBytes, 3U);
     EXPECT_EQ(settings.m_bodyMemoryBytes, 4U);
+    EXPECT_EQ(settings.m_answerMemoryBytes, 11U);
     EXPECT_EQ(settings.m_handshakeTime.count(), 5);
     EXPECT_EQ(settings.m_requestTime.count(), 6);
     EXPECT_EQ(settings.m_idleTime.count(), 7);
@@ -71,7 +74,7 @@ TEST(SettingsTest, RefuseWhatWouldNotDo) {
          {"Listen=localhost", "ListenPlain=*", "ListenPlain=0.0.0.0", "ListenPlain=[::]",
           "ListenPlain=128.0.0.1", "ListenPlain=[::2]", "MaxConnections=0", "IdleMilliseconds=0",
           "CallMilliseconds=10800001", "MaxBodyBytes=1\nMaxBodyMemoryBytes=0",
-          "MaxBodyMemoryBytes=16777215", "Unknown=1"}) {
+          "MaxBodyMemoryBytes=16777215", "MaxAnswerMemoryBytes=0", "Unknown=1"}) {
         EXPECT_EQ(Problems(line).size(), 1U) << line;
     }
 }
@@ -137,18 +140,22 @@ TEST(ListenAddressTest, KnowsWhatOthersCanReach) {
 
 TEST(ConnectionCountTest, HoldsBothLimits) {
     wbemd::CConnectionCount count;
-    EXPECT_TRUE(count.Add("a", 3, 2));
-    EXPECT_TRUE(count.Add("a", 3, 2));
-    EXPECT_FALSE(count.Add("a", 3, 2));
-    EXPECT_TRUE(count.Add("b", 3, 2));
-    EXPECT_FALSE(count.Add("c", 3, 2));
-    count.Remove("a");
-    EXPECT_TRUE(count.Add("c", 3, 2));
-    EXPECT_EQ(count.Total(), 3U);
-    for (const char* const peer : {"a", "b", "c"}) {
-        count.Remove(peer);
+    {
+        auto first = count.Take("a", 3, 2);
+        const auto second = count.Take("a", 3, 2);
+        EXPECT_TRUE(first && second);
+        EXPECT_FALSE(count.Take("a", 3, 2));
+        const auto third = count.Take("b", 3, 2);
+        EXPECT_TRUE(third);
+        EXPECT_FALSE(count.Take("c", 3, 2));
+        first.reset();
+        auto fourth = count.Take("c", 3, 2);
+        EXPECT_TRUE(fourth);
+        const wbemd::CConnectionCount::CPlace moved = std::move(*fourth);
+        EXPECT_EQ(count.Total(), 3U);
     }
     EXPECT_EQ(count.Total(), 0U);
+    EXPECT_TRUE(count.Take("a", 1, 1));
 }
 
 } // namespace

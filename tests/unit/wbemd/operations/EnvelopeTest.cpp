@@ -129,6 +129,8 @@ INSTANTIATE_TEST_SUITE_P(
              NotValid("line 2: SIMPLEREQ holds text where only elements are expected.")},
         CRow{"NoCall", Simple(""),
              NotValid("line 2: SIMPLEREQ must hold one METHODCALL or IMETHODCALL.")},
+        CRow{"SecondCall", GetClassWith("</SIMPLEREQ>", "<IMETHODCALL NAME=\"x\"/></SIMPLEREQ>"),
+             NotValid("line 2: SIMPLEREQ must hold one METHODCALL or IMETHODCALL.")},
         CRow{"UnknownCall", Simple("<EXPMETHODCALL NAME=\"x\"/>"),
              NotValid("line 2: EXPMETHODCALL \"x\" is not understood inside SIMPLEREQ.")},
         CRow{"CallWithoutName", GetClassWith(" NAME=\"GetClass\"", ""),

@@ -16,7 +16,7 @@ using std::string;
 
 namespace {
 
-const wbemd::CPendingCall kGet = {"GetParameter", "", "1001", "getparameter", {}};
+const wbemd::CPendingCall kGet = {"GetParameter", "", "1001", "getparameter", {}, false};
 const wbemd::CPendingCall kSet = {"SetParameter", "x", "1001", "SetParameter", {}};
 
 CCallAnswer Done(std::uint32_t value, const IWbemClassObject& output) {

@@ -23,6 +23,7 @@ const string kTyped = " PARAMTYPE=\"string\" EmbeddedObject=\"instance\"";
 TEST(MethodCall, OfGetParameterHasNoParameters) {
     const wbemd::CPendingCall call = AskCall(Method("getPARAMETER"));
     EXPECT_EQ("GetParameter", call.m_method);
+    EXPECT_FALSE(call.m_changes);
     EXPECT_EQ("", call.m_inParameters);
     EXPECT_EQ("1001", call.m_messageId);
     EXPECT_EQ("getPARAMETER", call.m_spelledMethod);
@@ -47,6 +48,7 @@ class GoodParameters : public testing::TestWithParam<CGoodRow> {};
 TEST_P(GoodParameters, BecomeTheObjectOfTheCall) {
     const wbemd::CPendingCall call = AskCall(Method("SetParameter", GetParam().parameter));
     EXPECT_EQ("SetParameter", call.m_method);
+    EXPECT_TRUE(call.m_changes);
     const auto parameters = messages::DecodeObject(call.m_inParameters);
     ASSERT_NE(nullptr, parameters);
     EXPECT_EQ(WantedParameters(), Dump(*parameters));

@@ -106,8 +106,10 @@ TEST(NoMemory, ForTheEndOfACall) {
     const messages::CCallAnswer answer = Settings();
     const messages::CCallAnswer other = {messages::CallResult::Done, 1, ""};
     const string withoutMemory = Text(call.m_withoutMemory);
+    EXPECT_NE(withoutMemory.find("<MESSAGE ID=\"1001\""), string::npos) << withoutMemory;
     EXPECT_NE(string::npos,
-              withoutMemory.find("<ERROR CODE=\"1\" DESCRIPTION=\"The method was called, but the "
+              withoutMemory.find("<METHODRESPONSE NAME=\"GetParameter\"><ERROR CODE=\"1\" "
+                                 "DESCRIPTION=\"The method was called, but the "
                                  "server is out of memory to tell how that went. Read the settings "
                                  "before anything else.\">"))
         << withoutMemory;
