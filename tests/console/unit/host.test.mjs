@@ -15,7 +15,7 @@ import * as words from "../../../cockpit/words.js";
 import { entry } from "./samples.mjs";
 
 test("how a change ended that nobody has seen the end of", () => {
-    const before = [entry("2", "older")];
+    const before = [entry("2", "older"), entry("1", "set --force cpu.threshold=75")]; // the same, long ago
     const line = ["set", "--wait", "20", "--force", "cpu.threshold=75"];
     const change = begun.begin(line, new Map([["cpu.threshold", "75"]]), before);
     const kept = [entry("3", "set --force cpu.threshold=75"), ...before];
