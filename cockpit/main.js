@@ -240,6 +240,7 @@ async function lookWithOtherRights() {
     if (watch !== null)
         watch.forgetFiles();
     await lookAgain();
+    settle();
     await examine();
 }
 
