@@ -43,7 +43,7 @@ async function remoteAddress() {
         const [value] = await globalThis.cockpit.dbus("org.freedesktop.login1").call(
             "/org/freedesktop/login1/session/self", "org.freedesktop.DBus.Properties", "Get",
             ["org.freedesktop.login1.Session", "RemoteHost"]);
-        return value.v;
+        return value.v.replace(/^::ffff:/, ""); // an address of four numbers in the other form
     } catch (error) {
         return "";
     }

@@ -163,6 +163,8 @@ test("the tool's document is the answer, also where the status is not 0", async 
 test("a change tells the tool the address behind the log-in, where the host knows it", async t => {
     const rows = [
         [() => Promise.resolve([{ t: "s", v: "192.0.2.7" }]), ["LC_ALL=C.UTF-8", "SSH_CONNECTION=192.0.2.7"]],
+        [() => Promise.resolve([{ t: "s", v: "::ffff:192.0.2.7" }]), ["LC_ALL=C.UTF-8", "SSH_CONNECTION=192.0.2.7"]],
+        [() => Promise.resolve([{ t: "s", v: "2001:db8::7" }]), ["LC_ALL=C.UTF-8", "SSH_CONNECTION=2001:db8::7"]],
         [() => Promise.resolve([{ t: "s", v: "" }]), ["LC_ALL=C.UTF-8"]],
         [() => Promise.reject(new Error("no log-in manager")), ["LC_ALL=C.UTF-8"]],
     ];
