@@ -235,6 +235,12 @@ async function lookAgain() {
         await examine();
 }
 
+// Another service than the agent's may have changed, and then that is all that is asked.
+async function lookAtService() {
+    if (!isChanging)
+        await host.readService();
+}
+
 // With other rights other files can be watched.
 async function lookWithOtherRights() {
     if (watch !== null)
@@ -260,7 +266,7 @@ function settle() {
 async function examine() {
     await host.examine();
     if (watch === null)
-        watch = new Watch(lookAgain);
+        watch = new Watch({ onChange: lookAgain, onService: lookAtService });
     watch.watchFiles(host.watched);
 }
 

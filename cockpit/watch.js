@@ -4,13 +4,13 @@
 
 const PAUSE = 200; // milliseconds; one change comes as many notices
 
-// onChange() is called behind the last of some notices that come together.
+// Each function is called behind the last of some notices of its kind that come together: onService()
+// when a service, whichever, is in another state, onChange() for everything else.
 export class Watch {
-    constructor(onChange) {
-        this.onChange = onChange;
-        this.timer = 0;
+    constructor({ onChange, onService }) {
+        this.notice = once(onChange);
         this.folders = new Map(); // by path: the open channel, and the names that count there
-        watchUnits(() => this.notice());
+        watchUnits(this.notice, once(onService));
     }
 
     // Watches these files instead of others; a path that ends with "/" stands for all that is in the
@@ -51,11 +51,15 @@ export class Watch {
     forgetFiles() {
         this.watchFiles([]);
     }
+}
 
-    notice() {
-        clearTimeout(this.timer);
-        this.timer = setTimeout(this.onChange, PAUSE);
-    }
+// What calls the function once, behind the last of some calls that come together.
+function once(call) {
+    let timer = 0;
+    return () => {
+        clearTimeout(timer);
+        timer = setTimeout(call, PAUSE);
+    };
 }
 
 // ---- Mounts and services, as systemd tells them ----
@@ -63,23 +67,21 @@ export class Watch {
 const MANAGER = "org.freedesktop.systemd1";
 const UNITS = "/org/freedesktop/systemd1/unit/";
 
-function watchUnits(onChange) {
+// A unit's path has its name with what is no letter or digit as _hh.
+function watchUnits(onMount, onService) {
     const client = globalThis.cockpit.dbus(MANAGER);
     client.subscribe({ interface: "org.freedesktop.systemd1.Manager", member: "UnitNew" },
-                     (path, type, signal, [unit]) => unit.endsWith(".mount") && onChange());
+                     (path, type, signal, [unit]) => unit.endsWith(".mount") && onMount());
     client.subscribe({ interface: "org.freedesktop.systemd1.Manager", member: "UnitRemoved" },
-                     (path, type, signal, [unit]) => unit.endsWith(".mount") && onChange());
+                     (path, type, signal, [unit]) => unit.endsWith(".mount") && onMount());
     client.subscribe({ interface: "org.freedesktop.DBus.Properties", member: "PropertiesChanged",
                        path_namespace: UNITS.slice(0, -1) },
                      (path, type, signal, [name, properties]) => {
-                         if ("ActiveState" in properties && isWatched(path))
-                             onChange();
+                         if ("ActiveState" in properties && path.endsWith("_2emount"))
+                             onMount();
+                         if ("ActiveState" in properties && path.endsWith("_2eservice"))
+                             onService();
                      });
     client.call("/org/freedesktop/systemd1", "org.freedesktop.systemd1.Manager", "Subscribe", [])
             .catch(() => {}); // without systemd there are neither units nor signals
-}
-
-// A unit's path has its name with what is no letter or digit as _hh.
-function isWatched(path) {
-    return path.endsWith("_2emount") || path.endsWith("_2eservice");
 }
