@@ -198,7 +198,7 @@ TEST_F(ConnectionTest, ACallWhoseAnswerHasNoMemoryIsNotToldAsUnmade) {
     const CServerProcess server("MaxAnswerMemoryBytes=100000\n");
     const string fits(99'000, 'x');
     EXPECT_NE(AnswerTo(server, Post("call " + fits)).find(fits), string::npos);
-    for (const std::size_t length : {99'985, 100'000}) { // of what is made; of what is received
+    for (const std::size_t length : {99'985U, 100'000U}) { // of what is made; of what is received
         EXPECT_EQ(AnswerTo(server, Post("call " + string(length, 'x'))), kUntold) << length;
     }
     EXPECT_NE(AnswerTo(server, Post("call " + fits)).find(fits), string::npos) << "and it goes on";
