@@ -94,7 +94,8 @@ class ConsoleHost(installed_host.InstalledHost):
             cls.host.run("useradd", "--create-home", "--shell", "/bin/bash", "--groups", groups, user)
             cls.host.run("chpasswd", text=f"{user}:{cls.password_of(user)}\n")
             # Mounts what the user's sessions would mount and unmount in the midst of the tests.
-            cls.host.run("sh", "-c", 'loginctl enable-linger "$1" && systemctl start "user@$(id -u "$1")"', "sh", user)
+            cls.host.run("loginctl", "enable-linger", user)
+            cls.host.run("systemctl", "start", f"user@{cls.host.output('id', '-u', user)}")
 
     @classmethod
     def describe(cls, description: str = DESCRIPTION) -> None:

@@ -51,13 +51,19 @@ KEY_STROKE = 50
 MOST_BYTES = 200_000
 MOST_BYTES_OF_PICTURE = 100_000
 SILENT_SECONDS = 5
-# How long the browser took from a key to the picture that shows it: the longest of all since the page began.
+# How often a figure is measured at most, until one is as promised: others may be at work meanwhile.
+MOST_TRIES = 10
+# How long the browser took from each key to the picture that shows what it did.
 WATCH_KEYS = """
-window.slowestKey = 0;
-new PerformanceObserver(list => {
-    for (const entry of list.getEntries())
-        window.slowestKey = Math.max(window.slowestKey, entry.duration);
-}).observe({ type: "event", durationThreshold: 16 });
+window.keyTimes = [];
+document.addEventListener("keydown", key => {
+    const times = window.keyTimes;
+    requestAnimationFrame(() => {
+        const drawn = new MessageChannel();
+        drawn.port1.onmessage = () => times.push(performance.now() - key.timeStamp);
+        drawn.port2.postMessage(null);
+    });
+}, true);
 """
 # Timers that the page has set and that have not run or been cleared yet, with their delays.
 WATCH_TIMERS = """
@@ -123,21 +129,23 @@ class Limits(ConsoleCase):
         """Is there soon."""
         self.start_afresh()
         self.assertGreater(len(self.page.rows()), 20)
-        self.assert_quick("first picture", self.first_picture(), FIRST_PICTURE)
+        self.assert_quick("first picture", self.first_picture, FIRST_PICTURE)
 
     def first_picture(self) -> float:
-        """Milliseconds from the page's opening to its first picture; the best of some tries."""
-        times = []
-        for _ in range(5):
-            self.browser.reload_page()
-            times.append(self.browser.driver.execute_script(
-                "return performance.getEntriesByName('first-picture')[0].startTime"))
-        return min(times)
+        """Milliseconds from the page's opening to its first picture."""
+        self.browser.reload_page()
+        return self.browser.driver.execute_script(
+            "return performance.getEntriesByName('first-picture')[0].startTime")
 
-    def assert_quick(self, what: str, milliseconds: float, promised: float) -> None:
-        """Tells the figure, and holds it to what a busy machine may need."""
-        self.tell(what, milliseconds, "ms")
-        self.assertLess(milliseconds, BUSY * promised, what)
+    def assert_quick(self, what: str, measure, promised: float) -> None:
+        """Tells the best figure of some tries, and holds it to what a busy machine may need."""
+        best = measure()
+        for _ in range(MOST_TRIES - 1):
+            if best <= promised:
+                break
+            best = min(best, measure())
+        self.tell(what, best, "ms")
+        self.assertLess(best, BUSY * promised, what)
 
     @staticmethod
     def tell(what: str, figure: float, unit: str) -> None:
@@ -226,29 +234,41 @@ class Limits(ConsoleCase):
         subprocess.run([sys.executable, FOLDER / "mount_many.py", self.host.process, "/srv/many", str(MANY)],
                        check=True)
         wait_until(lambda: len(self.page.rows()) > MANY, "all rows")
-        self.assert_quick("first picture of a thousand", self.first_picture(), FIRST_PICTURE_OF_MANY)
+        self.assert_quick("first picture of a thousand", self.first_picture, FIRST_PICTURE_OF_MANY)
         wait_until(lambda: len(self.page.rows()) > MANY, "all rows")
         self.browser.driver.execute_script(WATCH_KEYS)
-        for character in "many/77":
-            self.browser.wait_for("input[type=search]").send_keys(character)
-        wait_until(lambda: len(self.page.rows()) == 11, "the rows of the filter")
-        self.assert_quick("filter", self.slowest_key(), KEY_STROKE)
-        self.page.filter("")
-        wait_until(lambda: len(self.page.rows()) > MANY, "all rows again")
-        self.browser.driver.execute_script("window.slowestKey = 0")
-        for digit in (Keys.END, Keys.BACKSPACE, Keys.BACKSPACE, "7", "6"):
-            self.page.input("cpu.threshold").send_keys(digit)
+        self.assert_quick("filter", self.type_into_filter, KEY_STROKE)
+        self.assert_quick("typing", self.type_threshold, KEY_STROKE)
         self.page.wait_for_changes("1 change")
-        self.assert_quick("typing", self.slowest_key(), KEY_STROKE)
         review = self.page.review()
         self.page.apply(review)
         self.assertEqual(self.get("cpu.threshold"), "76")
         self.unmount("/srv/many")
         wait_until(lambda: len(self.page.rows()) < MANY, "the end of the rows")
 
-    def slowest_key(self) -> float:
-        """Milliseconds from a key to its picture; keys that took less than 16 are none."""
-        return self.browser.driver.execute_script("return window.slowestKey")
+    def type_into_filter(self) -> float:
+        """Milliseconds of the slowest key of a filter's that leaves few rows of all."""
+        self.page.filter("")
+        wait_until(lambda: len(self.page.rows()) > MANY, "all rows")
+        slowest = self.slowest_key(self.browser.wait_for("input[type=search]"), "many/77")
+        wait_until(lambda: len(self.page.rows()) == 11, "the rows of the filter")
+        self.page.filter("")
+        wait_until(lambda: len(self.page.rows()) > MANY, "all rows again")
+        return slowest
+
+    def type_threshold(self) -> float:
+        """Milliseconds of the slowest key while a setting is changed."""
+        return self.slowest_key(self.page.input("cpu.threshold"),
+                                (Keys.END, Keys.BACKSPACE, Keys.BACKSPACE, "7", "6"))
+
+    def slowest_key(self, field, keys) -> float:
+        """Types keys, one after the other, and gives the longest time from one to its picture."""
+        self.browser.driver.execute_script("window.keyTimes = []")
+        for key in keys:
+            field.send_keys(key)
+        times = "return window.keyTimes"
+        wait_until(lambda: len(self.browser.driver.execute_script(times)) == len(keys), "the keys' pictures")
+        return max(self.browser.driver.execute_script(times))
 
     def test_06_the_keyboard_alone(self) -> None:
         """Everything is reached by it, the focus is seen, dialogs keep it and give it back."""

@@ -40,7 +40,8 @@ class LoggerPage:
     def input(self, key: str) -> WebElement:
         """Where a setting is shown and changed."""
         return wait_until(lambda: self._browser.driver.execute_script(
-            "return document.querySelector(`[data-key=\"${CSS.escape(arguments[0])}\"]`)", key), f"an input for {key}")
+            "return document.querySelector(`[data-key=\"${CSS.escape(arguments[0])}\"]`)", key),
+                          f"an input for {key}")
 
     def value(self, key: str) -> str:
         """What a setting is shown as: a number, or true or false."""
