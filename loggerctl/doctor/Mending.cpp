@@ -37,7 +37,8 @@ bool IsOnPath(const std::string& program) {
     const char* const path = std::getenv("PATH");
     std::istringstream folders(path == nullptr ? "" : path);
     for (std::string folder; std::getline(folders, folder, ':');) {
-        if (access((folder + "/" + program).c_str(), X_OK) == 0) {
+        folder.append("/").append(program);
+        if (access(folder.c_str(), X_OK) == 0) {
             return true;
         }
     }
