@@ -116,8 +116,9 @@ class WorkTree:
         enter = ["sh", "-c", 'cd "$0" && { "$@"; exit $?; }', self._place, *command]
         if self._place == self._folder:
             return enter
+        # The place itself may be below /tmp.
         mount = ('cd "$0" && mount -t tmpfs -o mode=1777 tests /tmp && '
-                 'mount -c --bind . "$1" && mkdir -p "$1/$2/root" && '
+                 'mkdir -p "$1" && mount -c --bind . "$1" && mkdir -p "$1/$2/root" && '
                  'mount -t tmpfs -o mode=0755 tests "$1/$2/root" && shift 2 && exec "$@"')
         return [*NAMESPACE, "sh", "-c", mount, self._folder, self._place, BUILD, *enter]
 
