@@ -85,6 +85,7 @@ TABLE = {
     "loggerctl/output/": [OUTPUT, UNITS, GET, PRINTED, SET],
     "loggerctl/record/": [UNITS, FILES, SET, GET],
     "loggerctl/agent/CInterruptGuard.cpp": [SIGNALS, SET_LONG, RESTORE, STATE],
+    "loggerctl/agent/Locks.cpp": [UNITS, FILES, DOCTOR, GET, STATE, SET, RESTORE, SET_LONG],
     "loggerctl/agent/": [UNITS, FILES, GET, STATE, SET, RESTORE, SET_LONG],
     "loggerctl/commands/RestoreCommand.cpp": [RESTORE, SET, SET_LONG, KILLED_RESTORE, STATE, TEXTS,
                                               GET],
