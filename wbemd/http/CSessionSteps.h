@@ -288,6 +288,7 @@ inline void CSession::Answer(CHttpAnswer answer) {
         m_outputBody = std::move(answer.m_body);
     }
     CutAfter(m_shared.m_settings.m_answerTime);
+    m_transport.BeginText(m_output.size() + m_outputBody.size());
     Write(&m_output, &CSession::WriteBody);
 }
 
@@ -315,6 +316,7 @@ inline void CSession::Write(std::string* text, void (CSession::*then)()) {
 }
 
 inline void CSession::AfterAnswer() {
+    m_transport.EndText();
     m_outputBody.shrink_to_fit();
     m_answerShare.Release();
     if (!m_keepOpen) {

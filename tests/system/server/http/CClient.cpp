@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <linux/tcp.h>
 #include <netinet/in.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
@@ -244,6 +245,13 @@ void CClient::Skip(std::size_t count) {
     m_input.erase(0, count);
 }
 
+unsigned CClient::Pieces() const {
+    tcp_info info = {};
+    socklen_t size = sizeof info;
+    EXPECT_EQ(getsockopt(m_socket.Get(), IPPROTO_TCP, TCP_INFO, &info, &size), 0);
+    return info.tcpi_data_segs_in;
+}
+
 string Authorization(const string& user, const string& password) {
     const string pair = user + ":" + password;
     string text(pair.size() * 2 + 4, '\0');
@@ -268,6 +276,12 @@ string Repeated(const string& body) {
     return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
            "charset=\"utf-8\"\r\nContent-Length: " +
            std::to_string(text.size()) + "\r\n\r\n" + text;
+}
+
+string LongAnswer(std::size_t length) {
+    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
+           "charset=\"utf-8\"\r\nContent-Length: " +
+           std::to_string(length) + "\r\n\r\n" + string(length, 'x');
 }
 
 string Refused(const string& status, const string& sentence, bool isClosed, const string& fields) {

@@ -40,6 +40,8 @@ public:
     bool IsEnd();
     // Reads so many bytes and leaves them.
     void Skip(std::size_t count);
+    // In how many pieces the connection has brought what it has brought.
+    [[nodiscard]] unsigned Pieces() const;
 
     // The one version of TLS that clients speak from now on; 0: all of them.
     static void UseVersion(int version);
@@ -64,6 +66,8 @@ std::string Head(const std::string& fields);
 std::string Authorization(const std::string& user, const std::string& password);
 // The answer of the fake operations to an ordinary body, by a user who may change.
 std::string Repeated(const std::string& body);
+// The answer of the fake operations to "long LENGTH".
+std::string LongAnswer(std::size_t length);
 // The answer that refuses a request. `fields` stand before Content-Length.
 std::string Refused(const std::string& status, const std::string& sentence, bool isClosed,
                     const std::string& fields = "");

@@ -25,12 +25,6 @@ const string kContinued = "HTTP/1.1 100 Continue\r\n\r\n";
 const string kBusy = Refused("503 Service Unavailable",
                              "The server is busy or shutting down. Try again later.", true);
 
-string LongAnswer(std::size_t length) {
-    return "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
-           "charset=\"utf-8\"\r\nContent-Length: " +
-           std::to_string(length) + "\r\n\r\n" + string(length, 'x');
-}
-
 std::chrono::milliseconds Since(std::chrono::steady_clock::time_point begin) {
     const auto time = std::chrono::steady_clock::now() - begin;
     return std::chrono::duration_cast<std::chrono::milliseconds>(time);

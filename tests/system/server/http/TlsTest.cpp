@@ -13,6 +13,7 @@
 
 #include <openssl/ssl.h>
 
+#include <chrono>
 #include <csignal>
 
 using std::string;
@@ -42,6 +43,25 @@ TEST_F(TlsTest, Serves) {
     client.Send(Post("call x", "Connection: close\r\n"));
     EXPECT_NE(client.Answer().find("17 result=0 value=0 x"), string::npos);
     EXPECT_TRUE(client.IsEnd());
+}
+
+TEST_F(TlsTest, AnAnswerOfTwoRecordsComesInOnePieceAndAtOnce) {
+    const CServerProcess server(kListen);
+    CClient client(server.HttpsPort(), CClient::Kind::Https);
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi"));
+    unsigned pieces = 100;
+    std::chrono::steady_clock::duration quickest = std::chrono::hours(1);
+    for (int i = 0; i < 10; ++i) {
+        const unsigned before = client.Pieces();
+        const auto begin = std::chrono::steady_clock::now();
+        client.Send(Post("long 20000"));
+        EXPECT_TRUE(client.Answer() == LongAnswer(20'000));
+        quickest = std::min(quickest, std::chrono::steady_clock::now() - begin);
+        pieces = std::min(pieces, client.Pieces() - before);
+    }
+    EXPECT_EQ(pieces, 1U);
+    EXPECT_LT(quickest, std::chrono::milliseconds(100)) << "the system sends of itself after 200";
 }
 
 TEST_F(TlsTest, ListensOnAllAddressesAndTellsThePeerAsItIsKnown) {
