@@ -32,8 +32,9 @@ if(KZM_TESTS)
   endif()
 endif()
 
+# What counts the lines that it runs is compiled with these: the product, not its tests.
 if(KZM_COVERAGE)
-  add_compile_options(--coverage -fprofile-update=atomic)
+  set(KZM_COUNT_LINES --coverage -fprofile-update=atomic)
   add_link_options(--coverage)
   add_library(coverage_exit OBJECT ${CMAKE_SOURCE_DIR}/tests/support/CoverageExit.cpp)
   target_link_options(coverage_exit INTERFACE -Wl,--wrap=_exit,--wrap=_Exit)

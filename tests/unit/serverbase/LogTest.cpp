@@ -1,5 +1,6 @@
 #include "serverbase/PrintableText.h"
 #include "serverbase/ServiceManager.h"
+#include "tests/support/CProcessLimit.h"
 
 #include <gtest/gtest.h>
 
@@ -63,6 +64,20 @@ TEST(Log, TellsWhyItWasGivenUp) {
     CErrorRecords records;
     daemon_base::LogException("It was given up", std::runtime_error("no luck\n"));
     EXPECT_EQ(records.Take(), Lines{"It was given up: no luck?.\n"});
+}
+
+TEST(Log, SaysNothingForWhichThereIsNoMemory) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers take memory of their own";
+#endif
+    CErrorRecords records;
+    // More than what the C library may have kept of memory that was free.
+    const string name(std::size_t{128} << 20, 'x');
+    {
+        const CProcessLimit none(getpid(), RLIMIT_DATA, 1); // 0 would be none
+        daemon_base::LogException(name.c_str(), std::runtime_error("no luck"));
+    }
+    EXPECT_TRUE(records.Take().empty());
 }
 
 TEST(Log, WritesALineWithOneWrite) {

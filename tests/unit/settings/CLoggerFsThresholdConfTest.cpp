@@ -40,6 +40,14 @@ TEST(CLoggerFsThresholdConf, TakesItsValues) {
     EXPECT_EQ("/home 90 1 0", Describe(CLoggerFsThresholdConf("/home", 90, true)));
 }
 
+TEST(CLoggerFsThresholdConf, IsCopied) {
+    const CLoggerFsThresholdConf conf("/home", 90, true);
+    CLoggerFsThresholdConf copy("/mnt", 1, false);
+    copy = conf;
+    EXPECT_EQ("/home 90 1 0", Describe(copy));
+    EXPECT_EQ("/home 90 1 0", Describe(conf));
+}
+
 TEST(CLoggerFsThresholdConf, SurvivesTheObject) {
     for (const CLoggerFsThresholdConf& conf :
          {CLoggerFsThresholdConf("/home", 90, true), CLoggerFsThresholdConf("", -1, false),

@@ -21,7 +21,7 @@ using std::string;
 
 namespace {
 
-constexpr int kPatience = 10; // seconds
+constexpr int kPatience = 30; // seconds
 bool useSmallBuffers = false;
 
 // An address of IPv4 or IPv6, as sockets take it.

@@ -8,7 +8,7 @@
 using SSL = struct ssl_st;
 
 // A management client that sends whatever bytes it is told to, by http or https. Whatever it waits
-// for fails the test when it does not come within ten seconds.
+// for fails the test when it does not come within half a minute.
 class CClient {
 public:
     enum class Kind { Http, Https };
