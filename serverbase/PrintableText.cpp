@@ -15,7 +15,7 @@ bool IsIn(char32_t code, char32_t first, char32_t last) {
     return first <= code && code <= last;
 }
 
-// What the tool does not print as it is, either.
+// The tool does not print it as it is, either; a test holds the two together.
 bool IsUnsafe(char32_t code) {
     const bool control = code < ' ' || IsIn(code, 0x7F, 0x9F);
     const bool direction =

@@ -1,8 +1,11 @@
 #include "loggerctl/output/SafeText.h"
 
+#include "serverbase/PrintableText.h"
 #include "tests/system/loggerctl/CLocale.h"
 
 #include <gtest/gtest.h>
+
+#include <utf8.h>
 
 #include <random>
 
@@ -150,6 +153,15 @@ TEST(IsUnsafe, IsTrueForControlsDirectionsAndLineEndsAlone) {
     for (const char32_t code :
          {0x20U, 0x7EU, 0xA0U, 0x200DU, 0x2010U, 0x2027U, 0x202FU, 0x2065U, 0x206AU}) {
         EXPECT_FALSE(output::IsUnsafe(code)) << static_cast<unsigned int>(code);
+    }
+}
+
+TEST(IsUnsafe, IsTrueForWhatTheDaemonsDoNotPrint) {
+    for (char32_t code = 0; code < 0x3000; ++code) {
+        std::string text;
+        utf8::append(code, std::back_inserter(text));
+        EXPECT_EQ(daemon_base::Printable(text) != text, output::IsUnsafe(code))
+            << static_cast<unsigned int>(code);
     }
 }
 

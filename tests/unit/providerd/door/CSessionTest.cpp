@@ -52,7 +52,7 @@ protected:
     void Send(const std::string& bytes) const { providerd::SendFrame(m_client.Get(), bytes, {}); }
     std::string Received() const {
         std::string payload;
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
         return providerd::ReceiveFrame(m_client.Get(), &payload, deadline) ==
                        providerd::Transfer::Done
                    ? payload
