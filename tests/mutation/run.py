@@ -92,20 +92,23 @@ def verdict(outcome):
 
 
 def show(outcome):
+    """Prints it, but for a stage that the unchanged tree passes; whether all is well."""
     text, is_well = verdict(outcome)
-    print(f"{outcome.seconds:5.1f} s  {outcome.mutation.name()}\n         {text}", flush=True)
+    if not (is_well and outcome.mutation is UNCHANGED):
+        print(f"{outcome.seconds:5.1f} s  {outcome.mutation.name()}\n         {text}", flush=True)
     return is_well
 
 
 def run(chosen, trees, workers):
-    """The outcomes, shown as they come; after a failure of the unchanged tree no further ones."""
-    outcomes = []
+    """The outcomes, shown as they come; after a failure of the unchanged tree no further ones. That
+    is tried stage by stage, so that all workers have a share of it."""
     of = {mutation: stages.stages_of(mutation.file) for mutation in chosen}
-    of[UNCHANGED] = list(dict.fromkeys(stage for tried in of.values() for stage in tried))
+    every_stage = dict.fromkeys(stage for tried in of.values() for stage in tried)
+    tries = [(UNCHANGED, [stage]) for stage in every_stage] + list(of.items())
+    outcomes = []
     pool = concurrent.futures.ThreadPoolExecutor(workers)
     try:
-        running = [pool.submit(outcome_of, mutation, of[mutation], trees)
-                   for mutation in [UNCHANGED, *chosen]]
+        running = [pool.submit(outcome_of, *tried, trees) for tried in tries]
         for task in concurrent.futures.as_completed(running):
             outcomes.append(task.result())
             if not show(outcomes[-1]) and outcomes[-1].mutation is UNCHANGED:
