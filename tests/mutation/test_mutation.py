@@ -132,6 +132,19 @@ class MirrorTest(unittest.TestCase):
             work_tree.mirror(origin, copy)
             self.assertEqual((copy / "A.cpp").stat().st_mtime_ns, 1700000000123456789)
 
+    def test_what_was_changed_is_mended_by_its_time_or_its_size(self):
+        with tempfile.TemporaryDirectory() as folder:
+            origin, copy = pathlib.Path(folder) / "origin", pathlib.Path(folder) / "copy"
+            origin.mkdir()
+            (origin / "A.o").write_text("good")
+            for text, later in (("evil", 1), ("longer", 0)):
+                work_tree.mirror(origin, copy)
+                time = (origin / "A.o").stat().st_mtime_ns
+                (copy / "A.o").write_text(text)
+                os.utime(copy / "A.o", ns=(time, time + later))
+                work_tree.mirror(origin, copy)
+                self.assertEqual((copy / "A.o").read_text(), "good")
+
 
 if __name__ == "__main__":
     unittest.main()
