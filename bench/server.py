@@ -252,36 +252,46 @@ def handshakes(server):
 
 
 class Caller:
-    """A client that has connected, and that asks without waiting for the answer."""
+    """A client that has connected, and that asks without waiting for the answer. Until it has that
+    it does as little as it can: it runs on the processors that the server needs."""
+
+    END = b"</CIM>\n"
 
     def __init__(self, server):
         connection = server.connect()
         connection.connect()
         self.socket = connection.sock
+        self.socket.setblocking(False)
         lines = [f"{name}: {value}" for name, value in headers_of(GET_PARAMETER).items()]
         body = GET_PARAMETER[2]
         self._request = "\r\n".join(["POST /cimom HTTP/1.1", "Host: localhost", *lines,
                                      f"Content-Length: {len(body)}", "", body]).encode()
-        self._answer = bytearray()
+        self._room = bytearray(1 << 16)
+        self._known = 0  # bytes of the answer that are in it
 
     def ask(self):
-        self._answer = bytearray()
-        self.socket.setblocking(True)
-        self.socket.sendall(self._request)
-        self.socket.setblocking(False)
+        self._known = 0
+        if self.socket.send(self._request) != len(self._request):
+            sys.exit("A request was not taken as a whole.")
 
     def is_answered(self):
         """Takes what has come; whether that is all of the answer."""
         with contextlib.suppress(ssl.SSLWantReadError):
-            while not self._answer.endswith(b"</CIM>\n"):
-                came = self.socket.recv(1 << 16)
-                self._answer += came
+            while not self._room.endswith(self.END, 0, self._known):
+                if self._known == len(self._room):
+                    self._room += bytes(self._known)
+                came = self.socket.recv_into(memoryview(self._room)[self._known:])
+                self._known += came
                 if not came:
-                    sys.exit(f"The connection ended after {bytes(self._answer[:500])!r}")
-            if not self._answer.startswith(b"HTTP/1.1 200 ") or b"<ERROR" in self._answer:
-                sys.exit(repr(bytes(self._answer[:500])))
+                    sys.exit(f"The connection ended after {bytes(self._room[:500])!r}")
             return True
         return False
+
+    def check(self):
+        """Sees that the answer is one of a call that was made."""
+        if not self._room.startswith(b"HTTP/1.1 200 ") or \
+                self._room.find(b"<ERROR", 0, self._known) >= 0:
+            sys.exit(repr(bytes(self._room[:500])))
 
 
 def time_of(callers):
@@ -296,7 +306,10 @@ def time_of(callers):
             for key, _ in waiting.select():
                 if key.data.is_answered():
                     waiting.unregister(key.fileobj)
-        return (time.monotonic() - begin) * 1000
+        time_taken = (time.monotonic() - begin) * 1000
+    for caller in callers:
+        caller.check()
+    return time_taken
 
 
 def get_parameter(server):

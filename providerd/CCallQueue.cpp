@@ -6,8 +6,10 @@
 #include <signal.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <future>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -18,14 +20,13 @@ namespace {
 
 using messages::CallResult;
 
-// A call for everybody who waits for its end. Guarded by the queue's mutex; while it runs, m_call
-// belongs to the runner.
+// A call for everybody who waits for its end. Guarded by the queue's mutex, but for the end; while
+// it runs, m_call belongs to the runner.
 struct CJob {
     CMethodCall m_call;
-    std::size_t m_callers = 0;
-    bool m_isFinished = false;
-    CFinishedCall m_finished;
-    std::condition_variable m_end; // of the call
+    std::size_t m_callers = 0; // until it begins
+    std::promise<CFinishedCall> m_result;
+    const std::shared_future<CFinishedCall> m_end = m_result.get_future().share();
 };
 
 CFinishedCall Refusal(CallResult result) {
@@ -60,18 +61,17 @@ struct CCallQueue::Parts {
     explicit Parts(const CQueueLimits& limits) : m_limits(limits) {}
 
     Job Enqueue(CMethodCall call);
-    CFinishedCall Await(const Job& job, Lock& lock);
+    CFinishedCall Await(const Job& job);
     bool Leave(const Job& job);
     Job TakeFirst();
     void RunAll();
-    static void Finish(const Job& job, CFinishedCall finished, Lock& lock);
 
     const CQueueLimits m_limits;
-    std::mutex m_mutex; // guards the members below and all jobs
+    std::mutex m_mutex; // guards the next two members and all jobs
     std::deque<Job> m_waiting;
-    std::size_t m_callers = 0;
     bool m_isShuttingDown = false;
-    std::condition_variable m_change; // of the two members that the runner looks at
+    std::condition_variable m_change;       // of these two, which the runner looks at
+    std::atomic<std::size_t> m_callers = 0; // threads in Await
     std::thread m_runner;
 };
 
@@ -84,21 +84,27 @@ CCallQueue::~CCallQueue() {
 }
 
 CFinishedCall CCallQueue::Run(CMethodCall call) {
-    Parts::Lock lock(m_parts->m_mutex);
-    if (m_parts->m_isShuttingDown) {
-        return Refusal(CallResult::ShuttingDown);
+    Parts::Job job;
+    {
+        const Parts::Lock lock(m_parts->m_mutex);
+        if (m_parts->m_isShuttingDown) {
+            return Refusal(CallResult::ShuttingDown);
+        }
+        job = m_parts->Enqueue(std::move(call));
+        if (job == nullptr) {
+            return Refusal(CallResult::QueueFull);
+        }
+        ++job->m_callers;
     }
-    const Parts::Job job = m_parts->Enqueue(std::move(call));
-    return job == nullptr ? Refusal(CallResult::QueueFull) : m_parts->Await(job, lock);
+    return m_parts->Await(job);
 }
 
 void CCallQueue::ShutDown() {
     {
-        Parts::Lock lock(m_parts->m_mutex);
+        const Parts::Lock lock(m_parts->m_mutex);
         m_parts->m_isShuttingDown = true;
         while (!m_parts->m_waiting.empty()) {
-            const Parts::Job job = m_parts->TakeFirst();
-            Parts::Finish(job, Refusal(CallResult::ShuttingDown), lock);
+            m_parts->TakeFirst()->m_result.set_value(Refusal(CallResult::ShuttingDown));
         }
         m_parts->m_change.notify_one();
     }
@@ -131,27 +137,25 @@ CCallQueue::Parts::Job CCallQueue::Parts::Enqueue(CMethodCall call) {
 }
 
 // A call that has begun is waited for without a limit: it has one of its own.
-CFinishedCall CCallQueue::Parts::Await(const Job& job, Lock& lock) {
-    const auto isFinished = [&job] { return job->m_isFinished; };
+CFinishedCall CCallQueue::Parts::Await(const Job& job) {
     ++m_callers;
-    ++job->m_callers;
-    if (!job->m_end.wait_for(lock, m_limits.m_waitingTime, isFinished) && Leave(job)) {
-        return Refusal(CallResult::QueueFull);
+    const bool isLate = job->m_end.wait_for(m_limits.m_waitingTime) == std::future_status::timeout;
+    const bool hasLeft = isLate && Leave(job);
+    if (!hasLeft) {
+        job->m_end.wait();
     }
-    job->m_end.wait(lock, isFinished);
     --m_callers;
-    --job->m_callers;
-    return job->m_callers == 0 ? std::move(job->m_finished) : job->m_finished; // may be large
+    return hasLeft ? Refusal(CallResult::QueueFull) : job->m_end.get();
 }
 
 // One caller does not wait any longer; without callers the call is not made. False when it has
 // begun.
 bool CCallQueue::Parts::Leave(const Job& job) {
+    const Lock lock(m_mutex);
     const auto waiting = std::find(m_waiting.begin(), m_waiting.end(), job);
     if (waiting == m_waiting.end()) {
         return false;
     }
-    --m_callers;
     if (--job->m_callers == 0) {
         m_waiting.erase(waiting);
     }
@@ -162,15 +166,6 @@ CCallQueue::Parts::Job CCallQueue::Parts::TakeFirst() {
     Job job = std::move(m_waiting.front());
     m_waiting.pop_front();
     return job;
-}
-
-// The lock is free while they are told: all who wake up need it.
-void CCallQueue::Parts::Finish(const Job& job, CFinishedCall finished, Lock& lock) {
-    job->m_finished = std::move(finished);
-    job->m_isFinished = true;
-    lock.unlock();
-    job->m_end.notify_all();
-    lock.lock();
 }
 
 // The runner's thread.
@@ -184,9 +179,8 @@ void CCallQueue::Parts::RunAll() {
         }
         const Job job = TakeFirst();
         lock.unlock();
-        CFinishedCall finished = worker.Make(job->m_call);
+        job->m_result.set_value(worker.Make(job->m_call));
         lock.lock();
-        Finish(job, std::move(finished), lock);
     }
 }
 

@@ -45,8 +45,9 @@ public:
           m_path(std::move(path)),
           m_memory(memory) {}
 
-    // A question that is a frame, to be started. `done` is called once, on the loop's thread.
-    std::shared_ptr<CQuestion> Prepare(std::string frame, Done done);
+    // A question that is a frame, to be started. An answer of at most so many bytes is read at
+    // once, a longer one bit by bit. `done` is called once, on the loop's thread.
+    std::shared_ptr<CQuestion> Prepare(std::string frame, std::size_t answerBytes, Done done);
     // Closes what is kept.
     void Clear() { m_idle.clear(); }
 
@@ -68,8 +69,9 @@ private:
 // One question on its way. It keeps itself alive until it is answered.
 class CProviderdLink::CQuestion : public std::enable_shared_from_this<CQuestion> {
 public:
-    CQuestion(CProviderdLink& link, std::string frame, Done done)
+    CQuestion(CProviderdLink& link, std::string frame, std::size_t answerBytes, Done done)
         : m_link(link),
+          m_answerBytes(messages::kFrameHeaderBytes + answerBytes),
           m_socket(link.TakeSocket()),
           m_timer(link.m_io),
           m_frame(std::move(frame)),
@@ -96,7 +98,6 @@ private:
     // The daemon's queue of connections may be full for a moment.
     static constexpr int kConnectTries = 100;
     static constexpr std::chrono::milliseconds kConnectPause{20};
-    static constexpr std::size_t kAnswerBytes = 4096; // most answers are shorter
 
     [[nodiscard]] bool HasEnded() const { return m_done == nullptr; }
 
@@ -136,7 +137,7 @@ private:
 
     void Read() {
         if (m_answer.size() == m_known) {
-            m_answer.resize(m_known + kAnswerBytes);
+            m_answer.resize(m_known + m_answerBytes);
         }
         m_socket.async_read_some(
             asio::buffer(&m_answer[m_known], m_answer.size() - m_known),
@@ -210,6 +211,7 @@ private:
     }
 
     CProviderdLink& m_link;
+    const std::size_t m_answerBytes;
     CLocalSocket m_socket;
     CTimer m_timer;
     std::string m_frame;
@@ -222,9 +224,9 @@ private:
     int m_tries = 0;
 };
 
-inline std::shared_ptr<CProviderdLink::CQuestion> CProviderdLink::Prepare(std::string frame,
-                                                                          Done done) {
-    return std::make_shared<CQuestion>(*this, std::move(frame), std::move(done));
+inline std::shared_ptr<CProviderdLink::CQuestion>
+CProviderdLink::Prepare(std::string frame, std::size_t answerBytes, Done done) {
+    return std::make_shared<CQuestion>(*this, std::move(frame), answerBytes, std::move(done));
 }
 
 inline CLocalSocket CProviderdLink::TakeSocket() {

@@ -84,6 +84,8 @@ private:
 
     static constexpr std::size_t kReadBytes = 4096;
     static constexpr std::size_t kBodyReadBytes = std::size_t{64} * 1024;
+    static constexpr std::size_t kCheckAnswerBytes = 64;
+    static constexpr std::size_t kCallAnswerBytes = std::size_t{32} * 1024; // most are shorter
     static constexpr std::chrono::seconds kGoodbyeTime{2};
 
     // The next request, from what has come and what comes.
@@ -93,7 +95,8 @@ private:
     void OnHead(const CHttpHead& head);
 
     // Its credentials and its body.
-    void Ask(std::string frame, Duration limit, void (CSession::*then)(CReply));
+    void Ask(std::string frame, std::size_t answerBytes, Duration limit,
+             void (CSession::*then)(CReply));
     void TakeCredentials(messages::CCredentials credentials);
     void AskForCredentials(void (CSession::*then)(CReply));
     void OnChecked(CReply reply);

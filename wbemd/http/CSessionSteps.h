@@ -93,13 +93,14 @@ inline void CSession::TakeCredentials(messages::CCredentials credentials) {
 }
 
 // The time that the answer takes is not the client's.
-inline void CSession::Ask(std::string frame, Duration limit, void (CSession::*then)(CReply)) {
-    const auto question =
-        m_shared.m_link.Prepare(std::move(frame), [self = shared_from_this(), then](CReply reply) {
-            self->m_question.reset();
-            self->CutNever();
-            ((*self).*then)(std::move(reply));
-        });
+inline void CSession::Ask(std::string frame, std::size_t answerBytes, Duration limit,
+                          void (CSession::*then)(CReply)) {
+    auto done = [self = shared_from_this(), then](CReply reply) {
+        self->m_question.reset();
+        self->CutNever();
+        ((*self).*then)(std::move(reply));
+    };
+    const auto question = m_shared.m_link.Prepare(std::move(frame), answerBytes, std::move(done));
     m_question = question;
     CutAfter(limit);
     question->Start();
@@ -107,7 +108,7 @@ inline void CSession::Ask(std::string frame, Duration limit, void (CSession::*th
 
 inline void CSession::AskForCredentials(void (CSession::*then)(CReply)) {
     m_askTime = Clock::now();
-    Ask(messages::Encode(messages::CCheckRequest{m_credentials, m_peer}),
+    Ask(messages::Encode(messages::CCheckRequest{m_credentials, m_peer}), kCheckAnswerBytes,
         m_shared.m_settings.m_checkTime, then);
 }
 
@@ -207,7 +208,8 @@ inline void CSession::Call() {
     request.m_peer = m_peer;
     request.m_method = m_call.m_method;
     request.m_inParameters = std::move(m_call.m_inParameters);
-    Ask(messages::Encode(request), m_shared.m_settings.m_callTime, &CSession::OnCalled);
+    Ask(messages::Encode(request), kCallAnswerBytes, m_shared.m_settings.m_callTime,
+        &CSession::OnCalled);
 }
 
 // Without memory the answer is the one that was made before the call.
@@ -288,7 +290,6 @@ inline void CSession::Answer(CHttpAnswer answer) {
         m_outputBody = std::move(answer.m_body);
     }
     CutAfter(m_shared.m_settings.m_answerTime);
-    m_transport.BeginText(m_output.size() + m_outputBody.size());
     Write(&m_output, &CSession::WriteBody);
 }
 
@@ -316,7 +317,6 @@ inline void CSession::Write(std::string* text, void (CSession::*then)()) {
 }
 
 inline void CSession::AfterAnswer() {
-    m_transport.EndText();
     m_outputBody.shrink_to_fit();
     m_answerShare.Release();
     if (!m_keepOpen) {

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "wbemd/http/Asio.h"
+#include "wbemd/http/CTlsStream.h"
 
 #include <linux/sockios.h>
-#include <netinet/tcp.h>
-#include <openssl/ssl3.h>
 #include <sys/ioctl.h>
 
 #include <cstddef>
@@ -27,42 +26,29 @@ public:
 
     template <class Handler>
     void Handshake(Handler&& handler) {
-        m_tls->async_handshake(asio::ssl::stream_base::server, std::forward<Handler>(handler));
+        m_tls->Handshake(std::forward<Handler>(handler));
     }
     template <class Handler>
     void ReadSome(const asio::mutable_buffer& buffer, Handler&& handler) {
         if (m_tls) {
-            m_tls->async_read_some(buffer, std::forward<Handler>(handler));
+            m_tls->ReadSome(buffer, std::forward<Handler>(handler));
         } else {
             m_socket.async_read_some(buffer, std::forward<Handler>(handler));
         }
     }
+    // Tells how many bytes need not be given again, which may be none.
     template <class Handler>
     void WriteSome(const asio::const_buffer& buffer, Handler&& handler) {
         if (m_tls) {
-            m_tls->async_write_some(buffer, std::forward<Handler>(handler));
+            m_tls->WriteSome(buffer, std::forward<Handler>(handler));
         } else {
             m_socket.async_write_some(buffer, std::forward<Handler>(handler));
         }
     }
-    // TLS takes a long text apart and would send each piece alone: from here to EndText() what is
-    // written leaves in as few pieces as the connection allows. Bytes that none of them fills wait
-    // for no longer than 0.2 s.
-    void BeginText(std::size_t bytes) {
-        if (m_tls && bytes > SSL3_RT_MAX_PLAIN_LENGTH) {
-            HoldBack(true);
-        }
-    }
-    void EndText() {
-        if (m_holdsBack) {
-            HoldBack(false);
-        }
-    }
-
     // Says the end by TLS, and takes the client's word of it.
     template <class Handler>
     void EndTls(Handler&& handler) {
-        m_tls->async_shutdown(std::forward<Handler>(handler));
+        m_tls->End(std::forward<Handler>(handler));
     }
 
     // Says the end by TCP.
@@ -87,15 +73,8 @@ public:
     }
 
 private:
-    void HoldBack(bool holdsBack) {
-        const int value = holdsBack ? 1 : 0;
-        setsockopt(m_socket.native_handle(), IPPROTO_TCP, TCP_CORK, &value, sizeof value);
-        m_holdsBack = holdsBack;
-    }
-
     CSocket m_socket;
-    std::optional<asio::ssl::stream<CSocket&>> m_tls;
-    bool m_holdsBack = false;
+    std::optional<CTlsStream> m_tls;
 };
 
 } // namespace wbemd

@@ -15,6 +15,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <thread>
 
 using std::string;
 
@@ -62,6 +63,27 @@ TEST_F(TlsTest, AnAnswerOfTwoRecordsComesInOnePieceAndAtOnce) {
     }
     EXPECT_EQ(pieces, 1U);
     EXPECT_LT(quickest, std::chrono::milliseconds(100)) << "the system sends of itself after 200";
+}
+
+TEST_F(TlsTest, ASlowReaderThatTakesSomethingGetsAll) {
+    constexpr std::chrono::milliseconds kAnswerTime{1000};
+    const CServerProcess server(kListen +
+                                "AnswerMilliseconds=" + std::to_string(kAnswerTime.count()) + "\n");
+    CClient::UseSmallBuffers(true);
+    CClient client(server.HttpsPort(), CClient::Kind::Https);
+    CClient::UseSmallBuffers(false);
+    constexpr std::size_t kLength = 6'000'000; // more than the system takes off the server's hands
+    client.Send(Post("long " + std::to_string(kLength)));
+    constexpr std::size_t kPiece = 50'000;
+    constexpr std::size_t kPieces = 12;
+    for (std::size_t i = 0; i < kPieces; ++i) {
+        client.Skip(kPiece);
+        std::this_thread::sleep_for(kAnswerTime / 7); // a slow reader
+    }
+    constexpr std::size_t kDateBytes = 29; // which stand there as one star
+    client.Skip(LongAnswer(kLength).size() - 1 + kDateBytes - kPieces * kPiece);
+    client.Send(Post("hi"));
+    EXPECT_EQ(client.Answer(), Repeated("hi")) << "which comes next";
 }
 
 TEST_F(TlsTest, ListensOnAllAddressesAndTellsThePeerAsItIsKnown) {
