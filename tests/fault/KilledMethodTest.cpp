@@ -22,18 +22,18 @@ using std::string;
 
 namespace {
 
-struct Row {
+struct MethodRow {
     const char* name;
     const char* method;
     Kind kind;
     std::vector<long> numbers; // none: all
     int ordinaryPoints;
 };
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const MethodRow& row) {
     return out << row.name;
 }
 
-class KilledMethod : public testing::TestWithParam<Row> {
+class KilledMethod : public testing::TestWithParam<MethodRow> {
 protected:
     void SetUp() override {
         if (!CTracedProcess::IsPermitted()) {
@@ -87,7 +87,7 @@ void ExpectNextAnswer(const string& agent, const string& alert) {
     EXPECT_EQ(failures, trace.Lines(2 | 8));
 }
 
-void DieAndRecover(const Row& row, int point) {
+void DieAndRecover(const MethodRow& row, int point) {
     CMethodRun run(row.method);
     const DocumentedOutcomes::Case made = run.Case("");
     const CObservation observation = run.Run({row.numbers, row.kind, 0, point});
@@ -101,7 +101,7 @@ void DieAndRecover(const Row& row, int point) {
 }
 
 TEST_P(KilledMethod, LeavesNothingBehindThatCannotBeRestored) {
-    const Row& row = GetParam();
+    const MethodRow& row = GetParam();
     CMethodRun counted(row.method);
     counted.Run(CSystemCallFault{row.numbers});
     const int count = counted.End().Counted();
@@ -113,7 +113,7 @@ TEST_P(KilledMethod, LeavesNothingBehindThatCannotBeRestored) {
     CFaultPoints::Tell(string("killed: ") + row.name, static_cast<int>(points.size()), count);
 }
 
-const Row kRows[] = {
+const MethodRow kMethodRows[] = {
     {"GetParameter", "GetParameter", Kind::kKill, {}, 4},
     {"SetParameter", "SetParameter", Kind::kKill, {}, 12},
     {"GetParameterBehindAStart", "GetParameter", Kind::kKillAfterwards, kStarting, 2},
@@ -122,6 +122,6 @@ const Row kRows[] = {
     {"SetParameterBehindALock", "SetParameter", Kind::kKillAfterwards, {SYS_flock}, 2},
 };
 
-INSTANTIATE_TEST_SUITE_P(At, KilledMethod, testing::ValuesIn(kRows), RowName<Row>);
+INSTANTIATE_TEST_SUITE_P(At, KilledMethod, testing::ValuesIn(kMethodRows), RowName<MethodRow>);
 
 } // namespace

@@ -29,17 +29,17 @@ namespace {
 constexpr std::chrono::seconds kLongestLife{10}; // of what the dead process leaves behind
 const CProgram::Words kSet = {"set", "syslog.information=yes", "cpu.threshold=95"};
 
-struct Row {
+struct SetRow {
     const char* name;
     std::vector<long> numbers;
     int ordinaryPoints;
     Kind kind = Kind::kKill;
 };
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const SetRow& row) {
     return out << row.name;
 }
 
-class KilledSet : public testing::TestWithParam<Row> {
+class KilledSet : public testing::TestWithParam<SetRow> {
 protected:
     void SetUp() override {
         if (!CTracedProcess::IsPermitted()) {
@@ -91,7 +91,7 @@ void ExpectWayBack(const CTestRoot& root) {
 
 TEST_P(KilledSet, IsTakenBackByARestore) {
     const COrphans orphans;
-    const Row& row = GetParam();
+    const SetRow& row = GetParam();
     CSystemCallFault fault{row.numbers};
     int count = 0;
     {
@@ -116,7 +116,7 @@ TEST_P(KilledSet, IsTakenBackByARestore) {
                        count);
 }
 
-const Row kRows[] = {
+const SetRow kSetRows[] = {
     {"Write", kWriting, 4},
     {"Close", {SYS_close}, 4},
     {"Open", {SYS_openat}, 4},
@@ -129,6 +129,6 @@ const Row kRows[] = {
     {"BehindAStart", kStarting, 3, Kind::kKillAfterwards},
 };
 
-INSTANTIATE_TEST_SUITE_P(At, KilledSet, testing::ValuesIn(kRows), RowName<Row>);
+INSTANTIATE_TEST_SUITE_P(At, KilledSet, testing::ValuesIn(kSetRows), RowName<SetRow>);
 
 } // namespace

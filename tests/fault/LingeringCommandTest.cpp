@@ -26,20 +26,20 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-struct Row {
+struct CommandRow {
     const char* name;
     const char* path; // the command that goes on running
     string last;      // what the command does first
     int point;        // which start of a command is the last thing that the process does, if any
 };
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const CommandRow& row) {
     return out << row.name;
 }
 
 // For a vendor's command, between which and the host stands its keeper.
 const std::string kKillHost = std::string(kFindHost) + "kill -KILL $host; ";
 
-class LingeringCommand : public testing::TestWithParam<Row> {};
+class LingeringCommand : public testing::TestWithParam<CommandRow> {};
 
 int SetAndDie() {
     CLoadedProvider provider;
@@ -83,11 +83,12 @@ TEST_P(LingeringCommand, HasNoPartInTheLock) {
     EXPECT_FALSE(orphans.HaveEnded(std::chrono::milliseconds(0))) << "the command does not run";
 }
 
-const Row kRows[] = {
+const CommandRow kCommandRows[] = {
     {"ServiceStop", "/opt/veltaro/agent/vendor-command", kKillHost, 0},
     {"MountCommand", "/bin/mount", "", 3},
 };
 
-INSTANTIATE_TEST_SUITE_P(ThatIs, LingeringCommand, testing::ValuesIn(kRows), RowName<Row>);
+INSTANTIATE_TEST_SUITE_P(ThatIs, LingeringCommand, testing::ValuesIn(kCommandRows),
+                         RowName<CommandRow>);
 
 } // namespace

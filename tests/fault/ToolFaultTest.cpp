@@ -75,13 +75,13 @@ struct Fault {
     bool isForGood = false;
 };
 
-struct Row {
+struct CallRow {
     const char* call; // as the table of outcomes names it
     std::vector<long> numbers;
     std::vector<Fault> faults;
 };
 
-const Row kRows[] = {
+const CallRow kCallRows[] = {
     {"open",
      {SYS_openat},
      {{"EACCES", Kind::kError, EACCES},
@@ -195,7 +195,7 @@ std::vector<Phase> PhasesOf(const std::vector<long>& calls) {
     return phases;
 }
 
-class ToolFault : public testing::TestWithParam<std::tuple<CToolCommand, Row>> {
+class ToolFault : public testing::TestWithParam<std::tuple<CToolCommand, CallRow>> {
 protected:
     void SetUp() override {
         if (!CTracedProcess::IsPermitted()) {
@@ -282,7 +282,7 @@ TEST(ToolFaultTable, HasEveryCallThatTheToolMakes) {
         GTEST_SKIP() << "nobody may trace here";
     }
     std::set<long> known(kHarmless.begin(), kHarmless.end());
-    for (const Row& row : kRows) {
+    for (const CallRow& row : kCallRows) {
         known.insert(row.numbers.begin(), row.numbers.end());
     }
     for (const CToolCommand& command : kCommands) {
@@ -294,7 +294,7 @@ TEST(ToolFaultTable, HasEveryCallThatTheToolMakes) {
     }
 }
 
-string NameOf(const testing::TestParamInfo<std::tuple<CToolCommand, Row>>& info) {
+string NameOf(const testing::TestParamInfo<std::tuple<CToolCommand, CallRow>>& info) {
     const auto& [command, row] = info.param;
     string name = string(command.m_pName) + "_" + row.call;
     std::replace_if(
@@ -303,13 +303,15 @@ string NameOf(const testing::TestParamInfo<std::tuple<CToolCommand, Row>>& info)
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, ToolFault,
-                         testing::Combine(testing::ValuesIn(kCommands), testing::ValuesIn(kRows)),
+                         testing::Combine(testing::ValuesIn(kCommands),
+                                          testing::ValuesIn(kCallRows)),
                          NameOf);
 
-std::vector<Row> RowsOf(const std::vector<string>& calls) {
-    std::vector<Row> rows;
-    std::copy_if(std::begin(kRows), std::end(kRows), std::back_inserter(rows),
-                 [&](const Row& row) { return std::count(calls.begin(), calls.end(), row.call); });
+std::vector<CallRow> RowsOf(const std::vector<string>& calls) {
+    std::vector<CallRow> rows;
+    std::copy_if(
+        std::begin(kCallRows), std::end(kCallRows), std::back_inserter(rows),
+        [&](const CallRow& row) { return std::count(calls.begin(), calls.end(), row.call); });
     return rows;
 }
 

@@ -180,14 +180,14 @@ string Documented(const string& heading) {
     return text.substr(begin, text.find("```", begin) - begin);
 }
 
-struct Row {
+struct OrderRow {
     const char* name;
     CProgram::Words words;
     bool hasCopy;
     const char* heading;
 };
 
-class ToolOrder : public testing::TestWithParam<Row> {
+class ToolOrder : public testing::TestWithParam<OrderRow> {
 protected:
     void SetUp() override {
         if (!CanTrace()) {
@@ -197,7 +197,7 @@ protected:
 };
 
 TEST_P(ToolOrder, IsAsDocumentedWhateverTheUmask) {
-    const Row& row = GetParam();
+    const OrderRow& row = GetParam();
     for (const mode_t mask : {0, 022, 077}) {
         SCOPED_TRACE(mask);
         const CTestRoot root;
@@ -208,14 +208,14 @@ TEST_P(ToolOrder, IsAsDocumentedWhateverTheUmask) {
     }
 }
 
-const Row kRows[] = {
+const OrderRow kOrderRows[] = {
     {"Set",
      {"set", "syslog.information=yes", "cpu.threshold=95"},
      false,
      "### The steps of a change"},
     {"Restore", {"restore", kOlder}, true, "### The steps of a restore"},
 };
-INSTANTIATE_TEST_SUITE_P(Of, ToolOrder, testing::ValuesIn(kRows), RowName<Row>);
+INSTANTIATE_TEST_SUITE_P(Of, ToolOrder, testing::ValuesIn(kOrderRows), RowName<OrderRow>);
 
 TEST(ToolOrderOfRights, GivesOwnerAndGroupBeforeTheMode) {
     if (!CanTrace() || geteuid() != 0) {

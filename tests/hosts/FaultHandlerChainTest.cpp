@@ -206,12 +206,6 @@ TEST_F(FaultHandlerChain, ManyThreadsAtOnceWhileTheHostSetsHandlersAreTranslated
 
 // ---- Masks ----
 
-bool IsBlocked(int signalNumber) {
-    sigset_t blocked;
-    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
-    return sigismember(&blocked, signalNumber) == 1;
-}
-
 TEST_F(FaultHandlerChain, AThreadWithAllSignalsBlockedIsTranslated) {
     EXPECT_EQ("exit 0", EndOf([] {
                   sigset_t all;

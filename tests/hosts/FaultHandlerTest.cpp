@@ -19,12 +19,6 @@
 
 namespace {
 
-bool IsBlocked(int signalNumber) {
-    sigset_t blocked;
-    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
-    return sigismember(&blocked, signalNumber) == 1;
-}
-
 void Block(int signalNumber) {
     sigset_t blocked;
     sigemptyset(&blocked);

@@ -185,7 +185,7 @@ TEST_F(FaultThread, ThatIsCancelledIsTranslated) {
 
 // The frame above was written over: there is no way out that the unwinder could follow.
 [[gnu::noinline]] void FaultBelowARuin() {
-    auto** frame = static_cast<void**>(__builtin_frame_address(0));
+    auto* frame = static_cast<void* volatile*>(__builtin_frame_address(0));
     frame[0] = nullptr;
     frame[1] = reinterpret_cast<void*>(0x123456);
     ReadFromNowhere();

@@ -33,6 +33,12 @@ void SetHandler(int signalNumber, void (*handler)(int, siginfo_t*, void*), int f
     sigaction(signalNumber, &action, nullptr);
 }
 
+bool IsBlocked(int signalNumber) {
+    sigset_t blocked;
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    return sigismember(&blocked, signalNumber) == 1;
+}
+
 void ReadFromNowhere() {
     // Hidden from the compiler, which knows that nothing can be there.
     const volatile int* volatile address = reinterpret_cast<const volatile int*>(0x10);

@@ -14,6 +14,9 @@ std::string EndOf(const std::function<int()>& host);
 void SetHandler(int signalNumber, void (*handler)(int, siginfo_t*, void*), int flags = 0,
                 int alsoBlocked = 0);
 
+// Whether the calling thread blocks the signal.
+bool IsBlocked(int signalNumber);
+
 // Faults of the calling thread.
 void ReadFromNowhere(); // SIGSEGV
 void DivideByZero();    // SIGFPE

@@ -1,5 +1,6 @@
 // What stands in the place of the lock file, of a settings file and of the device description.
 
+#include "provider/MethodResult.h"
 #include "providerbase/CDeviceDescription.h"
 #include "tests/support/CChildProcess.h"
 #include "tests/support/CLoadedProvider.h"
@@ -30,8 +31,7 @@ using std::string;
 
 namespace {
 
-constexpr std::uint32_t kFailure = 0x80000001U;
-constexpr uid_t kStranger = 65534;
+constexpr uid_t kOtherOwner = 65534;
 
 string DeviceDescription() {
     return string(KzmPaths::kDeviceFolder) + "/Logger.conf";
@@ -189,7 +189,7 @@ TEST_P(SettingsFilePlace, WithALinkToAFileOfAnotherFormChangesNothingThere) {
     WriteFile(Elsewhere(), "root:x:0:0:root:/root:/bin/bash\n");
     PutLink(GetParam().m_pPath);
     CLoadedProvider provider;
-    EXPECT_EQ(kFailure, provider.SetResult(ChangedConf()));
+    EXPECT_EQ(MethodResult::kFailure, provider.SetResult(ChangedConf()));
     EXPECT_EQ("root:x:0:0:root:/root:/bin/bash\n", ReadFile(Elsewhere()));
 }
 
@@ -240,14 +240,14 @@ protected:
         if (geteuid() != 0) {
             GTEST_SKIP() << "only root can give files away";
         }
-        ASSERT_EQ(0, chown(path.c_str(), kStranger, kStranger));
+        ASSERT_EQ(0, chown(path.c_str(), kOtherOwner, kOtherOwner));
     }
     static string Mark() { return CTestRoot::Path("/mark"); }
 
     static void ExpectRefused() {
         CLoadedProvider provider;
-        EXPECT_EQ(kFailure, provider.Result("GetParameter"));
-        EXPECT_EQ(kFailure, provider.SetResult(ChangedConf()));
+        EXPECT_EQ(MethodResult::kFailure, provider.Result("GetParameter"));
+        EXPECT_EQ(MethodResult::kFailure, provider.SetResult(ChangedConf()));
         EXPECT_FALSE(fs::exists(Mark()));
         EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
     }

@@ -1,5 +1,6 @@
 // Names of file systems that come from the mount command, from a request and from alert.cfg.
 
+#include "provider/MethodResult.h"
 #include "tests/security/HostileNames.h"
 #include "tests/support/CLoadedProvider.h"
 #include "tests/support/CProgram.h"
@@ -16,8 +17,6 @@
 namespace {
 
 using std::string;
-
-constexpr std::uint32_t kFailure = 0x80000001U;
 
 const std::vector<string> kStopped = {"CheckInstall", "ServiceStop"};
 const std::vector<string> kRestarted = {"CheckInstall", "ServiceStop", "ServiceStart"};
@@ -75,7 +74,8 @@ TEST_P(MountedName, IsAnsweredByteForByteAndDoesNothingElse) {
 TEST_P(MountedName, IsWrittenAsOneLineOrTheChangeIsAnsweredAsFailed) {
     const std::vector<string> before = Tree();
     const bool isHeld = GetParam().m_bHeld;
-    EXPECT_EQ(isHeld ? 0U : kFailure, m_provider.SetResult(ConfWith(GetParam().m_sBytes)));
+    EXPECT_EQ(isHeld ? 0U : MethodResult::kFailure,
+              m_provider.SetResult(ConfWith(GetParam().m_sBytes)));
     EXPECT_EQ(isHeld ? kRestarted : kStopped, m_root.VendorCalls());
     EXPECT_EQ(AlertWith("FSNAME=\"" + GetParam().m_sBytes + "\"   (90)\n"),
               ReadFile(KzmPaths::kAlertConfig));
@@ -95,7 +95,7 @@ TEST_P(RequestedName, IsNotTakenForAMountedFileSystem) {
     const CTestRoot root;
     CLoadedProvider provider;
     const std::vector<string> before = Tree();
-    EXPECT_EQ(kFailure, provider.SetResult(ConfWith(GetParam().m_sBytes)));
+    EXPECT_EQ(MethodResult::kFailure, provider.SetResult(ConfWith(GetParam().m_sBytes)));
     EXPECT_EQ(kStopped, root.VendorCalls());
     EXPECT_EQ(before, Tree());
     EXPECT_TRUE(IsLockFree());
@@ -113,17 +113,18 @@ protected:
 };
 
 TEST_F(NameThatIsAllowed, CanPutAnyLineIntoAlertConfig) {
-    EXPECT_EQ(kFailure, m_provider.SetResult(ConfWith("a\" (1)\nRetention=0\n#")));
+    EXPECT_EQ(MethodResult::kFailure, m_provider.SetResult(ConfWith("a\" (1)\nRetention=0\n#")));
     EXPECT_EQ(AlertWith("FSNAME=\"a\" (1)\nRetention=0\n#\"   (90)\n"),
               ReadFile(KzmPaths::kAlertConfig));
 }
 
 TEST_F(NameThatIsAllowed, WithALineFeedEndsReadingUntilTheFilesAreRestored) {
     ASSERT_EQ(0, CProgram({"set", "cpu.threshold=95"}).Run().m_iExitCode);
-    EXPECT_EQ(kFailure, m_provider.SetResult(ConfWith("/a\nb")));
-    EXPECT_EQ(kFailure, m_provider.Result("GetParameter"));
-    EXPECT_EQ(kFailure, m_provider.SetResult(SampleConf())) << "the line stays where it is";
-    EXPECT_EQ(kFailure, m_provider.Result("GetParameter"));
+    EXPECT_EQ(MethodResult::kFailure, m_provider.SetResult(ConfWith("/a\nb")));
+    EXPECT_EQ(MethodResult::kFailure, m_provider.Result("GetParameter"));
+    EXPECT_EQ(MethodResult::kFailure, m_provider.SetResult(SampleConf()))
+        << "the line stays where it is";
+    EXPECT_EQ(MethodResult::kFailure, m_provider.Result("GetParameter"));
 
     const CProgram::Result restored = CProgram({"restore"}).Run();
     EXPECT_EQ(0, restored.m_iExitCode) << restored.m_sError;
@@ -142,7 +143,7 @@ TEST_F(NameThatIsAllowed, OfADeviceCanHideOrInventFileSystems) {
 TEST_F(NameThatIsAllowed, OfADeviceCanEndReadingWhileItIsMounted) {
     m_root.SetMountOutput(string("x on  type y on /real type fuse (rw)\n") +
                           CTestRoot::kMountOutput);
-    EXPECT_EQ(kFailure, m_provider.Result("GetParameter"));
+    EXPECT_EQ(MethodResult::kFailure, m_provider.Result("GetParameter"));
     m_root.SetMountOutput(CTestRoot::kMountOutput);
     EXPECT_EQ(0U, m_provider.Result("GetParameter"));
 }

@@ -12,12 +12,12 @@ constexpr std::array<std::string_view, 4> kKeys{"SyslogOutput", "InformationAler
 
 // Where the value word of a key begins and what it is, in the line; empty when the line gives it
 // none.
-struct Value {
+struct FoundValue {
     string::size_type m_begin;
     std::string_view m_sWord;
 };
 
-Value ValueOf(const string& line, std::string_view key) {
+FoundValue ValueOf(const string& line, std::string_view key) {
     string::size_type begin = CFileFormat::ValueBegin(line, key).value_or(line.size());
     while (begin < line.size() && line[begin] == ' ') {
         ++begin;
@@ -90,7 +90,7 @@ bool CAgentFormat::IsPlain(const Lines& lines) {
     for (const string& line : lines) {
         int values = 0;
         for (const std::string_view key : kKeys) {
-            const Value value = ValueOf(line, key);
+            const FoundValue value = ValueOf(line, key);
             if (value.m_sWord.empty()) {
                 continue;
             }

@@ -1,5 +1,7 @@
 #include "tests/fuzz/support/CConfigFormat.h"
 
+#include "tests/fuzz/support/CPrintable.h"
+
 #include <algorithm>
 #include <sstream>
 
@@ -21,10 +23,6 @@ string WithoutBlanksAround(string text) {
     return text;
 }
 
-bool IsControl(char character) {
-    return (static_cast<unsigned char>(character) < 32 && character != '\t') || character == 127;
-}
-
 } // namespace
 
 CConfigFormat::CConfigFormat(const string& text) {
@@ -39,7 +37,7 @@ CConfigFormat::CConfigFormat(const string& text) {
         const auto equals = std::find(line.begin(), line.end(), '=');
         const string name = WithoutBlanksAround({line.begin(), equals});
         const bool isSetting = equals != line.end() && !name.empty() &&
-                               std::none_of(line.begin(), line.end(), IsControl);
+                               std::none_of(line.begin(), line.end(), CPrintable::IsControl);
         if (!isSetting || m_values.count(name) != 0) {
             m_wrongLines.push_back(number);
             continue;

@@ -1,5 +1,7 @@
 #include "tests/fuzz/support/CDeviceFormat.h"
 
+#include "tests/fuzz/support/CPrintable.h"
+
 #include <algorithm>
 #include <optional>
 
@@ -10,10 +12,6 @@ namespace {
 constexpr char kTimeout[] = "TimeoutSeconds";
 constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz";
 constexpr char kDigits[] = "0123456789";
-
-bool IsControl(char character) {
-    return (static_cast<unsigned char>(character) < ' ' && character != '\t') || character == 0x7F;
-}
 
 bool IsName(const string& text) {
     string letters = kLetters;
@@ -60,7 +58,7 @@ CDeviceFormat::CDeviceFormat(const string& text) {
 }
 
 bool CDeviceFormat::Take(const string& line) {
-    if (std::any_of(line.begin(), line.end(), IsControl)) {
+    if (std::any_of(line.begin(), line.end(), CPrintable::IsControl)) {
         return false;
     }
     if (line.find_first_not_of(" \t") == string::npos || line[0] == '#') {

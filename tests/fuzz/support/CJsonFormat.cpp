@@ -12,10 +12,10 @@ using std::string;
 
 namespace {
 
-enum class Type { kSwitch, kUnsigned, kSigned, kVolumes };
+enum class MemberType { kSwitch, kUnsigned, kSigned, kVolumes };
 struct Member {
     string m_name;
-    Type m_type;
+    MemberType m_type;
     string m_key; // of the setting, behind its group
 };
 struct Part {
@@ -24,24 +24,25 @@ struct Part {
     std::vector<Member> m_members;
 };
 
-const Member kEnable{"MonitoringEnable", Type::kSwitch, "enable"};
-const Member kInterval{"SamplingInterval", Type::kUnsigned, "interval"};
-const Member kCount{"SamplingCount", Type::kUnsigned, "count"};
-const Member kThreshold{"Threshold", Type::kSigned, "threshold"};
+const Member kEnable{"MonitoringEnable", MemberType::kSwitch, "enable"};
+const Member kInterval{"SamplingInterval", MemberType::kUnsigned, "interval"};
+const Member kCount{"SamplingCount", MemberType::kUnsigned, "count"};
+const Member kThreshold{"Threshold", MemberType::kSigned, "threshold"};
 
 const std::vector<Part> kParts{
     {"SyslogOutputConf",
      "syslog",
-     {{"SyslogOutput", Type::kSwitch, "output"},
-      {"InformationAlert", Type::kSwitch, "information"},
-      {"WarningAlert", Type::kSwitch, "warning"},
-      {"ObstacleAlert", Type::kSwitch, "obstacle"}}},
+     {{"SyslogOutput", MemberType::kSwitch, "output"},
+      {"InformationAlert", MemberType::kSwitch, "information"},
+      {"WarningAlert", MemberType::kSwitch, "warning"},
+      {"ObstacleAlert", MemberType::kSwitch, "obstacle"}}},
     {"UsageMonitorConfCpu", "cpu", {kEnable, kInterval, kCount, kThreshold}},
     {"UsageMonitorConfMemory", "memory", {kEnable, kInterval, kCount, kThreshold}},
     {"FsUsageMonitorConf",
      "fs",
-     {kEnable, kInterval, kCount, {"FsThresholdConfList", Type::kVolumes, ""}}}};
-const std::vector<Member> kVolume{kThreshold, {"VolMonitoringEnable", Type::kSwitch, "enable"}};
+     {kEnable, kInterval, kCount, {"FsThresholdConfList", MemberType::kVolumes, ""}}}};
+const std::vector<Member> kVolume{kThreshold,
+                                  {"VolMonitoringEnable", MemberType::kSwitch, "enable"}};
 
 constexpr char kName[] = "VolumeName";
 constexpr char kBytes[] = "VolumeNameBytes";
@@ -64,15 +65,15 @@ bool IsBetween(const Json& json, std::int64_t least, std::int64_t most) {
 
 bool IsVolumes(const Json& json);
 
-bool IsOf(const Json& json, Type type) {
+bool IsOf(const Json& json, MemberType type) {
     switch (type) {
-    case Type::kSwitch:
+    case MemberType::kSwitch:
         return json.is_boolean();
-    case Type::kUnsigned:
+    case MemberType::kUnsigned:
         return IsBetween(json, 0, UINT32_MAX);
-    case Type::kSigned:
+    case MemberType::kSigned:
         return IsBetween(json, INT32_MIN, INT32_MAX);
-    case Type::kVolumes:
+    case MemberType::kVolumes:
         return IsVolumes(json);
     }
     return false;
@@ -80,13 +81,13 @@ bool IsOf(const Json& json, Type type) {
 
 // The bytes of pairs of hexadecimal digits.
 std::optional<string> FromHex(const string& digits) {
-    constexpr char kDigits[] = "0123456789abcdef";
+    constexpr char kHexDigits[] = "0123456789abcdef";
     string bytes;
     for (std::size_t i = 0; i < digits.size(); i += 2) {
         unsigned int byte = 0;
         for (const char c : (digits + "?").substr(i, 2)) {
             const char lower = c >= 'A' && c <= 'F' ? static_cast<char>(c + ('a' - 'A')) : c;
-            const auto value = string(kDigits).find(lower);
+            const auto value = string(kHexDigits).find(lower);
             if (value == string::npos) {
                 return std::nullopt;
             }
@@ -160,7 +161,7 @@ bool HasNameTwice(const string& text) {
 void AddValues(const Json& json, const std::vector<Member>& members, const string& group,
                std::map<string, string>* values) {
     for (const Member& member : members) {
-        if (member.m_type != Type::kVolumes && json.contains(member.m_name)) {
+        if (member.m_type != MemberType::kVolumes && json.contains(member.m_name)) {
             const Json& value = json[member.m_name];
             const string text = value.is_boolean() ? (value.get<bool>() ? "true" : "false")
                                                    : std::to_string(value.get<std::int64_t>());

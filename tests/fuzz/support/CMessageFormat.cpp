@@ -51,7 +51,7 @@ constexpr std::size_t kMuch = 33554432;
 
 void Object(CPlace* place, std::size_t depth, std::size_t* count);
 
-void Value(CPlace* place, std::size_t type, std::size_t depth, std::size_t* count) {
+void PropertyValue(CPlace* place, std::size_t type, std::size_t depth, std::size_t* count) {
     std::size_t entries = 0;
     switch (type) {
     case 1:
@@ -86,7 +86,7 @@ void Object(CPlace* place, std::size_t depth, std::size_t* count) {
         Want(!name.empty() && name.find('\0') == string::npos && names.insert(name).second);
         const std::size_t type = place->Byte(6);
         if (place->Byte(type == 0 ? 0 : 1) == 1) {
-            Value(place, type, depth, count);
+            PropertyValue(place, type, depth, count);
         }
     }
 }

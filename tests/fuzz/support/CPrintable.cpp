@@ -38,3 +38,7 @@ bool CPrintable::Is(const std::string& text) {
     }
     return IsUtf8(text) && !HasControl(text);
 }
+
+bool CPrintable::IsControl(char character) {
+    return (static_cast<unsigned char>(character) < ' ' && character != '\t') || character == 0x7F;
+}

@@ -10,6 +10,9 @@
 #include <string>
 #include <vector>
 
+// The password that the tests' accounts have at first.
+inline const std::string kPassword = CAccounts::kPassword;
+
 // kzm-providerd with the tests' accounts and the provider of this build, below a fresh test root.
 class CDoor {
 public:

@@ -22,7 +22,6 @@ using std::string;
 
 namespace {
 
-const string kPassword = CAccounts::kPassword;
 const string kSocket = KzmPaths::kProviderdSocket;
 
 history::CDescriptor Bound() {

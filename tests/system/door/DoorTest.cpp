@@ -10,9 +10,7 @@ using std::string;
 
 namespace {
 
-const string kPassword = CAccounts::kPassword;
-
-struct CRow {
+struct CAccountRow {
     const char* m_name;
     string m_user;
     string m_password;
@@ -21,7 +19,7 @@ struct CRow {
     const char* m_unknownMethod;
 };
 
-const CRow kRows[] = {
+const CAccountRow kAccountRows[] = {
     {"reader", "reader", kPassword, "read", "Done 0x00000000", "NoMethod"},
     {"changer", "changer", kPassword, "change", "Done 0x00000000", "NoMethod"},
     {"both", "both", kPassword, "change", "Done 0x00000000", "NoMethod"},
@@ -41,7 +39,7 @@ TEST(Door, OpensToThoseWhoMay) {
     CDoor door;
     ASSERT_TRUE(door.Start());
     const CDoorClient client;
-    for (const CRow& row : kRows) {
+    for (const CAccountRow& row : kAccountRows) {
         SCOPED_TRACE(row.m_name);
         EXPECT_EQ(client.Check(row.m_user, row.m_password), row.m_check);
         EXPECT_EQ(client.Call(row.m_user, row.m_password, "GetParameter"), row.m_get);
@@ -50,7 +48,7 @@ TEST(Door, OpensToThoseWhoMay) {
 }
 
 // Fewer than those who wait would be.
-const CRow kWrongRows[] = {
+const CAccountRow kWrongRows[] = {
     {"empty password", "reader", "", "wrong", "", ""},
     {"zero byte in the password", "reader", kPassword + '\0', "wrong", "", ""},
     {"unknown user", "nobody-at-all", kPassword, "wrong", "", ""},
@@ -63,7 +61,7 @@ TEST(Door, IsShutToThoseWhoAreNobody) {
     CDoor door;
     ASSERT_TRUE(door.Start());
     const CDoorClient client;
-    for (const CRow& row : kWrongRows) {
+    for (const CAccountRow& row : kWrongRows) {
         EXPECT_EQ(client.Check(row.m_user, row.m_password), row.m_check) << row.m_name;
     }
     EXPECT_EQ(client.Call("reader", kPassword, "SetParameter"), "NotAllowed");

@@ -26,8 +26,6 @@ using std::string;
 
 namespace {
 
-const string kPassword = CAccounts::kPassword;
-
 // A change, as it would be made.
 string ChangeFrame(const string& user, const string& password) {
     IWbemClassObject parameters;
@@ -65,7 +63,7 @@ protected:
     CDoor m_door;
 };
 
-struct CRow {
+struct CBytesRow {
     const char* m_name;
     string m_bytes;
     string m_answer;
@@ -75,7 +73,7 @@ TEST_F(HostileFrontEnd, ChangesNothingWithoutCredentials) {
     const string good = ChangeFrame("changer", kPassword);
     const string wrong = ResultText(messages::CallResult::WrongCredentials);
     const string refused = "ended";
-    const CRow rows[] = {
+    const CBytesRow rows[] = {
         {"none", ChangeFrame("", ""), wrong},
         {"a user without a password", ChangeFrame("changer", ""), wrong},
         {"a password without a user", ChangeFrame("", kPassword), wrong},
@@ -91,7 +89,7 @@ TEST_F(HostileFrontEnd, ChangesNothingWithoutCredentials) {
         {"an answer that says right", Encode(messages::CCheckAnswer{true, messages::Right::Change}),
          refused}};
     // Fewer than those who wait for their wrong password.
-    for (const CRow& row : rows) {
+    for (const CBytesRow& row : rows) {
         const CDoorClient client;
         EXPECT_EQ(AnswerTo(client, row.m_bytes), row.m_answer) << row.m_name;
     }

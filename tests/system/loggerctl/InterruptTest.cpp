@@ -56,17 +56,17 @@ bool IsRunning(const std::string& commandLine) {
 // Not to be taken for that of another test program.
 const std::string kOwnSleep = "sleep 4711." + std::to_string(getpid());
 
-struct Row {
+struct SignalRow {
     const char* name;
     const char* m_signal;
     const char* m_command;
     Words m_arguments;
 };
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const SignalRow& row) {
     return out << row.name;
 }
 
-class Interrupt : public testing::TestWithParam<Row> {
+class Interrupt : public testing::TestWithParam<SignalRow> {
 protected:
     Interrupt() {
         SampleHistory::Add(SampleHistory::kOlder, "x", SampleHistory::kAgentConfig,
@@ -76,7 +76,7 @@ protected:
 };
 
 TEST_P(Interrupt, LetsWhatHasBegunComeToItsEnd) {
-    const Row& row = GetParam();
+    const SignalRow& row = GetParam();
     RunAt(row.m_command, std::string("kill -") + row.m_signal + " $host; sleep 0.3");
     const CProgram::Result result = CProgram(row.m_arguments).Run();
     EXPECT_EQ(result.m_iExitCode, 0) << result.m_sError;
@@ -88,7 +88,7 @@ TEST_P(Interrupt, LetsWhatHasBegunComeToItsEnd) {
     }
 }
 
-const Row kRows[] = {
+const SignalRow kSignalRows[] = {
     {"SetAtTheStop", "INT", "ServiceStop", {"set", "cpu.threshold=95"}},
     {"SetAtTheStart", "INT", "ServiceStart", {"set", "cpu.threshold=95"}},
     {"SetTerminated", "TERM", "ServiceStop", {"set", "cpu.threshold=95"}},
@@ -97,7 +97,7 @@ const Row kRows[] = {
     {"RestoreAtTheStart", "TERM", "ServiceStart", {"restore", SampleHistory::kOlder}},
     {"Restart", "INT", "ServiceStop", {"service", "restart"}},
 };
-INSTANTIATE_TEST_SUITE_P(Once, Interrupt, testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Once, Interrupt, testing::ValuesIn(kSignalRows),
                          [](const auto& row) { return row.param.name; });
 
 // At Ctrl-C in a pipeline the reader of the line that says so has gone already.
@@ -131,7 +131,7 @@ TEST(InterruptOnce, FinishesWhenATimeOutEndsItAndItsGroup) {
 class InterruptTwice : public Interrupt {};
 
 TEST_P(InterruptTwice, GivesUpAndSaysWhatTheHostIsLeftWith) {
-    const Row& row = GetParam();
+    const SignalRow& row = GetParam();
     RunAt(row.m_command, std::string("kill -") + row.m_signal + " $host; sleep 0.6; kill -" +
                              row.m_signal + " $host; exec " + kOwnSleep);
     const Clock::time_point begin = Clock::now();
@@ -143,7 +143,7 @@ TEST_P(InterruptTwice, GivesUpAndSaysWhatTheHostIsLeftWith) {
     CGolden::Expect(std::string("interrupt-twice-") + row.name, result);
 }
 
-const Row kTwiceRows[] = {
+const SignalRow kTwiceRows[] = {
     {"set-stop", "INT", "ServiceStop", {"set", "cpu.threshold=95"}},
     {"set-start", "INT", "ServiceStart", {"set", "cpu.threshold=95"}},
     {"restore-stop", "TERM", "ServiceStop", {"restore", SampleHistory::kOlder}},

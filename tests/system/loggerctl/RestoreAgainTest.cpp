@@ -3,7 +3,7 @@
 #include "KzmPaths.h"
 #include "tests/support/CProgram.h"
 #include "tests/support/CTestRoot.h"
-#include "tests/system/loggerctl/CGolden.h"
+#include "tests/system/loggerctl/RestoreSupport.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 
 #include <gtest/gtest.h>
@@ -14,17 +14,6 @@ namespace fs = std::filesystem;
 using namespace SampleHistory;
 
 namespace {
-
-CProgram::Result Restore(CProgram::Words arguments = {}) {
-    arguments.insert(arguments.begin(), "restore");
-    return CProgram(arguments).Run();
-}
-
-void ExpectGolden(const std::string& name, CProgram::Result result) {
-    result.m_sOutput = WithoutNewIds(result.m_sOutput);
-    result.m_sError = WithoutNewIds(result.m_sError);
-    CGolden::Expect("restore-" + name, result);
-}
 
 class RestoreAgain : public testing::Test {
 protected:

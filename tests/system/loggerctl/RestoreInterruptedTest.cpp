@@ -78,11 +78,11 @@ void ExpectNoRemains() {
     }
 }
 
-struct Row {
+struct CallRow {
     const char* name; // the system call
 };
 
-class Interrupted : public testing::TestWithParam<Row> {
+class Interrupted : public testing::TestWithParam<CallRow> {
 protected:
     void SetUp() override {
         if (!CanTrace()) {
@@ -115,17 +115,17 @@ TEST_P(Interrupted, EndsWellWhenItIsRunAgain) {
     EXPECT_LT(n, kMostCalls);
 }
 
-const Row kChangingCalls[] = {
+const CallRow kChangingCalls[] = {
     {"fsync"},     {"renameat"}, {"unlinkat"},           {"mkdirat"}, {"fchmod"}, {"write"},
     {"utimensat"}, {"flock"},    {"vfork,clone,clone3"}, {"futex"}};
 
-std::string NameOf(const testing::TestParamInfo<Row>& info) {
+std::string CallName(const testing::TestParamInfo<CallRow>& info) {
     std::string name = info.param.name;
     std::replace(name.begin(), name.end(), ',', '_');
     return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(At, Interrupted, testing::ValuesIn(kChangingCalls), NameOf);
+INSTANTIATE_TEST_SUITE_P(At, Interrupted, testing::ValuesIn(kChangingCalls), CallName);
 
 class Faulty : public Interrupted {};
 
@@ -162,9 +162,9 @@ TEST_P(Faulty, LeavesAllAsItWasOrSaysThatTheServiceIsStopped) {
     EXPECT_LT(n, kMostCalls);
 }
 
-const Row kFailingCalls[] = {{"fsync"}, {"renameat"}, {"mkdirat"}, {"fchmod"}, {"utimensat"}};
+const CallRow kFailingCalls[] = {{"fsync"}, {"renameat"}, {"mkdirat"}, {"fchmod"}, {"utimensat"}};
 
-INSTANTIATE_TEST_SUITE_P(At, Faulty, testing::ValuesIn(kFailingCalls), NameOf);
+INSTANTIATE_TEST_SUITE_P(At, Faulty, testing::ValuesIn(kFailingCalls), CallName);
 
 // "fsync PATH" and "rename FROM" in their order, without root and new IDs.
 std::vector<std::string> DiskSteps(const std::string& trace) {

@@ -6,6 +6,7 @@
 #include "tests/support/ProviderLockFile.h"
 #include "tests/system/loggerctl/CGolden.h"
 #include "tests/system/loggerctl/CHeldLock.h"
+#include "tests/system/loggerctl/RestoreSupport.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 
 #include <gtest/gtest.h>
@@ -25,17 +26,6 @@ namespace {
 using Calls = std::vector<std::string>;
 
 const Calls kRestarted{"CheckInstall", "ServiceStop", "ServiceStart"};
-
-CProgram::Result Restore(CProgram::Words arguments = {}) {
-    arguments.insert(arguments.begin(), "restore");
-    return CProgram(arguments).Run();
-}
-
-void ExpectGolden(const std::string& name, CProgram::Result result) {
-    result.m_sOutput = WithoutNewIds(result.m_sOutput);
-    result.m_sError = WithoutNewIds(result.m_sError);
-    CGolden::Expect("restore-" + name, result);
-}
 
 // What a copy says of the user who runs the tests.
 std::string Origin() {

@@ -34,20 +34,20 @@ void AddRecordedStatus(int answer) {
                      std::to_string(answer));
 }
 
-struct Row {
+struct ServiceRow {
     const char* m_pName; // of the test and of its golden file, where "_" is "-"
     void (*m_pPrepare)(const CTestRoot& root);
     const char* m_pAction;
     Calls m_calls; // the vendor commands that are run
 };
 
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const ServiceRow& row) {
     return out << row.m_pName;
 }
 
 void Nothing(const CTestRoot& /*root*/) {}
 
-const Row kRows[] = {
+const ServiceRow kServiceRows[] = {
     {"start", Nothing, "start", {"CheckInstall", "ServiceStart"}},
     {"stop", Nothing, "stop", {"CheckInstall", "ServiceStop"}},
     {"status_running",
@@ -103,7 +103,7 @@ const Row kRows[] = {
     {"unknown_action_unsafe", Nothing, "\x1B[2J", {}},
 };
 
-class Service : public testing::TestWithParam<Row> {};
+class Service : public testing::TestWithParam<ServiceRow> {};
 
 TEST_P(Service, SaysAndRuns) {
     const CTestRoot root;
@@ -115,11 +115,11 @@ TEST_P(Service, SaysAndRuns) {
     EXPECT_EQ(root.VendorCalls(), GetParam().m_calls);
 }
 
-std::string NameOf(const testing::TestParamInfo<Row>& info) {
+std::string ServiceRowName(const testing::TestParamInfo<ServiceRow>& info) {
     return info.param.m_pName;
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, Service, testing::ValuesIn(kRows), NameOf);
+INSTANTIATE_TEST_SUITE_P(Rows, Service, testing::ValuesIn(kServiceRows), ServiceRowName);
 
 TEST(ServiceCommand, WantsAnAction) {
     const CTestRoot root;

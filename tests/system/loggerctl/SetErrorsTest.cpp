@@ -18,17 +18,17 @@ namespace {
 
 using Words = CProgram::Words;
 
-struct Row {
+struct ErrorRow {
     const char* m_pName; // of the test and of its golden file
     void (*m_pPrepare)(const CTestRoot& root);
     Words m_arguments = {"syslog.information=yes", "cpu.threshold=95"};
 };
 
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const ErrorRow& row) {
     return out << row.m_pName;
 }
 
-std::string NameOf(const testing::TestParamInfo<Row>& info) {
+std::string NameOf(const testing::TestParamInfo<ErrorRow>& info) {
     return info.param.m_pName;
 }
 
@@ -47,7 +47,7 @@ void MountOdd(const CTestRoot& root, const std::string& name) {
     root.SetMountOutput("a on / type ext4 (rw)\nb on " + name + " type ext4 (rw)\n");
 }
 
-const Row kUsageRows[] = {
+const ErrorRow kUsageRows[] = {
     {"nothing_to_set", Nothing, {}},
     {"unknown_key", Nothing, {"cpu.count=5", "cpu.treshold=5"}},
     {"unknown_volume_key", Nothing, {"fs[/home].enabel=5"}},
@@ -64,13 +64,13 @@ const Row kUsageRows[] = {
     {"empty_record", Nothing, {"--json", "-"}},
 };
 
-const Row kWarningRows[] = {
+const ErrorRow kWarningRows[] = {
     {"warnings", Nothing, {"cpu.threshold=101", "memory.count=0", "fs.interval=2147483648"}},
     {"no_effect", Nothing, {"fs.enable=off", "fs[/home].enable=true"}},
     {"no_effect_dry_run", Nothing, {"--dry-run", "fs.enable=off", "fs[/home].enable=true"}},
 };
 
-const Row kNameRows[] = {
+const ErrorRow kNameRows[] = {
     {"name_with_a_quote",
      [](const CTestRoot& root) { MountOdd(root, "/a\"b"); },
      {"fs[/a\"b].enable=1"}},
@@ -82,7 +82,7 @@ const Row kNameRows[] = {
      {"fs[/a#KZM# b].enable=1", "--force"}},
 };
 
-const Row kFileRows[] = {
+const ErrorRow kFileRows[] = {
     {"not_installed", [](const CTestRoot& root) { root.SetVendorAnswers(1, 0, 0); }},
     {"no_alert_config", [](const CTestRoot&) { fs::remove(KzmPaths::kAlertConfig); }},
     {"second_list_malformed",
@@ -114,7 +114,7 @@ const Row kFileRows[] = {
      }},
 };
 
-class SetRefusedRow : public testing::TestWithParam<Row> {};
+class SetRefusedRow : public testing::TestWithParam<ErrorRow> {};
 
 TEST_P(SetRefusedRow, LeavesTheServiceAlone) {
     const CTestRoot root;
@@ -208,7 +208,7 @@ TEST(SetErrors, FilesThatCannotBeKeptAreNotChanged) {
 
 // ---- Failures of the call itself ----
 
-const Row kFailureRows[] = {
+const ErrorRow kFailureRows[] = {
     {"stop_failed", [](const CTestRoot& root) { root.SetVendorAnswers(0, 7, 0); }},
     {"start_failed", [](const CTestRoot& root) { root.SetVendorAnswers(0, 0, 7); }},
     {"start_failed_but_runs",
@@ -247,7 +247,7 @@ const Row kFailureRows[] = {
      }},
 };
 
-class SetFailedRow : public testing::TestWithParam<Row> {};
+class SetFailedRow : public testing::TestWithParam<ErrorRow> {};
 
 TEST_P(SetFailedRow, SaysWhatTheHostIsLeftWith) {
     const CTestRoot root;

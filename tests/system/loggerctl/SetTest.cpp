@@ -25,7 +25,7 @@ std::string WithoutVolumes() {
                    "#KZM# \tFSNAME=\"/data\"   (75)\n", "");
 }
 
-std::string Json() {
+std::string SettingsAsJson() {
     return CProgram({"get", "--json"}).Run().m_sOutput;
 }
 
@@ -181,13 +181,13 @@ TEST_F(Set, DryRunIsRawInAPipeAndSafeOnATerminal) {
 // ---- Records ----
 
 TEST_F(Set, TakesARecordFromAFile) {
-    const CTempFile record(Replace(Json(), "\"Threshold\": 90", "\"Threshold\": 95"));
+    const CTempFile record(Replace(SettingsAsJson(), "\"Threshold\": 90", "\"Threshold\": 95"));
     ExpectGolden("record", RunSet({"--json", record.Path()}));
     ExpectFiles(CTestRoot::kAgentConfig, ChangedAlert());
 }
 
 TEST_F(Set, TakesARecordFromStandardInput) {
-    const CTempFile record(Replace(Json(), "\"Threshold\": 90", "\"Threshold\": 95"));
+    const CTempFile record(Replace(SettingsAsJson(), "\"Threshold\": 90", "\"Threshold\": 95"));
     CProgram program({"set", "--json", "-"});
     program.SetInput(record.Path());
     EXPECT_EQ(program.Run().m_iExitCode, 0);
@@ -198,10 +198,10 @@ TEST_F(Set, TakesBackWhatGetPrinted) {
     m_root.SetMountOutput("a on /bad\xFF\x1B[2J\\name type ext4 (rw)\n"
                           "b on /B\xC3\xBCro type ext4 (rw)\n");
     m_root.SetAlertConfig(WithoutVolumes());
-    const CTempFile record(Json());
+    const CTempFile record(SettingsAsJson());
     const CProgram::Result result = RunSet({"--json", record.Path()});
     EXPECT_EQ(result.m_sOutput, "No changes.\n") << result.m_sError;
-    const CTempFile changed(Replace(Json(), "\"Threshold\": 80", "\"Threshold\": 70"));
+    const CTempFile changed(Replace(SettingsAsJson(), "\"Threshold\": 80", "\"Threshold\": 70"));
     EXPECT_EQ(RunSet({"--json", changed.Path()}).m_iExitCode, 0);
     EXPECT_NE(
         ReadFile(KzmPaths::kAlertConfig).find("#KZM# \tFSNAME=\"/bad\xFF\x1B[2J\\name\"   (70)\n"),
@@ -209,7 +209,7 @@ TEST_F(Set, TakesBackWhatGetPrinted) {
 }
 
 TEST_F(Set, TakesAFileSystemInAnyOrder) {
-    const std::string json = Json();
+    const std::string json = SettingsAsJson();
     m_root.SetMountOutput("a on /data type ext4 (rw)\nb on / type ext4 (rw)\n"
                           "c on /home type ext4 (rw)\n");
     const CTempFile record(json);

@@ -29,8 +29,6 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-const std::string kClass = "CVELTARO_ToolServiceLogger::";
-
 using Files = std::vector<std::string>;
 
 // The files that a process has open, apart from those that it closes meanwhile.
@@ -142,7 +140,8 @@ TEST_F(LockBetweenProcesses, HeldLockIsGivenUpAfterThirtyTries) {
     EXPECT_LE(29 * period, waited);
     EXPECT_GT(33 * milliseconds(1000), waited);
     EXPECT_EQ(openFiles, OpenFiles(getpid()).size());
-    EXPECT_EQ((TraceLines{{2, kClass + "SetParameter() GetMutex failure"}}), trace.Lines(2));
+    EXPECT_EQ((TraceLines{{2, "CVELTARO_ToolServiceLogger::SetParameter() GetMutex failure"}}),
+              trace.Lines(2));
     EXPECT_EQ(std::vector<std::string>{"CheckInstall"}, m_root.VendorCalls());
     EXPECT_EQ(CTestRoot::kAgentConfig, ReadFile(KzmPaths::kAgentConfig));
 }

@@ -38,12 +38,12 @@ namespace {
 constexpr milliseconds kLong = 20s;     // longer than anything here takes
 constexpr milliseconds kAtOnce = 600ms; // less than the second between two tries
 
-std::string Folder() {
+std::string LockFolder() {
     return fs::path(KzmPaths::kCallerLock).parent_path().string();
 }
 
-void MakeFolder() {
-    fs::create_directories(Folder());
+void MakeLockFolder() {
+    fs::create_directories(LockFolder());
 }
 
 // A process that runs a function, whose answer is its exit status.
@@ -146,7 +146,7 @@ void ExpectBusy(milliseconds limit) {
 }
 
 // The problem when the lock is refused for another reason than that it is busy.
-history::CProblem Problem() {
+history::CProblem LockProblem() {
     const auto lock = CCallerLock::Take(100ms);
     EXPECT_FALSE(lock);
     EXPECT_FALSE(!lock && lock.error().m_busy);
@@ -170,7 +170,7 @@ TEST_F(CallerLock, MakesItsFileForItsOwnerAlone) {
         ASSERT_EQ(stat(KzmPaths::kCallerLock, &status), 0);
         EXPECT_EQ(status.st_mode, S_IFREG | 0600U);
         EXPECT_EQ(status.st_size, 0);
-        for (const std::string& folder : {CTestRoot::Path("/var"), Folder()}) {
+        for (const std::string& folder : {CTestRoot::Path("/var"), LockFolder()}) {
             ASSERT_EQ(stat(folder.c_str(), &status), 0);
             EXPECT_EQ(status.st_mode, S_IFDIR | 0755U) << folder;
         }
@@ -178,7 +178,7 @@ TEST_F(CallerLock, MakesItsFileForItsOwnerAlone) {
 }
 
 TEST_F(CallerLock, LeavesTheFileAsItIs) {
-    MakeFolder();
+    MakeLockFolder();
     WriteFile(KzmPaths::kCallerLock, "text\n");
     const std::array<std::timespec, 2> times{{{1000, 0}, {2000, 0}}};
     ASSERT_EQ(utimensat(AT_FDCWD, KzmPaths::kCallerLock, times.data(), 0), 0);
@@ -192,13 +192,13 @@ TEST_F(CallerLock, LeavesTheFileAsItIs) {
 }
 
 TEST_F(CallerLock, SaysWhyTheFileCannotBeOpened) {
-    MakeFolder();
+    MakeLockFolder();
     WriteFile(KzmPaths::kCallerLock, "");
     chmod(KzmPaths::kCallerLock, 0);
     const CWithoutFilePrivileges ordinary;
-    EXPECT_EQ(Problem().m_text,
+    EXPECT_EQ(LockProblem().m_text,
               std::string(KzmPaths::kCallerLock) + ": cannot be opened (Permission denied).");
-    EXPECT_EQ(Problem().m_number, EACCES);
+    EXPECT_EQ(LockProblem().m_number, EACCES);
 }
 
 TEST_F(CallerLock, SaysWhyTheFolderCannotBeMade) {
@@ -206,7 +206,7 @@ TEST_F(CallerLock, SaysWhyTheFolderCannotBeMade) {
     chmod(CTestRoot::Path("/").c_str(), 0555);
     {
         const CWithoutFilePrivileges ordinary;
-        EXPECT_EQ(Problem().m_text, Folder() + ": cannot be made (Permission denied).");
+        EXPECT_EQ(LockProblem().m_text, LockFolder() + ": cannot be made (Permission denied).");
     }
     chmod(CTestRoot::Path("/").c_str(), 0755);
 }
@@ -220,14 +220,14 @@ class OccupiedTest : public testing::TestWithParam<PlaceRow> {};
 
 TEST_P(OccupiedTest, IsRefused) {
     const CTestRoot root;
-    MakeFolder();
-    WriteFile(Folder() + "/other", "precious\n");
+    MakeLockFolder();
+    WriteFile(LockFolder() + "/other", "precious\n");
     GetParam().prepare();
-    EXPECT_EQ(Problem().m_text,
+    EXPECT_EQ(LockProblem().m_text,
               std::string(KzmPaths::kCallerLock) +
                   ": is not a regular file. Remove it: the lock file belongs there.");
-    EXPECT_EQ(ReadFile(Folder() + "/other"), "precious\n");
-    EXPECT_FALSE(fs::exists(Folder() + "/nothing"));
+    EXPECT_EQ(ReadFile(LockFolder() + "/other"), "precious\n");
+    EXPECT_FALSE(fs::exists(LockFolder() + "/nothing"));
 }
 
 const PlaceRow kPlaceRows[] = {
@@ -251,9 +251,9 @@ TEST_P(UnsafeFolderTest, IsRefused) {
         GTEST_SKIP() << "only root can give files away";
     }
     const CTestRoot root;
-    MakeFolder();
-    GetParam().prepare(Folder());
-    EXPECT_EQ(Problem().m_text, Folder() + ": " + GetParam().problem);
+    MakeLockFolder();
+    GetParam().prepare(LockFolder());
+    EXPECT_EQ(LockProblem().m_text, LockFolder() + ": " + GetParam().problem);
     EXPECT_FALSE(fs::exists(KzmPaths::kCallerLock));
 }
 
@@ -290,7 +290,7 @@ TEST_F(CallerLock, IsHeldAsLongAsItLives) {
 TEST_F(CallerLock, IsReleasedByTheOneThatTakesAnother) {
     auto first = CCallerLock::Take(0ms);
     ASSERT_TRUE(first);
-    const std::string elsewhere = Folder() + "/elsewhere";
+    const std::string elsewhere = LockFolder() + "/elsewhere";
     fs::rename(KzmPaths::kCallerLock, elsewhere);
     auto second = CCallerLock::Take(0ms);
     ASSERT_TRUE(second);

@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-CFileImage Image(const std::string& text) {
+CFileImage ImageOf(const std::string& text) {
     CFileImage image;
     image.m_text = text;
     image.m_owner = geteuid();
@@ -60,7 +60,7 @@ protected:
 
 TEST_F(FileReplacement, LeavesTheOldFileInPlaceUntilItIsCommitted) {
     CFileReplacement replacement(m_file);
-    Must(replacement.Prepare(Image("new\n")));
+    Must(replacement.Prepare(ImageOf("new\n")));
     EXPECT_EQ(ReadFile(m_file), "old\n");
     EXPECT_EQ(ReadFile(m_folder + "/.file.loggerctl-new"), "new\n");
     Must(replacement.Commit());
@@ -72,7 +72,7 @@ TEST_F(FileReplacement, GivesTheNewFileItsOwnerAndMode) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can give files away";
     }
-    CFileImage image = Image("new\n");
+    CFileImage image = ImageOf("new\n");
     image.m_owner = 12;
     image.m_group = 34;
     image.m_mode = 02640;
@@ -89,7 +89,7 @@ TEST_F(FileReplacement, GivesTheNewFileItsOwnerAndMode) {
 TEST_F(FileReplacement, LeavesNothingBehindWhenItIsNotCommitted) {
     {
         CFileReplacement replacement(m_file);
-        Must(replacement.Prepare(Image("new\n")));
+        Must(replacement.Prepare(ImageOf("new\n")));
     }
     EXPECT_EQ(ReadFile(m_file), "old\n");
     EXPECT_EQ(Names(), std::vector<std::string>{"file"});
@@ -100,7 +100,7 @@ TEST_F(FileReplacement, OverwritesWhatAnInterruptedOneLeft) {
     WriteFile(precious, "precious\n");
     fs::create_symlink(precious, m_folder + "/.file.loggerctl-new");
     CFileReplacement replacement(m_file);
-    Must(replacement.Prepare(Image("new\n")));
+    Must(replacement.Prepare(ImageOf("new\n")));
     Must(replacement.Commit());
     EXPECT_EQ(ReadFile(m_file), "new\n");
     EXPECT_FALSE(fs::is_symlink(m_file));
@@ -110,7 +110,7 @@ TEST_F(FileReplacement, OverwritesWhatAnInterruptedOneLeft) {
 TEST_F(FileReplacement, MakesAFileThatIsMissing) {
     fs::remove(m_file);
     CFileReplacement replacement(m_file);
-    Must(replacement.Prepare(Image("new\n")));
+    Must(replacement.Prepare(ImageOf("new\n")));
     Must(replacement.Commit());
     EXPECT_EQ(ReadFile(m_file), "new\n");
 }
@@ -119,7 +119,7 @@ TEST_F(FileReplacement, ReplacesTheFileThatALinkPointsTo) {
     const std::string link = CTestRoot::Path("/etc/link");
     fs::create_symlink("folder/file", link);
     CFileReplacement replacement(link);
-    Must(replacement.Prepare(Image("new\n")));
+    Must(replacement.Prepare(ImageOf("new\n")));
     Must(replacement.Commit());
     EXPECT_EQ(fs::read_symlink(link), "folder/file");
     EXPECT_FALSE(fs::is_symlink(m_file));
@@ -130,7 +130,7 @@ TEST_F(FileReplacement, RefusesALinkToNothing) {
     const std::string link = CTestRoot::Path("/etc/link");
     fs::create_symlink("folder/nothing", link);
     CFileReplacement replacement(link);
-    EXPECT_EQ(Problem(replacement.Prepare(Image("new\n"))),
+    EXPECT_EQ(Problem(replacement.Prepare(ImageOf("new\n"))),
               link + ": cannot be replaced (No such file or directory).");
     EXPECT_TRUE(fs::is_symlink(link));
 }
@@ -138,14 +138,14 @@ TEST_F(FileReplacement, RefusesALinkToNothing) {
 TEST_F(FileReplacement, SaysWhyItCannotBe) {
     fs::create_directory(m_folder + "/.file.loggerctl-new");
     CFileReplacement replacement(m_file);
-    EXPECT_EQ(Problem(replacement.Prepare(Image("new\n"))),
+    EXPECT_EQ(Problem(replacement.Prepare(ImageOf("new\n"))),
               m_file + ": cannot be replaced (Is a directory).");
     EXPECT_EQ(ReadFile(m_file), "old\n");
 }
 
 TEST_F(FileReplacement, LeavesTheOldFileWhenTheExchangeFails) {
     CFileReplacement replacement(m_file);
-    Must(replacement.Prepare(Image("new\n")));
+    Must(replacement.Prepare(ImageOf("new\n")));
     fs::remove(m_file);
     fs::create_directory(m_file);
     EXPECT_EQ(Problem(replacement.Commit()), m_file + ": cannot be replaced (Is a directory).");
@@ -261,7 +261,7 @@ TEST_F(Check, RefusesAFileThatIsMounted) {
         ASSERT_EQ(mount(m_file.c_str(), m_file.c_str(), nullptr, MS_BIND, nullptr), 0);
         ExpectRefused(m_file, EBUSY);
         CFileReplacement replacement(m_file);
-        Must(replacement.Prepare(Image("new\n")));
+        Must(replacement.Prepare(ImageOf("new\n")));
         EXPECT_FALSE(replacement.Commit());
     };
     if (!InOwnNamespace(look)) {

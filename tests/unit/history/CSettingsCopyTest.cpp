@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 using Missing = CSettingsCopy::Missing;
-using Names = std::vector<std::string>;
+using FileNames = std::vector<std::string>;
 
 class SettingsCopy : public testing::Test {
 protected:
@@ -31,7 +31,7 @@ TEST_F(SettingsCopy, HoldsBothFiles) {
     EXPECT_EQ(copy.m_files[0].m_text, CTestRoot::kAgentConfig);
     EXPECT_EQ(copy.m_files[1].m_text, CTestRoot::kAlertConfig);
     EXPECT_EQ(copy.m_files[1].m_mode, 0604U);
-    EXPECT_EQ(copy.MissingNames(), Names());
+    EXPECT_EQ(copy.MissingNames(), FileNames());
 }
 
 TEST_F(SettingsCopy, FollowsALink) {
@@ -50,7 +50,7 @@ TEST_F(SettingsCopy, AllowsAMissingFileWhenItMay) {
     EXPECT_EQ(refused.error().m_number, ENOENT);
 
     const CSettingsCopy copy = Must(CSettingsCopy::OfNow(Missing::Allow));
-    EXPECT_EQ(copy.MissingNames(), Names{"alert.cfg"});
+    EXPECT_EQ(copy.MissingNames(), FileNames{"alert.cfg"});
     EXPECT_EQ(copy.m_files[1].m_text, "");
 }
 
@@ -75,20 +75,20 @@ TEST_F(SettingsCopy, RefusesWhatIsNoReadableFile) {
 
 TEST_F(SettingsCopy, TellsWhatDiffers) {
     const CSettingsCopy before = Must(CSettingsCopy::OfNow(Missing::Allow));
-    EXPECT_EQ(before.DifferentNames(before), Names());
+    EXPECT_EQ(before.DifferentNames(before), FileNames());
     EXPECT_TRUE(before.HasSameTexts(before));
 
     CSettingsCopy after = before;
     after.m_files[0].m_mode ^= 0007;
     after.m_files[1].m_modified.tv_sec += 1;
-    EXPECT_EQ(before.DifferentNames(after), Names{"agent.cfg"});
+    EXPECT_EQ(before.DifferentNames(after), FileNames{"agent.cfg"});
     EXPECT_TRUE(before.HasSameTexts(after));
 
     after.m_files[1].m_text.back() = ' ';
     EXPECT_FALSE(before.HasSameTexts(after));
 
     after.m_files[1].m_text = before.m_files[1].m_text + '\0';
-    EXPECT_EQ(before.DifferentNames(after), (Names{"agent.cfg", "alert.cfg"}));
+    EXPECT_EQ(before.DifferentNames(after), (FileNames{"agent.cfg", "alert.cfg"}));
     EXPECT_FALSE(before.HasSameTexts(after));
 }
 
@@ -98,12 +98,12 @@ TEST_F(SettingsCopy, TellsAMissingFileFromAnEmptyOne) {
     CSettingsCopy missing = empty;
     missing.m_files[0] = CFileImage();
     missing.m_files[0].m_missing = true;
-    EXPECT_EQ(empty.DifferentNames(missing), Names{"agent.cfg"});
+    EXPECT_EQ(empty.DifferentNames(missing), FileNames{"agent.cfg"});
     EXPECT_FALSE(empty.HasSameTexts(missing));
 
     CSettingsCopy alsoMissing = missing;
     alsoMissing.m_files[0].m_owner = 12;
-    EXPECT_EQ(missing.DifferentNames(alsoMissing), Names());
+    EXPECT_EQ(missing.DifferentNames(alsoMissing), FileNames());
     EXPECT_TRUE(missing.HasSameTexts(alsoMissing));
 }
 

@@ -24,7 +24,7 @@ namespace {
 
 constexpr int kOther = 255; // the function gave another answer than it should
 
-CFileImage Image() {
+CFileImage BigImage() {
     CFileImage image;
     image.m_text = std::string(10'000, 'x') + "end\n"; // more than one read
     image.m_owner = geteuid();
@@ -70,14 +70,14 @@ class WritingTest : public FaultTest {};
 TEST_P(WritingTest, GivesAWholeFileOrNone) {
     Expect([this] {
         CTracedProcess::OpenWindow();
-        const int error = WriteImage(AT_FDCWD, m_path, Image());
+        const int error = WriteImage(AT_FDCWD, m_path, BigImage());
         CTracedProcess::CloseWindow();
         return error;
     });
     CFileImage found;
     const int reading = ReadImage(AT_FDCWD, m_path, Links::Refuse, &found);
     EXPECT_EQ(reading, GetParam().answer == 0 ? 0 : ENOENT);
-    EXPECT_TRUE(reading != 0 || found.IsSame(Image()));
+    EXPECT_TRUE(reading != 0 || found.IsSame(BigImage()));
 }
 
 const FaultRow kWritingRows[] = {
@@ -102,7 +102,7 @@ protected:
     void DieBefore(long call) const {
         const auto write = [this] {
             CTracedProcess::OpenWindow();
-            return WriteImage(AT_FDCWD, m_path, Image());
+            return WriteImage(AT_FDCWD, m_path, BigImage());
         };
         EXPECT_EQ(
             CTracedProcess::Run(write, {{call}, Kind::kKill, 0, 1, false, kOfFilesOnly}).m_iStatus,
@@ -123,11 +123,11 @@ TEST_F(Dying, LeavesTheWholeFileWhenItIsWrittenToDisk) {
     DieBefore(SYS_fsync);
     CFileImage found;
     ASSERT_EQ(ReadImage(AT_FDCWD, m_path, Links::Refuse, &found), 0);
-    EXPECT_TRUE(found.IsSame(Image()));
+    EXPECT_TRUE(found.IsSame(BigImage()));
 }
 
 TEST_F(Traced, LeavesNoFileThatCannotBeGivenToItsOwner) {
-    CFileImage image = Image();
+    CFileImage image = BigImage();
     image.m_owner = 12;
     const auto write = [&] {
         CTracedProcess::OpenWindow();
@@ -148,7 +148,7 @@ protected:
         WriteFile(m_path, "old\n");
         const auto exchange = [this] {
             CFileReplacement replacement(m_path);
-            EXPECT_TRUE(replacement.Prepare(Image()));
+            EXPECT_TRUE(replacement.Prepare(BigImage()));
             CTracedProcess::OpenWindow();
             const auto committed = replacement.Commit();
             CTracedProcess::CloseWindow();
@@ -156,7 +156,7 @@ protected:
         };
         return CTracedProcess::Run(exchange, fault);
     }
-    [[nodiscard]] bool IsNewInPlace() const { return ReadFile(m_path) == Image().m_text; }
+    [[nodiscard]] bool IsNewInPlace() const { return ReadFile(m_path) == BigImage().m_text; }
     [[nodiscard]] bool IsNewBeside() const {
         return std::filesystem::exists(CTestRoot::Path("/etc/.image.loggerctl-new"));
     }
@@ -184,14 +184,14 @@ TEST_F(Replacing, WritesTheExchangeToDiskBehindIt) {
 class ReadingTest : public FaultTest {};
 
 TEST_P(ReadingTest, GivesTheWholeTextOrLeavesTheImageAlone) {
-    ASSERT_EQ(WriteImage(AT_FDCWD, m_path, Image()), 0);
+    ASSERT_EQ(WriteImage(AT_FDCWD, m_path, BigImage()), 0);
     Expect([this] {
         CFileImage found;
         found.m_text = "before\n";
         CTracedProcess::OpenWindow();
         const int error = ReadImage(AT_FDCWD, m_path, Links::Refuse, &found);
         CTracedProcess::CloseWindow();
-        return found.m_text == (error == 0 ? Image().m_text : "before\n") ? error : kOther;
+        return found.m_text == (error == 0 ? BigImage().m_text : "before\n") ? error : kOther;
     });
 }
 

@@ -22,19 +22,13 @@ namespace {
 
 constexpr char kFile[] = "/etc/image";
 
-CFileImage Image(const std::string& text) {
+CFileImage DatedImage(const std::string& text) {
     CFileImage image;
     image.m_text = text;
     image.m_owner = geteuid();
     image.m_group = getegid();
     image.m_modified = {1'000'000, 0};
     return image;
-}
-
-struct stat StatusOf(const std::string& path) {
-    struct stat status {};
-    EXPECT_EQ(stat(path.c_str(), &status), 0);
-    return status;
 }
 
 class DurableFile : public testing::Test {
@@ -47,13 +41,18 @@ protected:
         EXPECT_EQ(ReadImage(AT_FDCWD, m_path, Links::Refuse, &image), 0);
         return image;
     }
+    [[nodiscard]] struct stat Status() const {
+        struct stat status {};
+        EXPECT_EQ(stat(m_path.c_str(), &status), 0);
+        return status;
+    }
 
     const CTestRoot m_root;
     const std::string m_path = CTestRoot::Path(kFile);
 };
 
 TEST_F(DurableFile, IsReadAsItWasWritten) {
-    CFileImage image = Image(std::string(10'000, 'x') + "end\n");
+    CFileImage image = DatedImage(std::string(10'000, 'x') + "end\n");
     image.m_mode = 06751;
     ASSERT_EQ(Write(image), 0);
     const CFileImage found = Read();
@@ -63,7 +62,7 @@ TEST_F(DurableFile, IsReadAsItWasWritten) {
 }
 
 TEST_F(DurableFile, HasItsOwnTimeAndNotThatOfItsReading) {
-    ASSERT_EQ(Write(Image("text\n")), 0);
+    ASSERT_EQ(Write(DatedImage("text\n")), 0);
     const timespec times[] = {{2'000'000, 0}, {0, UTIME_OMIT}};
     ASSERT_EQ(utimensat(AT_FDCWD, m_path.c_str(), times, 0), 0);
     EXPECT_EQ(Read().m_modified.tv_sec, 1'000'000);
@@ -74,13 +73,13 @@ TEST_F(DurableFile, GetsAnotherOwnerOrGroupAloneWithItsMode) {
         GTEST_SKIP() << "only root can give files away";
     }
     for (const auto& [owner, group] : {std::pair<uid_t, gid_t>{12, getegid()}, {geteuid(), 34}}) {
-        CFileImage image = Image("text\n");
+        CFileImage image = DatedImage("text\n");
         image.m_owner = owner;
         image.m_group = group;
         image.m_mode = 06755; // of an executable file, a change of the owner takes the first bits
         ASSERT_EQ(Write(image), 0);
         EXPECT_TRUE(Read().IsSame(image));
-        const struct stat status = StatusOf(m_path);
+        const struct stat status = Status();
         EXPECT_EQ(status.st_uid, owner);
         EXPECT_EQ(status.st_gid, group);
         EXPECT_EQ(status.st_mode & 07777, 06755U);
@@ -88,7 +87,7 @@ TEST_F(DurableFile, GetsAnotherOwnerOrGroupAloneWithItsMode) {
 }
 
 TEST_F(DurableFile, IsNotReadFromWhatIsNoFile) {
-    CFileImage image = Image("before\n");
+    CFileImage image = DatedImage("before\n");
     EXPECT_EQ(ReadImage(AT_FDCWD, "/dev/null", Links::Follow, &image), EINVAL);
     EXPECT_EQ(ReadImage(AT_FDCWD, "/", Links::Follow, &image), EISDIR);
     EXPECT_EQ(ReadImage(AT_FDCWD, CTestRoot::Path("/nowhere"), Links::Follow, &image), ENOENT);
@@ -96,7 +95,7 @@ TEST_F(DurableFile, IsNotReadFromWhatIsNoFile) {
 }
 
 TEST(FileImage, IsTheSameInAllButItsTime) {
-    const CFileImage image = Image("text\n");
+    const CFileImage image = DatedImage("text\n");
     const auto isSame = [&image](void (*change)(CFileImage*)) {
         CFileImage other = image;
         change(&other);

@@ -7,6 +7,7 @@
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 #include "tests/unit/history/Answer.h"
+#include "tests/unit/history/SettingsNow.h"
 
 #include <gtest/gtest.h>
 
@@ -22,16 +23,12 @@ using Kind = CSystemCallFault::Kind;
 
 namespace {
 
-CSettingsCopy Now() {
-    return Must(CSettingsCopy::OfNow(CSettingsCopy::Missing::Allow));
-}
-
 int SaveNow() {
     const auto id = Save(Now(), "x", {});
     return id ? 0 : id.error().m_number;
 }
 
-int BeginOlder() {
+int BeginOlderNow() {
     const auto pending = BeginRestore(kOlder, Now(), {});
     return pending ? 0 : pending.error().m_number;
 }
@@ -105,18 +102,18 @@ TEST_F(HistoryFault, ANewFolderIsOnDiskWithThoseAboveIt) {
 }
 
 TEST_F(HistoryFault, ARestoreIsRememberedWhenItsCopyIsOnDisk) {
-    DieAtSync(BeginOlder, 6);
+    DieAtSync(BeginOlderNow, 6);
     EXPECT_EQ(Listed(), 2U);
     EXPECT_FALSE(Must(PendingRestore()));
-    DieAtSync(BeginOlder, 7);
+    DieAtSync(BeginOlderNow, 7);
     EXPECT_TRUE(Must(PendingRestore()));
     EndRestore();
-    EXPECT_EQ(Syncs(BeginOlder), 7);
+    EXPECT_EQ(Syncs(BeginOlderNow), 7);
 }
 
 TEST_F(HistoryFault, ARestoreThatCannotBeRememberedLeavesNothing) {
     for (const int n : {6, 7}) {
-        EXPECT_EQ(Run(BeginOlder, {{SYS_fsync}, Kind::kError, EIO, n}).m_iStatus, EIO);
+        EXPECT_EQ(Run(BeginOlderNow, {{SYS_fsync}, Kind::kError, EIO, n}).m_iStatus, EIO);
         EXPECT_EQ(Names(), std::vector<std::string>{kOlder});
     }
 }

@@ -8,6 +8,7 @@
 #include "tests/support/TableTest.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 #include "tests/unit/history/Answer.h"
+#include "tests/unit/history/SettingsNow.h"
 
 #include <gtest/gtest.h>
 
@@ -37,10 +38,6 @@ struct stat StatusOf(const std::string& path) {
 
 mode_t ModeOf(const std::string& path) {
     return StatusOf(path).st_mode & 07777;
-}
-
-CSettingsCopy Now() {
-    return Must(CSettingsCopy::OfNow(CSettingsCopy::Missing::Allow));
 }
 
 std::string Save(const std::string& reason, const COrigin& origin = {}) {

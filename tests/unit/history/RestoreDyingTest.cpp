@@ -8,6 +8,7 @@
 #include "tests/support/TableTest.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 #include "tests/unit/history/Answer.h"
+#include "tests/unit/history/SettingsNow.h"
 
 #include <gtest/gtest.h>
 
@@ -68,10 +69,6 @@ Ending RunUntilCall(int n, bool (*function)()) {
         waitpid(child, &status, 0);
     }
     return WIFEXITED(status) ? Ending::Done : Ending::Killed;
-}
-
-CSettingsCopy Now() {
-    return Must(CSettingsCopy::OfNow(CSettingsCopy::Missing::Allow));
 }
 
 // The host's files, read before anything fails.
@@ -252,7 +249,7 @@ bool BeginAndDiscard() {
     }
     return pending.has_value();
 }
-bool Save() {
+bool SavePresent() {
     return history::Save(present, "x", {}).has_value();
 }
 bool EndTheRestore() {
@@ -260,8 +257,8 @@ bool EndTheRestore() {
 }
 
 const CDyingRow kDyingRows[] = {
-    {"Save", Nothing, Save, true, false},
-    {"SaveAfterAnother", BeginNewer, Save, true, false},
+    {"Save", Nothing, SavePresent, true, false},
+    {"SaveAfterAnother", BeginNewer, SavePresent, true, false},
     {"Begin", Nothing, BeginOlder, true, false},
     {"BeginAfterAnother", BeginNewer, BeginOlder, false, false},
     {"BeginWithoutKept", BeginAndDiscard, BeginOlder, false, true},

@@ -6,6 +6,7 @@
 #include "tests/support/CWithoutFilePrivileges.h"
 #include "tests/system/loggerctl/SampleHistory.h"
 #include "tests/unit/history/Answer.h"
+#include "tests/unit/history/SettingsNow.h"
 
 #include <gtest/gtest.h>
 
@@ -23,10 +24,6 @@ namespace {
 
 std::optional<CPendingRestore> Pending() {
     return Must(history::PendingRestore());
-}
-
-CSettingsCopy Now() {
-    return Must(CSettingsCopy::OfNow(CSettingsCopy::Missing::Allow));
 }
 
 CPendingRestore Begin(const std::string& id) {

@@ -29,7 +29,7 @@ string Qualifier(const string& name, const string& type, const string& value) {
            "</VALUE></QUALIFIER>";
 }
 
-string Property(const string& tag, const string& type, const string& content) {
+string Element(const string& tag, const string& type, const string& content) {
     return "<" + tag + " NAME='P' TYPE='" + type + "'>" + content + "</" + tag + ">";
 }
 
@@ -75,32 +75,32 @@ const char kValues[] = "<QUALIFIER NAME='Values' TYPE='string'><VALUE.ARRAY><VAL
 
 INSTANTIATE_TEST_SUITE_P(
     Types, GoodProperty,
-    testing::Values(PropertyRow{"Boolean", Property("PROPERTY", "boolean", ""), "1:P"},
-                    PropertyRow{"Unsigned", Property("PROPERTY", "uint32", ""), "2:P"},
-                    PropertyRow{"Signed", Property("PROPERTY", "sint32", ""), "3:P"},
-                    PropertyRow{"Text", Property("PROPERTY", "string", ""), "4:P"},
-                    PropertyRow{"Embedded", Property("PROPERTY", "string", kEmbedded),
+    testing::Values(PropertyRow{"Boolean", Element("PROPERTY", "boolean", ""), "1:P"},
+                    PropertyRow{"Unsigned", Element("PROPERTY", "uint32", ""), "2:P"},
+                    PropertyRow{"Signed", Element("PROPERTY", "sint32", ""), "3:P"},
+                    PropertyRow{"Text", Element("PROPERTY", "string", ""), "4:P"},
+                    PropertyRow{"Embedded", Element("PROPERTY", "string", kEmbedded),
                                 "[EmbeddedInstance=C] 5:P->C"},
-                    PropertyRow{"EmbeddedArray", Property("PROPERTY.ARRAY", "string", kEmbedded),
+                    PropertyRow{"EmbeddedArray", Element("PROPERTY.ARRAY", "string", kEmbedded),
                                 "[EmbeddedInstance=C] 6:P->C"},
-                    PropertyRow{"QualifierNamesIgnoreCase",
-                                Property("PROPERTY", "string",
-                                         Qualifier("EMBEDDEDINSTANCE", "string", "C")),
-                                "[EMBEDDEDINSTANCE=C] 5:P->C"}),
+                    PropertyRow{
+                        "QualifierNamesIgnoreCase",
+                        Element("PROPERTY", "string", Qualifier("EMBEDDEDINSTANCE", "string", "C")),
+                        "[EMBEDDEDINSTANCE=C] 5:P->C"}),
     RowName<PropertyRow>);
 
 INSTANTIATE_TEST_SUITE_P(
     Qualifiers, GoodProperty,
     testing::Values(
-        PropertyRow{"Key", Property("PROPERTY", "string", Qualifier("Key", "boolean", "TRUE")),
+        PropertyRow{"Key", Element("PROPERTY", "string", Qualifier("Key", "boolean", "TRUE")),
                     "[Key=true] 4:P"},
         PropertyRow{"NumbersAndTexts",
-                    Property("PROPERTY", "sint32",
-                             Qualifier("Max", "uint32", "4294967295") +
-                                 Qualifier("Min", "sint32", "-2147483648") +
-                                 Qualifier("Description", "string", " one\n two ")),
+                    Element("PROPERTY", "sint32",
+                            Qualifier("Max", "uint32", "4294967295") +
+                                Qualifier("Min", "sint32", "-2147483648") +
+                                Qualifier("Description", "string", " one\n two ")),
                     "[Max=4294967295] [Min=-2147483648] [Description= one\n two ] 3:P"},
-        PropertyRow{"Array", Property("PROPERTY", "string", kValues), "[Values=a,b,] 4:P"}),
+        PropertyRow{"Array", Element("PROPERTY", "string", kValues), "[Values=a,b,] 4:P"}),
     RowName<PropertyRow>);
 
 struct ParameterRow {
@@ -118,7 +118,7 @@ class ParameterDirection : public testing::TestWithParam<ParameterRow> {};
 TEST_P(ParameterDirection, ComesFromTheQualifiers) {
     string error;
     const auto classes = CCimXmlReader::Read(
-        InMethod(Property("PARAMETER", "uint32", GetParam().qualifiers)), &error);
+        InMethod(Element("PARAMETER", "uint32", GetParam().qualifiers)), &error);
     ASSERT_TRUE(classes) << error;
     const CCimParameter& parameter = classes->at(0).m_methods.at(0).m_parameters.at(0);
     EXPECT_EQ(GetParam().isIn, parameter.m_bIn);
@@ -222,15 +222,14 @@ INSTANTIATE_TEST_SUITE_P(
                  "line 2: METHOD \"1a\" in class C has a name that is not made of letters, digits "
                  "and '_'"},
         ErrorRow{"PropertyTwice",
-                 InClass(Property("PROPERTY", "string", "") + Property("PROPERTY", "uint32", "")),
+                 InClass(Element("PROPERTY", "string", "") + Element("PROPERTY", "uint32", "")),
                  "line 2: PROPERTY \"P\" in class C is given twice"},
         ErrorRow{"MethodTwice",
                  InClass("<METHOD NAME='M' TYPE='uint32'/><METHOD NAME='M' TYPE='uint32'/>"),
                  "line 2: METHOD \"M\" in class C is given twice"},
-        ErrorRow{
-            "ParameterTwice",
-            InMethod(Property("PARAMETER", "string", "") + Property("PARAMETER", "string", "")),
-            "line 2: PARAMETER \"P\" in class C is given twice"},
+        ErrorRow{"ParameterTwice",
+                 InMethod(Element("PARAMETER", "string", "") + Element("PARAMETER", "string", "")),
+                 "line 2: PARAMETER \"P\" in class C is given twice"},
         ErrorRow{"QualifierTwice",
                  InClass(Qualifier("Q", "string", "1") + Qualifier("q", "string", "2")),
                  "line 2: QUALIFIER \"q\" in class C is given twice"}),
@@ -239,7 +238,7 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Types, BadCimXml,
     testing::Values(
-        ErrorRow{"UnknownType", InClass(Property("PROPERTY", "uint16", "")),
+        ErrorRow{"UnknownType", InClass(Element("PROPERTY", "uint16", "")),
                  "line 2: PROPERTY \"P\" in class C has the type \"uint16\", which is not one of "
                  "boolean, uint32, sint32, string"},
         ErrorRow{"TypeOfTwoLines", InClass("<PROPERTY NAME='P' TYPE='a&#10;b'/>"),
@@ -256,26 +255,26 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorRow{"UnknownAttribute", InClass("<PROPERTY NAME='P' TYPE='string' ARRAYSIZE='3'/>"),
                  "line 2: PROPERTY \"P\" in class C has an attribute ARRAYSIZE that is not "
                  "understood"},
-        ErrorRow{"DefaultValue", InClass(Property("PROPERTY", "string", "<VALUE>1</VALUE>")),
+        ErrorRow{"DefaultValue", InClass(Element("PROPERTY", "string", "<VALUE>1</VALUE>")),
                  "line 2: VALUE in class C is not understood inside PROPERTY"},
-        ErrorRow{"ArrayOfTexts", InClass(Property("PROPERTY.ARRAY", "string", "")),
+        ErrorRow{"ArrayOfTexts", InClass(Element("PROPERTY.ARRAY", "string", "")),
                  "line 2: PROPERTY.ARRAY \"P\" in class C is an array without an EmbeddedInstance "
                  "qualifier; only arrays of embedded instances are supported"},
-        ErrorRow{"EmbeddedNumber", InClass(Property("PROPERTY", "uint32", kEmbedded)),
+        ErrorRow{"EmbeddedNumber", InClass(Element("PROPERTY", "uint32", kEmbedded)),
                  "line 2: PROPERTY \"P\" in class C has an EmbeddedInstance qualifier, so its type "
                  "must be string"},
         ErrorRow{"EmbeddedIsNoText",
-                 InClass(Property("PROPERTY", "string",
-                                  Qualifier("EmbeddedInstance", "boolean", "true"))),
+                 InClass(Element("PROPERTY", "string",
+                                 Qualifier("EmbeddedInstance", "boolean", "true"))),
                  "line 2: PROPERTY \"P\" in class C has an EmbeddedInstance qualifier that is not "
                  "one string"},
         ErrorRow{
             "EmbeddedUnknown",
-            InClass(Property("PROPERTY", "string", Qualifier("EmbeddedInstance", "string", "D"))),
+            InClass(Element("PROPERTY", "string", Qualifier("EmbeddedInstance", "string", "D"))),
             "\"P\" in class C embeds the class \"D\", which is not defined"},
         ErrorRow{"ParameterEmbedsUnknown",
-                 InMethod(Property("PARAMETER.ARRAY", "string",
-                                   Qualifier("EmbeddedInstance", "string", "c"))),
+                 InMethod(Element("PARAMETER.ARRAY", "string",
+                                  Qualifier("EmbeddedInstance", "string", "c"))),
                  "\"P\" in class C embeds the class \"c\", which is not defined"}),
     RowName<ErrorRow>);
 
@@ -311,11 +310,11 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorRow{"ElementInValue", InClass(Qualifier("Q", "string", "<b/>")),
                  "line 2: b in class C is not understood inside VALUE"},
         ErrorRow{"InIsNoBoolean",
-                 InMethod(Property("PARAMETER", "string", Qualifier("In", "string", "true"))),
+                 InMethod(Element("PARAMETER", "string", Qualifier("In", "string", "true"))),
                  "line 2: PARAMETER \"P\" in class C has a qualifier \"In\" that is not one "
                  "boolean"},
         ErrorRow{"NeitherInNorOut",
-                 InMethod(Property("PARAMETER", "string", Qualifier("In", "boolean", "false"))),
+                 InMethod(Element("PARAMETER", "string", Qualifier("In", "boolean", "false"))),
                  "line 2: PARAMETER \"P\" in class C is neither an in- nor an out-parameter"}),
     RowName<ErrorRow>);
 

@@ -32,7 +32,7 @@ ReleasedObject GetClass(const string& name) {
 }
 
 // As in: "VolumeName string, Threshold sint32"
-string Dump(const IWbemClassObject& object) {
+string PropertiesOf(const IWbemClassObject& object) {
     static const char* const kTypeNames[] = {"null",   "boolean", "uint32",     "sint32",
                                              "string", "object",  "object list"};
     string text;
@@ -63,7 +63,7 @@ TEST_P(InstalledClass, HasItsProperties) {
     const ReleasedObject definition = GetClass("VELTARO_" + GetParam().name);
     ASSERT_NE(nullptr, definition);
     EXPECT_EQ("VELTARO_" + GetParam().name, definition->GetClassName());
-    EXPECT_EQ(GetParam().properties, Dump(*definition));
+    EXPECT_EQ(GetParam().properties, PropertiesOf(*definition));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -103,8 +103,8 @@ TEST_P(InstalledMethod, HasItsParameters) {
     ASSERT_EQ(WbemResult::kSuccess, definition->GetMethod(GetParam().name.c_str(), 0, &in, &out));
     const ReleasedObject inOwner(in);
     const ReleasedObject outOwner(out);
-    EXPECT_EQ(GetParam().in, Dump(*in));
-    EXPECT_EQ(GetParam().out, Dump(*out));
+    EXPECT_EQ(GetParam().in, PropertiesOf(*in));
+    EXPECT_EQ(GetParam().out, PropertiesOf(*out));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -174,8 +174,8 @@ TEST(ClassRepository, GivesParametersToBothSidesWhenTheyAreInAndOut) {
     ASSERT_EQ(WbemResult::kSuccess, object->GetMethod("M", 0, &in, &out));
     const ReleasedObject inOwner(in);
     const ReleasedObject outOwner(out);
-    EXPECT_EQ("Both sint32", Dump(*in));
-    EXPECT_EQ("ReturnValue uint32, Both sint32", Dump(*out));
+    EXPECT_EQ("Both sint32", PropertiesOf(*in));
+    EXPECT_EQ("ReturnValue uint32, Both sint32", PropertiesOf(*out));
 }
 
 } // namespace

@@ -31,7 +31,7 @@ TEST_P(MofQualifier, IsWritten) {
     EXPECT_EQ("[" + GetParam().expected + "]\nclass C\n{\n};\n", CMofWriter::Write({definition}));
 }
 
-CCimQualifier Text(const string& value) {
+CCimQualifier TextQualifier(const string& value) {
     return {"Q", WbemType::String, false, {value}};
 }
 
@@ -44,17 +44,18 @@ INSTANTIATE_TEST_SUITE_P(
         QualifierRow{"Texts", {"V", WbemType::String, true, {"a", "b"}}, "V{\"a\", \"b\"}"},
         QualifierRow{"Numbers", {"V", WbemType::UInt32, true, {"1", "2"}}, "V{1, 2}"},
         QualifierRow{"EmptyList", {"V", WbemType::String, true, {}}, "V{}"},
-        QualifierRow{"EmptyText", Text(""), "Q(\"\")"},
-        QualifierRow{"Escapes", Text("\"a\\b\"\n\r\t"), R"(Q("\"a\\b\"\n\r\t"))"},
-        QualifierRow{"ExactlyOneLine", Text(string(68, 'x') + " end"),
+        QualifierRow{"EmptyText", TextQualifier(""), "Q(\"\")"},
+        QualifierRow{"Escapes", TextQualifier("\"a\\b\"\n\r\t"), R"(Q("\"a\\b\"\n\r\t"))"},
+        QualifierRow{"ExactlyOneLine", TextQualifier(string(68, 'x') + " end"),
                      "Q(\"" + string(68, 'x') + " end\")"},
-        QualifierRow{"BrokenBetweenWords", Text(string(60, 'x') + " one two three four"),
+        QualifierRow{"BrokenBetweenWords", TextQualifier(string(60, 'x') + " one two three four"),
                      "Q(\n    \"" + string(60, 'x') + " one two \"\n    \"three four\")"},
-        QualifierRow{"LongWord", Text(string(90, 'x') + " end"),
+        QualifierRow{"LongWord", TextQualifier(string(90, 'x') + " end"),
                      "Q(\n    \"" + string(90, 'x') + " \"\n    \"end\")"},
-        QualifierRow{"BlankAtTheEnd", Text(string(90, 'x') + " "),
+        QualifierRow{"BlankAtTheEnd", TextQualifier(string(90, 'x') + " "),
                      "Q(\"" + string(90, 'x') + " \")"},
-        QualifierRow{"OnlyALongWord", Text(string(90, 'x')), "Q(\"" + string(90, 'x') + "\")"}),
+        QualifierRow{"OnlyALongWord", TextQualifier(string(90, 'x')),
+                     "Q(\"" + string(90, 'x') + "\")"}),
     RowName<QualifierRow>);
 
 // ---- Classes ----

@@ -2,6 +2,7 @@
 
 #include "tests/support/CFailingCall.h"
 #include "tests/support/TableTest.h"
+#include "tests/unit/host/XmlTexts.h"
 
 #include <cerrno>
 
@@ -21,14 +22,6 @@ XML_ParserStruct* __wrap_XML_ParserCreate(const char* encoding) {
 
 namespace {
 
-string Repeat(const string& text, std::size_t count) {
-    string all;
-    for (std::size_t i = 0; i < count; ++i) {
-        all += text;
-    }
-    return all;
-}
-
 // A text of ASCII in UTF-16.
 string BigEndian(const string& text) {
     string wide;
@@ -45,7 +38,7 @@ string LittleEndian(const string& text) {
     return wide;
 }
 
-string Nested(std::size_t depth) {
+string NestedElements(std::size_t depth) {
     return Repeat("<a>", depth) + Repeat("</a>", depth);
 }
 
@@ -71,16 +64,16 @@ string Dump(const CXmlElement& element) {
 
 // ---- Texts that are documents ----
 
-struct GoodRow {
+struct GoodXmlRow {
     string name;
     string text;
     string expected;
 };
-std::ostream& operator<<(std::ostream& out, const GoodRow& row) {
+std::ostream& operator<<(std::ostream& out, const GoodXmlRow& row) {
     return out << testing::PrintToString(row.text);
 }
 
-class GoodXml : public testing::TestWithParam<GoodRow> {};
+class GoodXml : public testing::TestWithParam<GoodXmlRow> {};
 
 TEST_P(GoodXml, BecomesATree) {
     CXmlError error;
@@ -92,23 +85,24 @@ TEST_P(GoodXml, BecomesATree) {
 INSTANTIATE_TEST_SUITE_P(
     Texts, GoodXml,
     testing::Values(
-        GoodRow{"OneElement", "<a/>", "a[]"},
-        GoodRow{"Declaration", "<?xml version='1.0'?><a/>", "a[]"},
-        GoodRow{"Utf8Declared", "<?xml version='1.0' encoding='utf-8'?><a/>", "a[]"},
-        GoodRow{"ByteOrderMark", "\xEF\xBB\xBF<a/>", "a[]"},
-        GoodRow{"ByteOrderMarkAndUtf8Declared",
-                "\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-8'?><a/>", "a[]"},
-        GoodRow{"AttributesInOrder", "<a z='1' b='2' y=''/>", "a{z=1}{b=2}{y=}[]"},
-        GoodRow{"Children", "<a><b><c/></b><d/></a>", "a[b[c[]] d[]]"},
-        GoodRow{"TextAroundChildren", "<a> one <b>two</b> three</a>", "a' one  three'[b'two'[]]"},
-        GoodRow{"BuiltInEntities", "<a x='&quot;'>&lt;&amp;&#65;&#x42;</a>", "a{x=\"}'<&AB'[]"},
-        GoodRow{"CData", "<a><![CDATA[<b>&c;]]></a>", "a'<b>&c;'[]"},
-        GoodRow{"CommentsAndInstructions", "<!-- x --><?pi y?><a><!-- z --><?pi?></a><!---->",
-                "a[]"},
-        GoodRow{"MultiByteText", "<a>gr\xC3\xBC\xC3\x9F \xE2\x82\xAC</a>",
-                "a'gr\xC3\xBC\xC3\x9F \xE2\x82\xAC'[]"},
-        GoodRow{"PrefixesAreKept", "<p:a p:x='1' xmlns:p='u'/>", "p:a{p:x=1}{xmlns:p=u}[]"}),
-    RowName<GoodRow>);
+        GoodXmlRow{"OneElement", "<a/>", "a[]"},
+        GoodXmlRow{"Declaration", "<?xml version='1.0'?><a/>", "a[]"},
+        GoodXmlRow{"Utf8Declared", "<?xml version='1.0' encoding='utf-8'?><a/>", "a[]"},
+        GoodXmlRow{"ByteOrderMark", "\xEF\xBB\xBF<a/>", "a[]"},
+        GoodXmlRow{"ByteOrderMarkAndUtf8Declared",
+                   "\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-8'?><a/>", "a[]"},
+        GoodXmlRow{"AttributesInOrder", "<a z='1' b='2' y=''/>", "a{z=1}{b=2}{y=}[]"},
+        GoodXmlRow{"Children", "<a><b><c/></b><d/></a>", "a[b[c[]] d[]]"},
+        GoodXmlRow{"TextAroundChildren", "<a> one <b>two</b> three</a>",
+                   "a' one  three'[b'two'[]]"},
+        GoodXmlRow{"BuiltInEntities", "<a x='&quot;'>&lt;&amp;&#65;&#x42;</a>", "a{x=\"}'<&AB'[]"},
+        GoodXmlRow{"CData", "<a><![CDATA[<b>&c;]]></a>", "a'<b>&c;'[]"},
+        GoodXmlRow{"CommentsAndInstructions", "<!-- x --><?pi y?><a><!-- z --><?pi?></a><!---->",
+                   "a[]"},
+        GoodXmlRow{"MultiByteText", "<a>gr\xC3\xBC\xC3\x9F \xE2\x82\xAC</a>",
+                   "a'gr\xC3\xBC\xC3\x9F \xE2\x82\xAC'[]"},
+        GoodXmlRow{"PrefixesAreKept", "<p:a p:x='1' xmlns:p='u'/>", "p:a{p:x=1}{xmlns:p=u}[]"}),
+    RowName<GoodXmlRow>);
 
 TEST(XmlElement, KnowsItsLineAndItsAttributes) {
     CXmlError error;
@@ -123,17 +117,17 @@ TEST(XmlElement, KnowsItsLineAndItsAttributes) {
 
 // ---- Texts that are refused ----
 
-struct BadRow {
+struct BadXmlRow {
     string name;
     string text;
     string expected; // line, column and the beginning of the reason
     CXmlError::Kind kind = CXmlError::Kind::NotWellFormed;
 };
-std::ostream& operator<<(std::ostream& out, const BadRow& row) {
+std::ostream& operator<<(std::ostream& out, const BadXmlRow& row) {
     return out << testing::PrintToString(row.text.substr(0, 100));
 }
 
-class BadXml : public testing::TestWithParam<BadRow> {};
+class BadXml : public testing::TestWithParam<BadXmlRow> {};
 
 TEST_P(BadXml, IsRefusedWithPlaceAndReason) {
     CXmlError error;
@@ -151,77 +145,78 @@ const char kBillionLaughs[] = "<?xml version='1.0'?>\n"
 INSTANTIATE_TEST_SUITE_P(
     Malformed, BadXml,
     testing::Values(
-        BadRow{"Nothing", "", "line 1, column 1: no element found"},
-        BadRow{"OnlyText", "hello", "line 1, column 1: syntax error"},
-        BadRow{"TwoRoots", "<a/><b/>", "line 1, column 5: junk after document element"},
-        BadRow{"MismatchedTag", "<a>\n<b></a>", "line 2, column 6: mismatched tag"},
-        BadRow{"Unclosed", "<a>\n<b>", "line 2, column 4: no element found"},
-        BadRow{"AttributeTwice", "<a x='1' x='2'/>", "line 1, column 10: duplicate attribute"},
-        BadRow{"UnknownEntity", "<a>&what;</a>", "line 1, column 4: undefined entity"},
-        BadRow{"NulByte", string("<a>x\0y</a>", 10), "line 1, column 5: not well-formed"},
-        BadRow{"NulAtTheEnd", string("<a/>\0", 5), "line 1, column 5: not well-formed"},
-        BadRow{"BrokenUtf8", "<a>\xC3(</a>", "line 1, column 4: the text is not UTF-8"},
-        BadRow{"OverlongUtf8", "<a>\n\xC3\xBC\xC0\xAF</a>",
-               "line 2, column 2: the text is not UTF-8"},
-        BadRow{"BrokenUtf8BehindAnError", "<a></b>\n\xFF",
-               "line 2, column 1: the text is not UTF-8"},
-        BadRow{"Xml11", "<?xml version='1.1'?><a/>",
-               "line 1, column 1: XML 1.1 is declared, but only XML 1.0 is read"}),
-    RowName<BadRow>);
+        BadXmlRow{"Nothing", "", "line 1, column 1: no element found"},
+        BadXmlRow{"OnlyText", "hello", "line 1, column 1: syntax error"},
+        BadXmlRow{"TwoRoots", "<a/><b/>", "line 1, column 5: junk after document element"},
+        BadXmlRow{"MismatchedTag", "<a>\n<b></a>", "line 2, column 6: mismatched tag"},
+        BadXmlRow{"Unclosed", "<a>\n<b>", "line 2, column 4: no element found"},
+        BadXmlRow{"AttributeTwice", "<a x='1' x='2'/>", "line 1, column 10: duplicate attribute"},
+        BadXmlRow{"UnknownEntity", "<a>&what;</a>", "line 1, column 4: undefined entity"},
+        BadXmlRow{"NulByte", string("<a>x\0y</a>", 10), "line 1, column 5: not well-formed"},
+        BadXmlRow{"NulAtTheEnd", string("<a/>\0", 5), "line 1, column 5: not well-formed"},
+        BadXmlRow{"BrokenUtf8", "<a>\xC3(</a>", "line 1, column 4: the text is not UTF-8"},
+        BadXmlRow{"OverlongUtf8", "<a>\n\xC3\xBC\xC0\xAF</a>",
+                  "line 2, column 2: the text is not UTF-8"},
+        BadXmlRow{"BrokenUtf8BehindAnError", "<a></b>\n\xFF",
+                  "line 2, column 1: the text is not UTF-8"},
+        BadXmlRow{"Xml11", "<?xml version='1.1'?><a/>",
+                  "line 1, column 1: XML 1.1 is declared, but only XML 1.0 is read"}),
+    RowName<BadXmlRow>);
 
 INSTANTIATE_TEST_SUITE_P(
     Hostile, BadXml,
-    testing::Values(BadRow{"Doctype", "<!DOCTYPE a><a/>",
-                           "line 1, column 12: a document type declaration", kRefused},
-                    BadRow{"BillionLaughs", kBillionLaughs,
-                           "line 2, column 13: a document type declaration", kRefused},
-                    BadRow{"ExternalEntity",
-                           "<!DOCTYPE a [<!ENTITY x SYSTEM 'file:///etc/passwd'>]><a>&x;</a>",
-                           "line 1, column 13: a document type declaration", kRefused},
-                    BadRow{"ExternalSubset", "<!DOCTYPE a SYSTEM 'http://localhost/a.dtd'><a/>",
-                           "line 1, column 44: a document type declaration", kRefused},
-                    BadRow{"TooDeep", Nested(65),
-                           "line 1, column 193: elements are nested deeper than 64", kRefused},
-                    BadRow{"MuchTooDeep", Nested(500'000),
-                           "line 1, column 193: elements are nested deeper", kRefused},
-                    BadRow{"TooManyElements", WithChildren(100'000),
-                           "line 1, column 400000: there are more than 100000 elements", kRefused},
-                    BadRow{"TooLong", "<a>" + string((std::size_t{8} << 20) - 6, 'x') + "</a>",
-                           "line 1, column 1: the text is longer than 8388608 bytes", kRefused},
-                    BadRow{"TooManyAttributes", "<a>" + Repeat("<b c='' d=''/>", 50'001) + "</a>",
-                           "line 1, column 700004: there are more than 100000 attributes",
-                           kRefused}),
-    RowName<BadRow>);
+    testing::Values(
+        BadXmlRow{"Doctype", "<!DOCTYPE a><a/>", "line 1, column 12: a document type declaration",
+                  kRefused},
+        BadXmlRow{"BillionLaughs", kBillionLaughs, "line 2, column 13: a document type declaration",
+                  kRefused},
+        BadXmlRow{"ExternalEntity",
+                  "<!DOCTYPE a [<!ENTITY x SYSTEM 'file:///etc/passwd'>]><a>&x;</a>",
+                  "line 1, column 13: a document type declaration", kRefused},
+        BadXmlRow{"ExternalSubset", "<!DOCTYPE a SYSTEM 'http://localhost/a.dtd'><a/>",
+                  "line 1, column 44: a document type declaration", kRefused},
+        BadXmlRow{"TooDeep", NestedElements(65),
+                  "line 1, column 193: elements are nested deeper than 64", kRefused},
+        BadXmlRow{"MuchTooDeep", NestedElements(500'000),
+                  "line 1, column 193: elements are nested deeper", kRefused},
+        BadXmlRow{"TooManyElements", WithChildren(100'000),
+                  "line 1, column 400000: there are more than 100000 elements", kRefused},
+        BadXmlRow{"TooLong", "<a>" + string((std::size_t{8} << 20) - 6, 'x') + "</a>",
+                  "line 1, column 1: the text is longer than 8388608 bytes", kRefused},
+        BadXmlRow{"TooManyAttributes", "<a>" + Repeat("<b c='' d=''/>", 50'001) + "</a>",
+                  "line 1, column 700004: there are more than 100000 attributes", kRefused}),
+    RowName<BadXmlRow>);
 
 const char kIsUtf16[] = "line 1, column 1: the text is UTF-16, but only UTF-8 is read";
 
 INSTANTIATE_TEST_SUITE_P(
     WrongEncoding, BadXml,
     testing::Values(
-        BadRow{"Latin1", "<?xml version='1.0' encoding='ISO-8859-1'?><a/>",
-               "line 1, column 1: the encoding \"ISO-8859-1\" is declared, but only UTF-8 is read"},
-        BadRow{"Unheard", "<?xml version='1.0' encoding='x-own'?><a/>",
-               "line 1, column 1: the encoding \"x-own\" is declared"},
-        BadRow{"Utf16Declared", "<?xml version='1.0' encoding='UTF-16'?><a/>",
-               "line 1, column 1: the encoding \"UTF-16\" is declared"},
-        BadRow{"Utf16BigEndian", "\xFE\xFF" + BigEndian("<a/>"), kIsUtf16},
-        BadRow{"Utf16LittleEndian", "\xFF\xFE" + LittleEndian("<a/>"), kIsUtf16},
-        BadRow{"Utf16BigEndianUnmarked", BigEndian("<a/>"), kIsUtf16},
-        BadRow{"Utf16LittleEndianUnmarked", LittleEndian("<a/>"), kIsUtf16},
-        BadRow{"Utf16UnmarkedDeclared", LittleEndian("<?xml version='1.0'?><a/>"), kIsUtf16},
-        BadRow{"Utf16UnmarkedSaysUtf8", BigEndian("<?xml version='1.0' encoding='UTF-8'?><a/>"),
-               kIsUtf16},
-        BadRow{"Utf16UnmarkedBehindBlanks", LittleEndian("\n <a/>"), kIsUtf16},
-        BadRow{"Utf16BehindAUtf8Mark", "\xEF\xBB\xBF" + LittleEndian("<a/>"),
-               "line 1, column 3: not well-formed"},
-        BadRow{"Utf32BigEndian", string("\0\0\xFE\xFF\0\0\0<", 8), kIsUtf16},
-        BadRow{"Utf16WithAUtf8Mark", "\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-16'?><a/>",
-               "line 1, column 2: the encoding \"UTF-16\" is declared"}),
-    RowName<BadRow>);
+        BadXmlRow{
+            "Latin1", "<?xml version='1.0' encoding='ISO-8859-1'?><a/>",
+            "line 1, column 1: the encoding \"ISO-8859-1\" is declared, but only UTF-8 is read"},
+        BadXmlRow{"Unheard", "<?xml version='1.0' encoding='x-own'?><a/>",
+                  "line 1, column 1: the encoding \"x-own\" is declared"},
+        BadXmlRow{"Utf16Declared", "<?xml version='1.0' encoding='UTF-16'?><a/>",
+                  "line 1, column 1: the encoding \"UTF-16\" is declared"},
+        BadXmlRow{"Utf16BigEndian", "\xFE\xFF" + BigEndian("<a/>"), kIsUtf16},
+        BadXmlRow{"Utf16LittleEndian", "\xFF\xFE" + LittleEndian("<a/>"), kIsUtf16},
+        BadXmlRow{"Utf16BigEndianUnmarked", BigEndian("<a/>"), kIsUtf16},
+        BadXmlRow{"Utf16LittleEndianUnmarked", LittleEndian("<a/>"), kIsUtf16},
+        BadXmlRow{"Utf16UnmarkedDeclared", LittleEndian("<?xml version='1.0'?><a/>"), kIsUtf16},
+        BadXmlRow{"Utf16UnmarkedSaysUtf8", BigEndian("<?xml version='1.0' encoding='UTF-8'?><a/>"),
+                  kIsUtf16},
+        BadXmlRow{"Utf16UnmarkedBehindBlanks", LittleEndian("\n <a/>"), kIsUtf16},
+        BadXmlRow{"Utf16BehindAUtf8Mark", "\xEF\xBB\xBF" + LittleEndian("<a/>"),
+                  "line 1, column 3: not well-formed"},
+        BadXmlRow{"Utf32BigEndian", string("\0\0\xFE\xFF\0\0\0<", 8), kIsUtf16},
+        BadXmlRow{"Utf16WithAUtf8Mark", "\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-16'?><a/>",
+                  "line 1, column 2: the encoding \"UTF-16\" is declared"}),
+    RowName<BadXmlRow>);
 
 TEST(XmlLimits, AllowExactlyTheirNumber) {
     const string texts[] = {
-        Nested(64),
+        NestedElements(64),
         WithChildren(99'999),
         "<a>" + string((std::size_t{8} << 20) - 7, 'x') + "</a>",
         "<a>" + Repeat("<b c='' d=''/>", 50'000) + "</a>",

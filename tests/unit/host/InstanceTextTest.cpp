@@ -9,7 +9,7 @@ using std::string;
 
 namespace {
 
-std::unique_ptr<IWbemClassObject> Inner(const string& name, std::int32_t level) {
+std::unique_ptr<IWbemClassObject> InnerObject(const string& name, std::int32_t level) {
     auto object = std::make_unique<IWbemClassObject>();
     object->Put("Name", name);
     object->Put("Level", level);
@@ -26,10 +26,10 @@ string Write(const IWbemClassObject& object, const string& className) {
 TEST(InstanceText, HasEveryType) {
     IWbemClassObject object("outer"); // properties in another order than the class's
     CWbemObjectArray many;
-    many.push_back(Inner("<x>&\\\x01\xFF", 1));
-    many.push_back(Inner("", -1));
+    many.push_back(InnerObject("<x>&\\\x01\xFF", 1));
+    many.push_back(InnerObject("", -1));
     object.Put("Many", std::move(many));
-    object.Put("One", Inner("\"q\"", -2147483647 - 1));
+    object.Put("One", InnerObject("\"q\"", -2147483647 - 1));
     object.Put("Name", string("]]>'\xC3\xBC"));
     object.Put("Level", std::int32_t{-5});
     object.Put("Count", std::uint32_t{4294967295});
@@ -86,10 +86,10 @@ TEST(InstanceText, HasAnEmptyArrayThatIsNotNull) {
 }
 
 // A node with others below it, so deep.
-CWbemObjectPtr Nested(std::size_t depth) {
+CWbemObjectPtr NestedObject(std::size_t depth) {
     CWbemObjectArray children;
     if (depth > 1) {
-        children.push_back(Nested(depth - 1));
+        children.push_back(NestedObject(depth - 1));
     }
     auto node = std::make_unique<IWbemClassObject>("Node");
     node->Put("Children", std::move(children));
@@ -97,8 +97,8 @@ CWbemObjectPtr Nested(std::size_t depth) {
 }
 
 TEST(InstanceText, IsRefusedBeyondTheDepthThatIsRead) {
-    EXPECT_EQ("<INSTANCE", Write(*Nested(4), "Node").substr(0, 9));
-    EXPECT_EQ("objects are embedded deeper than 4", Write(*Nested(5), "Node"));
+    EXPECT_EQ("<INSTANCE", Write(*NestedObject(4), "Node").substr(0, 9));
+    EXPECT_EQ("objects are embedded deeper than 4", Write(*NestedObject(5), "Node"));
 }
 
 TEST(InstanceText, IsRefusedForAnObjectThatIsNotOfItsClass) {

@@ -4,6 +4,7 @@
 
 #include "tests/support/ProcessMemory.h"
 #include "tests/support/TableTest.h"
+#include "tests/unit/host/XmlTexts.h"
 
 #include <malloc.h>
 #include <unistd.h>
@@ -16,14 +17,6 @@ using Kind = CXmlError::Kind;
 namespace {
 
 const CXmlLimits kLimits = CXmlLimits::ForStrangers();
-
-string Repeat(const string& text, std::size_t count) {
-    string all;
-    for (std::size_t i = 0; i < count; ++i) {
-        all += text;
-    }
-    return all;
-}
 
 // An element with so many attributes.
 string WithAttributes(std::size_t count) {
@@ -45,15 +38,15 @@ string WithElements(std::size_t count, std::size_t bytes) {
     return text + "</a>";
 }
 
-struct GoodRow {
+struct WithinRow {
     string name;
     string text;
 };
-std::ostream& operator<<(std::ostream& out, const GoodRow& row) {
+std::ostream& operator<<(std::ostream& out, const WithinRow& row) {
     return out << testing::PrintToString(row.text.substr(0, 100));
 }
 
-class XmlWithinLimits : public testing::TestWithParam<GoodRow> {};
+class XmlWithinLimits : public testing::TestWithParam<WithinRow> {};
 
 TEST_P(XmlWithinLimits, IsRead) {
     CXmlError error;
@@ -65,33 +58,33 @@ const string kNoTag = WithAttributes(65) + WithValue(65'537);
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, XmlWithinLimits,
-    testing::Values(GoodRow{"Bytes", "<a>" + string((std::size_t{16} << 20) - 7, 'x') + "</a>"},
-                    GoodRow{"Depth", Repeat("<a> ", 16) + Repeat("</a> ", 16)},
-                    GoodRow{"Elements", WithElements(99, 800)},
-                    GoodRow{"Attributes", WithAttributes(64)},
-                    GoodRow{"AttributesOfTwo",
-                            "<a>" + WithAttributes(64) + WithAttributes(64) + "</a>"},
-                    GoodRow{"AttributeBytes", WithValue(65'536)},
-                    GoodRow{"AttributesInAComment", "<!--" + kNoTag + "--><a>text</a>"},
-                    GoodRow{"AttributesInCData", "<a><![CDATA[" + kNoTag + "]]></a>"},
-                    GoodRow{"AttributesInAnInstruction", "<?pi " + kNoTag + "?><a>text</a>"},
-                    GoodRow{"QuotesInText", "<a>" + Repeat("\"\" '' ", 65) + "</a>"},
-                    GoodRow{"OtherQuotesInAValue", "<a x='" + Repeat("\"\"", 65) + "'></a>"},
-                    GoodRow{"AllElements", WithElements(199'999, 1'600'000)},
-                    GoodRow{"AllAttributes", "<a>" + Repeat(WithAttributes(64), 6'250) + "</a>"}),
-    RowName<GoodRow>);
+    testing::Values(WithinRow{"Bytes", "<a>" + string((std::size_t{16} << 20) - 7, 'x') + "</a>"},
+                    WithinRow{"Depth", Repeat("<a> ", 16) + Repeat("</a> ", 16)},
+                    WithinRow{"Elements", WithElements(99, 800)},
+                    WithinRow{"Attributes", WithAttributes(64)},
+                    WithinRow{"AttributesOfTwo",
+                              "<a>" + WithAttributes(64) + WithAttributes(64) + "</a>"},
+                    WithinRow{"AttributeBytes", WithValue(65'536)},
+                    WithinRow{"AttributesInAComment", "<!--" + kNoTag + "--><a>text</a>"},
+                    WithinRow{"AttributesInCData", "<a><![CDATA[" + kNoTag + "]]></a>"},
+                    WithinRow{"AttributesInAnInstruction", "<?pi " + kNoTag + "?><a>text</a>"},
+                    WithinRow{"QuotesInText", "<a>" + Repeat("\"\" '' ", 65) + "</a>"},
+                    WithinRow{"OtherQuotesInAValue", "<a x='" + Repeat("\"\"", 65) + "'></a>"},
+                    WithinRow{"AllElements", WithElements(199'999, 1'600'000)},
+                    WithinRow{"AllAttributes", "<a>" + Repeat(WithAttributes(64), 6'250) + "</a>"}),
+    RowName<WithinRow>);
 
-struct BadRow {
+struct BeyondRow {
     string name;
     string text;
     Kind kind;
     string expected;
 };
-std::ostream& operator<<(std::ostream& out, const BadRow& row) {
+std::ostream& operator<<(std::ostream& out, const BeyondRow& row) {
     return out << testing::PrintToString(row.text.substr(0, 100));
 }
 
-class XmlBeyondLimits : public testing::TestWithParam<BadRow> {};
+class XmlBeyondLimits : public testing::TestWithParam<BeyondRow> {};
 
 TEST_P(XmlBeyondLimits, IsRefused) {
     CXmlError error;
@@ -106,47 +99,47 @@ const string kTooLongValue = "an attribute's value is longer than 65536 bytes";
 INSTANTIATE_TEST_SUITE_P(
     Texts, XmlBeyondLimits,
     testing::Values(
-        BadRow{"Bytes", "<a>" + string((std::size_t{16} << 20) - 6, 'x') + "</a>", Kind::Refused,
-               "line 1, column 1: the text is longer than 16777216 bytes"},
-        BadRow{"Depth", Repeat("<a> ", 17) + Repeat("</a> ", 17), Kind::Refused,
-               "line 1, column 65: elements are nested deeper than 16"},
-        BadRow{"Elements", WithElements(100, 800), Kind::Refused,
-               "line 1, column 400: there is more than one element for 8 bytes of text"},
-        BadRow{"ElementsForALittleText", "<a/>", Kind::Refused,
-               "line 1, column 1: there is more than one element for 8 bytes of text"},
-        BadRow{"AllElements", WithElements(200'000, 2'000'000), Kind::Refused,
-               "line 1, column 800000: there are more than 200000 elements"},
-        BadRow{"AllAttributes", "<a>" + Repeat(WithAttributes(64), 6'250) + "<a b='c'/></a>",
-               Kind::Refused, "line 1, column 3181254: there are more than 400000 attributes"},
-        BadRow{"AttributesBehindText", "<?xml version='1.0'?>\n\n\xC3\xBC" + WithAttributes(65),
-               Kind::NotWellFormed, "line 3, column 2: not well-formed (invalid token)"},
-        BadRow{"AttributesOfTheRoot", "<?xml version='1.0'?>\n\n " + WithAttributes(65),
-               Kind::Refused, "line 3, column 2: " + kTooManyAttributes},
-        BadRow{"AttributesOfAChild", "<a>\n\xC3\xBC" + WithAttributes(65) + "</a>", Kind::Refused,
-               "line 2, column 2: " + kTooManyAttributes},
-        BadRow{"AttributesBehindAComment", "<!-- -- -->" + WithAttributes(65), Kind::NotWellFormed,
-               "line 1, column 8: not well-formed (invalid token)"},
-        BadRow{"AttributesWithoutAnEnd", "<a" + Repeat(" x=''", 65), Kind::Refused,
-               "line 1, column 1: " + kTooManyAttributes},
-        BadRow{"AttributeBytes", WithValue(65'537), Kind::Refused,
-               "line 1, column 1: " + kTooLongValue},
-        BadRow{"AttributeBytesWithoutAnEnd", "<a x='" + string(65'537, 'v'), Kind::Refused,
-               "line 1, column 1: " + kTooLongValue},
-        BadRow{"AWrongEndBeforeTheTag", "<a>\n</b>" + WithAttributes(65), Kind::NotWellFormed,
-               "line 2, column 3: mismatched tag"},
-        BadRow{"TheTagBeforeAWrongEnd", "<a>\n" + WithAttributes(65) + "</b>", Kind::Refused,
-               "line 2, column 1: " + kTooManyAttributes},
-        BadRow{"ADocumentTypeBeforeTheTag", "<!DOCTYPE a>" + WithAttributes(65), Kind::Refused,
-               "line 1, column 12: a document type declaration is not allowed"},
-        BadRow{"ATagInATag", "<a <b" + WithAttributes(65), Kind::NotWellFormed,
-               "line 1, column 4: not well-formed (invalid token)"},
-        BadRow{"AValueWithoutAnEnd", "<a x='v>/a>", Kind::NotWellFormed,
-               "line 1, column 1: unclosed token"},
-        BadRow{"ATagWithoutAnEnd", "<a x='v' ", Kind::NotWellFormed,
-               "line 1, column 1: unclosed token"},
-        BadRow{"ACommentWithoutAnEnd", "<!-- " + WithAttributes(65), Kind::NotWellFormed,
-               "line 1, column 1: unclosed token"}),
-    RowName<BadRow>);
+        BeyondRow{"Bytes", "<a>" + string((std::size_t{16} << 20) - 6, 'x') + "</a>", Kind::Refused,
+                  "line 1, column 1: the text is longer than 16777216 bytes"},
+        BeyondRow{"Depth", Repeat("<a> ", 17) + Repeat("</a> ", 17), Kind::Refused,
+                  "line 1, column 65: elements are nested deeper than 16"},
+        BeyondRow{"Elements", WithElements(100, 800), Kind::Refused,
+                  "line 1, column 400: there is more than one element for 8 bytes of text"},
+        BeyondRow{"ElementsForALittleText", "<a/>", Kind::Refused,
+                  "line 1, column 1: there is more than one element for 8 bytes of text"},
+        BeyondRow{"AllElements", WithElements(200'000, 2'000'000), Kind::Refused,
+                  "line 1, column 800000: there are more than 200000 elements"},
+        BeyondRow{"AllAttributes", "<a>" + Repeat(WithAttributes(64), 6'250) + "<a b='c'/></a>",
+                  Kind::Refused, "line 1, column 3181254: there are more than 400000 attributes"},
+        BeyondRow{"AttributesBehindText", "<?xml version='1.0'?>\n\n\xC3\xBC" + WithAttributes(65),
+                  Kind::NotWellFormed, "line 3, column 2: not well-formed (invalid token)"},
+        BeyondRow{"AttributesOfTheRoot", "<?xml version='1.0'?>\n\n " + WithAttributes(65),
+                  Kind::Refused, "line 3, column 2: " + kTooManyAttributes},
+        BeyondRow{"AttributesOfAChild", "<a>\n\xC3\xBC" + WithAttributes(65) + "</a>",
+                  Kind::Refused, "line 2, column 2: " + kTooManyAttributes},
+        BeyondRow{"AttributesBehindAComment", "<!-- -- -->" + WithAttributes(65),
+                  Kind::NotWellFormed, "line 1, column 8: not well-formed (invalid token)"},
+        BeyondRow{"AttributesWithoutAnEnd", "<a" + Repeat(" x=''", 65), Kind::Refused,
+                  "line 1, column 1: " + kTooManyAttributes},
+        BeyondRow{"AttributeBytes", WithValue(65'537), Kind::Refused,
+                  "line 1, column 1: " + kTooLongValue},
+        BeyondRow{"AttributeBytesWithoutAnEnd", "<a x='" + string(65'537, 'v'), Kind::Refused,
+                  "line 1, column 1: " + kTooLongValue},
+        BeyondRow{"AWrongEndBeforeTheTag", "<a>\n</b>" + WithAttributes(65), Kind::NotWellFormed,
+                  "line 2, column 3: mismatched tag"},
+        BeyondRow{"TheTagBeforeAWrongEnd", "<a>\n" + WithAttributes(65) + "</b>", Kind::Refused,
+                  "line 2, column 1: " + kTooManyAttributes},
+        BeyondRow{"ADocumentTypeBeforeTheTag", "<!DOCTYPE a>" + WithAttributes(65), Kind::Refused,
+                  "line 1, column 12: a document type declaration is not allowed"},
+        BeyondRow{"ATagInATag", "<a <b" + WithAttributes(65), Kind::NotWellFormed,
+                  "line 1, column 4: not well-formed (invalid token)"},
+        BeyondRow{"AValueWithoutAnEnd", "<a x='v>/a>", Kind::NotWellFormed,
+                  "line 1, column 1: unclosed token"},
+        BeyondRow{"ATagWithoutAnEnd", "<a x='v' ", Kind::NotWellFormed,
+                  "line 1, column 1: unclosed token"},
+        BeyondRow{"ACommentWithoutAnEnd", "<!-- " + WithAttributes(65), Kind::NotWellFormed,
+                  "line 1, column 1: unclosed token"}),
+    RowName<BeyondRow>);
 
 // ---- Memory ----
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-struct Row {
+struct CConfigRow {
     std::string m_text;
     std::string m_problem; // behind the file's name; empty for a good file
 };
@@ -20,8 +20,8 @@ protected:
     ConfigCheck() { close(mkstemp(m_name)); }
     ~ConfigCheck() override { unlink(m_name); }
 
-    void Expect(std::string (*check)(const std::string&), const std::vector<Row>& rows) {
-        for (const Row& row : rows) {
+    void Expect(std::string (*check)(const std::string&), const std::vector<CConfigRow>& rows) {
+        for (const CConfigRow& row : rows) {
             SCOPED_TRACE(row.m_text);
             WriteFile(m_name, row.m_text);
             EXPECT_EQ(check(m_name), row.m_problem.empty() ? "" : m_name + row.m_problem);

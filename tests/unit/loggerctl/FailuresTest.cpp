@@ -3,6 +3,7 @@
 #include "KzmPaths.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/CWithoutFilePrivileges.h"
+#include "tests/unit/loggerctl/HostFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -38,8 +39,6 @@ const std::string kRunAndSee = ". Run it and see; it stands in " + kDescription 
 const std::string kSet = "CVELTARO_ToolServiceLogger::SetParameter() ";
 const std::string kGet = "CVELTARO_ToolServiceLogger::GetParameter() ";
 const std::string kEdit = "CLoggerConf::EditConfigFile() ";
-const std::string kAgent = KzmPaths::kAgentConfig;
-const std::string kAlert = KzmPaths::kAlertConfig;
 const std::string kValidNow = ": was not valid, but is now. Try again.";
 
 const CTextRow kTexts[] = {

@@ -2,6 +2,7 @@
 
 #include "KzmPaths.h"
 #include "tests/support/CTestRoot.h"
+#include "tests/unit/history/SettingsNow.h"
 
 #include <gtest/gtest.h>
 
@@ -17,10 +18,6 @@ const std::pair<std::string, std::string> kRestore{"To put the files back as the
                                                    "loggerctl restore ID"};
 const std::pair<std::string, std::string> kStart{"To start the service with the files as they are:",
                                                  "loggerctl service start"};
-
-history::CSettingsCopy Now() {
-    return *history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
-}
 
 // Adds a ServiceStatus that answers so.
 void SetServiceStatus(const CTestRoot& /*root*/, int answer) {

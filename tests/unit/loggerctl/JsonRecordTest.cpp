@@ -3,19 +3,12 @@
 #include "tests/support/CTempFile.h"
 #include "tests/system/loggerctl/CLocale.h"
 #include "tests/unit/loggerctl/Answer.h"
+#include "tests/unit/loggerctl/AssignmentTexts.h"
 #include "tests/unit/loggerctl/SampleSettings.h"
 
 namespace {
 
 using Texts = std::vector<std::string>;
-
-Texts TextsOf(const std::vector<record::CAssignment>& assignments) {
-    Texts texts;
-    for (const record::CAssignment& assignment : assignments) {
-        texts.push_back(assignment.m_address.m_text + "=" + record::TextOf(assignment.m_value));
-    }
-    return texts;
-}
 
 Texts Read(const std::string& text) {
     return TextsOf(Must(record::FromJson(text, "here")));

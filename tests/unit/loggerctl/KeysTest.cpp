@@ -130,12 +130,12 @@ TEST(Keys, OfOneNameTheFirstFileSystemIsMeant) {
 constexpr char kForm[] = ": a file system's key is written fs:/home.enable or fs:/home.threshold.";
 constexpr char kBehind[] = ": behind the file system's name stands .enable or .threshold.";
 
-struct CErrorRow {
+struct CUnknownRow {
     const char* m_key;
     std::string m_problem; // behind the key
 };
 
-const CErrorRow kUnknown[] = {
+const CUnknownRow kUnknown[] = {
     {"", "."},
     {"zebra", "."},
     {"cpu", ": it is a group of keys, which \"loggerctl get\" alone takes."},
@@ -161,7 +161,7 @@ const CErrorRow kUnknown[] = {
 };
 
 TEST(Keys, UnknownOnesAreRefusedWithASuggestion) {
-    for (const CErrorRow& row : kUnknown) {
+    for (const CUnknownRow& row : kUnknown) {
         SCOPED_TRACE(row.m_key);
         EXPECT_EQ(WrongUsage(record::ParseKey(row.m_key)),
                   "Unknown key '" + std::string(row.m_key) + "'" + row.m_problem);
@@ -172,7 +172,7 @@ TEST(Keys, UnknownOnesAreRefusedWithASuggestion) {
 
 // ---- Groups ----
 
-Texts TextsOf(const std::vector<record::CAddress>& addresses) {
+Texts KeyTexts(const std::vector<record::CAddress>& addresses) {
     Texts texts;
     for (const record::CAddress& address : addresses) {
         texts.push_back(address.m_text);
@@ -181,14 +181,14 @@ Texts TextsOf(const std::vector<record::CAddress>& addresses) {
 }
 
 TEST(KeyGroups, StandForTheirKeys) {
-    EXPECT_EQ(TextsOf(Must(record::ParseKeys({"cpu", "fs:/.enable", "syslog"}))),
+    EXPECT_EQ(KeyTexts(Must(record::ParseKeys({"cpu", "fs:/.enable", "syslog"}))),
               (Texts{"cpu.enable", "cpu.interval", "cpu.count", "cpu.threshold", "fs:/.enable",
                      "syslog.output", "syslog.information", "syslog.warning", "syslog.obstacle"}));
-    EXPECT_EQ(TextsOf(Must(record::ParseKeys({"memory"}))),
+    EXPECT_EQ(KeyTexts(Must(record::ParseKeys({"memory"}))),
               (Texts{"memory.enable", "memory.interval", "memory.count", "memory.threshold"}));
-    EXPECT_EQ(TextsOf(Must(record::ParseKeys({"fs"}))),
+    EXPECT_EQ(KeyTexts(Must(record::ParseKeys({"fs"}))),
               (Texts{"fs.enable", "fs.interval", "fs.count", "fs:*.enable", "fs:*.threshold"}));
-    EXPECT_EQ(TextsOf(Must(record::ParseKeys({}))), Texts{});
+    EXPECT_EQ(KeyTexts(Must(record::ParseKeys({}))), Texts{});
     EXPECT_EQ(WrongUsage(record::ParseKeys({"cpu", "cpux", "zebra"})), "Unknown key 'cpux'.");
 }
 

@@ -7,6 +7,7 @@
 #include "tests/support/CTestRoot.h"
 #include "tests/system/loggerctl/CHeldLock.h"
 #include "tests/unit/loggerctl/Answer.h"
+#include "tests/unit/loggerctl/HostFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -65,7 +66,6 @@ TEST(LockReason, SaysWhoseTheLockIs) {
         GTEST_SKIP() << "this user cannot become another one";
     }
     CChildProcess child([] {
-        constexpr uid_t kOrdinaryUser = 65534;
         const bool isOther = seteuid(kOrdinaryUser) == 0;
         const agent::CReason reason = agent::WhyNoSettingsLock();
         return isOther && reason.m_code == output::ExitCode::NoRights &&

@@ -1,6 +1,7 @@
 #include "loggerctl/record/Request.h"
 
 #include "tests/unit/loggerctl/Answer.h"
+#include "tests/unit/loggerctl/AssignmentTexts.h"
 #include "tests/unit/loggerctl/SampleSettings.h"
 
 namespace {
@@ -15,7 +16,7 @@ output::Expected<record::CRequest> Request(const Texts& assignments) {
 }
 
 // "KEY NEW" for each setting that the request changes.
-Texts Changes(const record::CRequest& request) {
+Texts RequestedChanges(const record::CRequest& request) {
     Texts texts;
     for (const auto& change : record::FindChanges(MakeLoggerConf(kMounted), request.m_conf)) {
         texts.push_back(change.m_text + " " + record::TextOf(change.m_new));
@@ -23,13 +24,13 @@ Texts Changes(const record::CRequest& request) {
     return texts;
 }
 
-struct CGoodRow {
+struct CRequestRow {
     const char* m_name;
     Texts m_assignments;
     Texts m_changes;
 };
 
-const CGoodRow kGood[] = {
+const CRequestRow kRequests[] = {
     {"nothing", {}, {}},
     {"both spellings, and one without effect",
      {"fs:/a\\x0Ab.threshold=7", "cpu.threshold=91", "cpu.count=5", "memory.enable=on",
@@ -56,10 +57,10 @@ const CGoodRow kGood[] = {
 };
 
 TEST(MakeRequest, ExchangesWhatWasAsked) {
-    for (const CGoodRow& row : kGood) {
+    for (const CRequestRow& row : kRequests) {
         SCOPED_TRACE(row.m_name);
         const record::CRequest request = Must(Request(row.m_assignments));
-        EXPECT_EQ(Changes(request), row.m_changes);
+        EXPECT_EQ(RequestedChanges(request), row.m_changes);
         EXPECT_EQ(request.m_asked.size(), row.m_assignments.size());
     }
 }
@@ -75,12 +76,12 @@ TEST(MakeRequest, KeepsWhatWasAskedAsItWasWritten) {
     EXPECT_EQ(asked[1].m_value, record::CValue(std::uint32_t{7}));
 }
 
-struct CBadRow {
+struct CRefusedRow {
     Texts m_assignments;
     Texts m_reasons;
 };
 
-const CBadRow kBad[] = {
+const CRefusedRow kRefused[] = {
     {{"fs:/hone.enable=1", "cpu.count=1", "fs[/nowhere].enable=1"},
      {"The file system '/hone' is not mounted. Did you mean '/home'?",
       "The file system '/nowhere' is not mounted."}},
@@ -93,7 +94,7 @@ const CBadRow kBad[] = {
 };
 
 TEST(MakeRequest, SaysAllThatIsWrong) {
-    for (const CBadRow& row : kBad) {
+    for (const CRefusedRow& row : kRefused) {
         SCOPED_TRACE(testing::PrintToString(row.m_assignments));
         const auto request = Request(row.m_assignments);
         EXPECT_EQ(WrongUsage(request), "Nothing was changed.");
@@ -110,23 +111,15 @@ record::CAssignment OfVolume(const std::string& name, std::size_t key,
     const record::CVolumeKey& volumeKey = record::VolumeKeys()[key];
     return {{record::VolumeKeyText(name, volumeKey), nullptr, &volumeKey, name}, value};
 }
-constexpr std::size_t kEnable = 0;
-constexpr std::size_t kThreshold = 1;
-
-Texts TextsOf(const std::vector<record::CAssignment>& assignments) {
-    Texts texts;
-    for (const record::CAssignment& assignment : assignments) {
-        texts.push_back(assignment.m_address.m_text + "=" + record::TextOf(assignment.m_value));
-    }
-    return texts;
-}
+constexpr std::size_t kEnableKey = 0;
+constexpr std::size_t kThresholdKey = 1;
 
 TEST(Reduce, TakesOutWhatChangesNothing) {
     auto assignments = Must(record::ParseAssignments(
         {"cpu.threshold=90", "cpu.count=6", "memory.enable=off", "fs.enable=off"}));
-    assignments.push_back(OfVolume("/home", kEnable, false));
-    assignments.push_back(OfVolume("/home", kThreshold, std::int32_t{82}));
-    assignments.push_back(OfVolume("/", kThreshold, std::int32_t{80}));
+    assignments.push_back(OfVolume("/home", kEnableKey, false));
+    assignments.push_back(OfVolume("/home", kThresholdKey, std::int32_t{82}));
+    assignments.push_back(OfVolume("/", kThresholdKey, std::int32_t{80}));
     EXPECT_EQ(record::Reduce(MakeLoggerConf(kMounted), &assignments), Texts{});
     EXPECT_EQ(TextsOf(assignments),
               (Texts{"cpu.count=6", "fs.enable=false", "fs:/home.threshold=82"}));
@@ -134,9 +127,9 @@ TEST(Reduce, TakesOutWhatChangesNothing) {
 
 TEST(Reduce, TakesOutWhatIsNotMounted) {
     std::vector<record::CAssignment> assignments{
-        OfVolume("/gone", kEnable, true), OfVolume("/gone", kThreshold, std::int32_t{1}),
-        OfVolume("/home", kEnable, true), OfVolume("/a\\x0Ab", kEnable, true),
-        OfVolume("/h*", kEnable, true)};
+        OfVolume("/gone", kEnableKey, true), OfVolume("/gone", kThresholdKey, std::int32_t{1}),
+        OfVolume("/home", kEnableKey, true), OfVolume("/a\\x0Ab", kEnableKey, true),
+        OfVolume("/h*", kEnableKey, true)};
     EXPECT_EQ(record::Reduce(MakeLoggerConf(kMounted), &assignments),
               (Texts{"/gone", "/a\\x0Ab", "/h*"}));
     EXPECT_EQ(TextsOf(assignments), Texts{"fs:/home.enable=true"});

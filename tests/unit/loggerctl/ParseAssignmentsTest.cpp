@@ -6,13 +6,13 @@ namespace {
 
 using record::CValue;
 
-struct CGoodRow {
+struct CAssignmentRow {
     const char* m_text;
     const char* m_key;
     CValue m_value;
 };
 
-const CGoodRow kGood[] = {
+const CAssignmentRow kAssignments[] = {
     {"cpu.enable=true", "cpu.enable", true},
     {"cpu.enable=False", "cpu.enable", false},
     {"cpu.enable=ON", "cpu.enable", true},
@@ -36,7 +36,7 @@ const CGoodRow kGood[] = {
 };
 
 TEST(ParseAssignments, ReadsKeysAndValues) {
-    for (const CGoodRow& row : kGood) {
+    for (const CAssignmentRow& row : kAssignments) {
         SCOPED_TRACE(row.m_text);
         const auto assignments = Must(record::ParseAssignments({row.m_text}));
         ASSERT_EQ(assignments.size(), 1U);
@@ -49,12 +49,12 @@ constexpr char kSwitch[] = " must be true or false (on, off, yes, no, 1, 0), not
 constexpr char kSampling[] = " must be a whole number from 1 to 2147483647, not '";
 constexpr char kThreshold[] = " must be a whole number from 1 to 100, not '";
 
-struct CBadRow {
+struct CWrongAssignmentRow {
     const char* m_text;
     std::string m_problem;
 };
 
-const CBadRow kBad[] = {
+const CWrongAssignmentRow kWrongAssignments[] = {
     {"cpu.enable=", std::string("cpu.enable") + kSwitch + "'."},
     {"cpu.enable=2", std::string("cpu.enable") + kSwitch + "2'."},
     {"cpu.enable= on", std::string("cpu.enable") + kSwitch + " on'."},
@@ -83,7 +83,7 @@ const CBadRow kBad[] = {
 };
 
 TEST(ParseAssignments, SaysWhatIsWrong) {
-    for (const CBadRow& row : kBad) {
+    for (const CWrongAssignmentRow& row : kWrongAssignments) {
         SCOPED_TRACE(row.m_text);
         EXPECT_EQ(WrongUsage(record::ParseAssignments({"memory.count=1", row.m_text})),
                   row.m_problem);

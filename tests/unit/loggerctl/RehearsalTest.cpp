@@ -3,16 +3,13 @@
 #include "KzmPaths.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/SampleConf.h"
+#include "tests/unit/history/SettingsNow.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using Texts = std::vector<std::string>;
-
-history::CSettingsCopy Now() {
-    return *history::CSettingsCopy::OfNow(history::CSettingsCopy::Missing::Allow);
-}
 
 Texts TextsOf(const std::vector<CTraceUtility::Line>& lines) {
     Texts texts;

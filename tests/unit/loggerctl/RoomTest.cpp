@@ -1,9 +1,9 @@
 // Whether the file systems have room for the settings files.
 
-#include "KzmPaths.h"
 #include "loggerctl/agent/SettingsFiles.h"
 #include "tests/support/CChildProcess.h"
 #include "tests/support/CTestRoot.h"
+#include "tests/unit/loggerctl/HostFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -16,13 +16,6 @@
 #include <filesystem>
 
 namespace {
-
-const std::string kAgent = KzmPaths::kAgentConfig;
-const std::string kAlert = KzmPaths::kAlertConfig;
-
-constexpr uid_t kOrdinaryUser = 65534;
-
-constexpr int kOutOfReach = 77; // of the child process
 
 constexpr std::size_t kBlock = 4096;
 
@@ -64,7 +57,7 @@ extern "C" __attribute__((visibility("default"))) int __wrap_statvfs(const char*
 
 namespace {
 
-history::CSettingsCopy Texts(std::size_t agentSize, std::size_t alertSize) {
+history::CSettingsCopy FilesOfSizes(std::size_t agentSize, std::size_t alertSize) {
     history::CSettingsCopy copy;
     copy.m_files[0].m_text.assign(agentSize, 'x');
     copy.m_files[1].m_text.assign(alertSize, 'x');
@@ -116,7 +109,7 @@ int CheckRooms() {
                               : kAgent + ": its file system has " + std::to_string(4 * kBlock) +
                                     " bytes free, and writing the settings needs " +
                                     std::to_string(row.m_needed) + ". Make room first.";
-        if (agent::WhyNoRoom(Texts(row.m_agentSize, row.m_alertSize)).m_text != wanted) {
+        if (agent::WhyNoRoom(FilesOfSizes(row.m_agentSize, row.m_alertSize)).m_text != wanted) {
             return number;
         }
     }
@@ -136,8 +129,8 @@ int CheckRoomsApart() {
     WriteFile(elsewhere, "");
     std::filesystem::remove(kAlert);
     std::filesystem::create_symlink(elsewhere, kAlert);
-    return agent::WhyNoRoom(Texts(5 * kBlock, 100 * kBlock)).m_text.empty() &&
-                   !agent::WhyNoRoom(Texts(5 * kBlock + 1, 0)).m_text.empty()
+    return agent::WhyNoRoom(FilesOfSizes(5 * kBlock, 100 * kBlock)).m_text.empty() &&
+                   !agent::WhyNoRoom(FilesOfSizes(5 * kBlock + 1, 0)).m_text.empty()
                ? 0
                : 1;
 }
@@ -152,15 +145,15 @@ TEST(WhyNoRoom, CountsEachFileSystemByItself) {
 // Such a file system says that all its numbers are 0.
 TEST(WhyNoRoom, IsNoneWithoutALimit) {
     const CTestRoot root;
-    const auto check = [] { return agent::WhyNoRoom(Texts(1, 1)).m_text.empty() ? 0 : 1; };
+    const auto check = [] { return agent::WhyNoRoom(FilesOfSizes(1, 1)).m_text.empty() ? 0 : 1; };
     if (!InSmallFileSystem(check, "size=0")) {
         GTEST_SKIP() << "this user cannot mount a small file system";
     }
 }
 
 bool IsRoomForJust(std::size_t blocks) {
-    return agent::WhyNoRoom(Texts(blocks * kBlock, 0)).m_text.empty() &&
-           !agent::WhyNoRoom(Texts(blocks * kBlock + 1, 0)).m_text.empty();
+    return agent::WhyNoRoom(FilesOfSizes(blocks * kBlock, 0)).m_text.empty() &&
+           !agent::WhyNoRoom(FilesOfSizes(blocks * kBlock + 1, 0)).m_text.empty();
 }
 
 TEST(WhyNoRoom, LeavesTheRoomThatIsKeptForRootToRoot) {
@@ -195,8 +188,8 @@ TEST(WhyNoRoomForCopy, CountsTheFilesAndWhatStandsBesideThem) {
     const std::size_t free =
         geteuid() == 0 ? CReservingFileSystem::kForRoot : CReservingFileSystem::kForAll;
     const std::size_t forFiles = free - 2;
-    EXPECT_EQ(agent::WhyNoRoomForCopy(Texts(forFiles * kBlock, 0)).m_text, "");
-    EXPECT_EQ(agent::WhyNoRoomForCopy(Texts(forFiles * kBlock, 1)).m_text,
+    EXPECT_EQ(agent::WhyNoRoomForCopy(FilesOfSizes(forFiles * kBlock, 0)).m_text, "");
+    EXPECT_EQ(agent::WhyNoRoomForCopy(FilesOfSizes(forFiles * kBlock, 1)).m_text,
               CTestRoot::Path("/var/opt/veltaro/kzm/logger") + ": its file system has " +
                   std::to_string(free * kBlock) +
                   " bytes free, and a copy of the settings files needs " +
@@ -207,7 +200,7 @@ TEST(WhyNoRoom, LeavesMissingFilesToOthers) {
     const CTestRoot root;
     std::filesystem::remove(kAgent);
     std::filesystem::remove(kAlert);
-    EXPECT_EQ(agent::WhyNoRoom(Texts(1, 1)).m_text, "");
+    EXPECT_EQ(agent::WhyNoRoom(FilesOfSizes(1, 1)).m_text, "");
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "tests/support/CChildProcess.h"
 #include "tests/support/CTestRoot.h"
 #include "tests/support/CWithoutFilePrivileges.h"
+#include "tests/unit/loggerctl/HostFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -22,13 +23,6 @@
 namespace {
 
 using output::ExitCode;
-
-const std::string kAgent = KzmPaths::kAgentConfig;
-const std::string kAlert = KzmPaths::kAlertConfig;
-
-constexpr uid_t kOrdinaryUser = 65534;
-
-constexpr int kOutOfReach = 77; // of the child process
 
 // As an ordinary user in a process of its own, what a function finds out. Nothing when this test
 // does not run as root, or that user may not enter a folder above the test root.

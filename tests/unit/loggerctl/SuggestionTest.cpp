@@ -4,12 +4,12 @@
 
 namespace {
 
-struct Row {
+struct CWordRow {
     const char* m_word;
     const char* m_nearest;
 };
 
-class NearestTest : public testing::TestWithParam<Row> {};
+class NearestTest : public testing::TestWithParam<CWordRow> {};
 
 TEST_P(NearestTest, FindsTheNearestOrNothing) {
     const std::vector<std::string> candidates = {"cpu.count", "cpu.enable", "memory.enable", "/"};
@@ -17,13 +17,12 @@ TEST_P(NearestTest, FindsTheNearestOrNothing) {
         << GetParam().m_word;
 }
 
-INSTANTIATE_TEST_SUITE_P(Words, NearestTest,
-                         testing::Values(Row{"cpu.enable", "cpu.enable"},
-                                         Row{"cpu.enabel", "cpu.enable"},
-                                         Row{"cpu.cout", "cpu.count"},
-                                         Row{"memory.enabled", "memory.enable"},
-                                         Row{"mem.enable", "memory.enable"}, Row{"x", "/"},
-                                         Row{"zebra", ""}, Row{"threshold", ""}));
+INSTANTIATE_TEST_SUITE_P(
+    Words, NearestTest,
+    testing::Values(CWordRow{"cpu.enable", "cpu.enable"}, CWordRow{"cpu.enabel", "cpu.enable"},
+                    CWordRow{"cpu.cout", "cpu.count"}, CWordRow{"memory.enabled", "memory.enable"},
+                    CWordRow{"mem.enable", "memory.enable"}, CWordRow{"x", "/"},
+                    CWordRow{"zebra", ""}, CWordRow{"threshold", ""}));
 
 TEST(Suggestion, OfEqualsIsTheOneThatBeginsMostAlikeAndThenTheFirst) {
     EXPECT_EQ(record::Nearest("fs.count", {"cs.count", "fs.counts"}), "fs.counts");

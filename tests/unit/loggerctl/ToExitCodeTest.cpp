@@ -8,7 +8,7 @@ namespace {
 
 using output::ExitCode;
 
-struct Row {
+struct COutcomeRow {
     const char* m_error;
     HRESULT m_status;
     bool m_output;
@@ -16,15 +16,15 @@ struct Row {
     output::ExitCode m_code;
 };
 
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const COutcomeRow& row) {
     return out << row.m_error << ", status " << row.m_status << ", output " << row.m_output
                << ", result " << row.m_methodResult;
 }
 
-class ToExitCodeTest : public testing::TestWithParam<Row> {};
+class ToExitCodeTest : public testing::TestWithParam<COutcomeRow> {};
 
 TEST_P(ToExitCodeTest, IsThatOfTheOutcome) {
-    const Row& row = GetParam();
+    const COutcomeRow& row = GetParam();
     CCallOutcome outcome;
     outcome.m_sError = row.m_error;
     outcome.m_status = row.m_status;
@@ -40,18 +40,19 @@ constexpr std::uint32_t kException = 0x80000002;
 
 INSTANTIATE_TEST_SUITE_P(
     Outcomes, ToExitCodeTest,
-    testing::Values(Row{"", 0, true, 0, output::ExitCode::Success},
-                    Row{"", 0, true, 176, output::ExitCode::NotInstalled},
-                    Row{"", 0, true, kFailure, output::ExitCode::Failure},
-                    Row{"", 0, true, 1, output::ExitCode::Failure},
-                    Row{"", 0, true, 0x80000003, output::ExitCode::Failure},
-                    Row{"", WbemResult::kFailed, true, kException, output::ExitCode::Exception},
-                    Row{"", 0, true, kException, output::ExitCode::Exception},
-                    Row{"", WbemResult::kFailed, true, 0, output::ExitCode::Failure},
-                    Row{"", WbemResult::kNotSupported, false, 0, output::ExitCode::Failure},
-                    Row{"", 0, false, 0, output::ExitCode::Failure},
-                    Row{"", 0, false, kException, output::ExitCode::Failure},
-                    Row{"two statuses", 0, true, 0, output::ExitCode::Failure},
-                    Row{"two statuses", 0, true, 176, output::ExitCode::Failure}));
+    testing::Values(COutcomeRow{"", 0, true, 0, output::ExitCode::Success},
+                    COutcomeRow{"", 0, true, 176, output::ExitCode::NotInstalled},
+                    COutcomeRow{"", 0, true, kFailure, output::ExitCode::Failure},
+                    COutcomeRow{"", 0, true, 1, output::ExitCode::Failure},
+                    COutcomeRow{"", 0, true, 0x80000003, output::ExitCode::Failure},
+                    COutcomeRow{"", WbemResult::kFailed, true, kException,
+                                output::ExitCode::Exception},
+                    COutcomeRow{"", 0, true, kException, output::ExitCode::Exception},
+                    COutcomeRow{"", WbemResult::kFailed, true, 0, output::ExitCode::Failure},
+                    COutcomeRow{"", WbemResult::kNotSupported, false, 0, output::ExitCode::Failure},
+                    COutcomeRow{"", 0, false, 0, output::ExitCode::Failure},
+                    COutcomeRow{"", 0, false, kException, output::ExitCode::Failure},
+                    COutcomeRow{"two statuses", 0, true, 0, output::ExitCode::Failure},
+                    COutcomeRow{"two statuses", 0, true, 176, output::ExitCode::Failure}));
 
 } // namespace

@@ -16,7 +16,7 @@ namespace {
 using Kind = CStreamCapture::Kind;
 
 // The variable's value in the test; nullptr: it is not set.
-struct Row {
+struct CEnvironmentRow {
     const char* m_term;
     const char* m_noColour;
     bool m_sequences;
@@ -28,9 +28,12 @@ void Set(const char* name, const char* value) {
 }
 
 TEST(CTerminal, LooksAtTheEnvironment) {
-    for (const Row& row : {Row{"xterm", nullptr, true, true}, Row{"xterm", "", true, true},
-                           Row{"xterm", "1", true, false}, Row{"dumb", nullptr, false, false},
-                           Row{"", nullptr, false, false}, Row{nullptr, nullptr, false, false}}) {
+    for (const CEnvironmentRow& row :
+         {CEnvironmentRow{"xterm", nullptr, true, true}, CEnvironmentRow{"xterm", "", true, true},
+          CEnvironmentRow{"xterm", "1", true, false},
+          CEnvironmentRow{"dumb", nullptr, false, false},
+          CEnvironmentRow{"", nullptr, false, false},
+          CEnvironmentRow{nullptr, nullptr, false, false}}) {
         Set("TERM", row.m_term);
         Set("NO_COLOR", row.m_noColour);
         const CStreamCapture capture(STDERR_FILENO, Kind::Terminal);

@@ -13,14 +13,14 @@ using namespace output;
 
 namespace {
 
-struct Row {
+struct CEscapeRow {
     const char* m_name;
     std::string m_raw;
     std::string m_utf8;  // escaped where the locale is UTF-8
     std::string m_plain; // escaped where it is not
 };
 
-const Row kRows[] = {
+const CEscapeRow kEscapeRows[] = {
     {"empty", "", "", ""},
     {"plain", "/home", "/home", "/home"},
     {"blank", "/my disk", "/my disk", "/my disk"},
@@ -46,7 +46,7 @@ const Row kRows[] = {
 };
 
 TEST(SafeText, EscapesByTheLocale) {
-    for (const Row& row : kRows) {
+    for (const CEscapeRow& row : kEscapeRows) {
         SCOPED_TRACE(row.m_name);
         const CLocale utf8(kUtf8Locale);
         EXPECT_EQ(output::Escape(row.m_raw), row.m_utf8);
@@ -56,7 +56,7 @@ TEST(SafeText, EscapesByTheLocale) {
 }
 
 TEST(SafeText, UnescapingGivesBackWhatWasEscaped) {
-    for (const Row& row : kRows) {
+    for (const CEscapeRow& row : kEscapeRows) {
         SCOPED_TRACE(row.m_name);
         EXPECT_EQ(output::Unescape(row.m_utf8), row.m_raw);
         EXPECT_EQ(output::Unescape(row.m_plain), row.m_raw);

@@ -22,14 +22,14 @@ std::string Diff(const std::string& oldText, const std::string& newText) {
     return output::UnifiedDiff(oldText, newText, "old", "new");
 }
 
-struct Row {
+struct CDiffRow {
     const char* m_name;
     std::string m_old;
     std::string m_new;
     std::string m_hunks; // behind the two lines with the names
 };
 
-const Row kRows[] = {
+const CDiffRow kDiffRows[] = {
     {"from nothing", "", "a\nb\n", "@@ -0,0 +1,2 @@\n+a\n+b\n"},
     {"to nothing", "a\n", "", "@@ -1 +0,0 @@\n-a\n"},
     {"one of one", "a\n", "b\n", "@@ -1 +1 @@\n-a\n+b\n"},
@@ -52,7 +52,7 @@ const Row kRows[] = {
 };
 
 TEST(UnifiedDiff, HasTheStandardForm) {
-    for (const Row& row : kRows) {
+    for (const CDiffRow& row : kDiffRows) {
         SCOPED_TRACE(row.m_name);
         EXPECT_EQ(Diff(row.m_old, row.m_new), "--- old\n+++ new\n" + row.m_hunks);
     }

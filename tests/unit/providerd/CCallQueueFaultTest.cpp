@@ -39,7 +39,7 @@ int __wrap_kill(pid_t process, int number) {
 
 namespace {
 
-CQueueLimits Limits() {
+CQueueLimits DefaultLimits() {
     CQueueLimits limits;
     limits.m_workerProgram = FAKE_WORKER;
     return limits;
@@ -84,7 +84,7 @@ TEST(CCallQueueFault, DescriptorsThatAreMissingAreAnswered) {
     const Row rows[] = {{0, "there is no connection to be had (Too many open files).\n"},
                         {1, "there is no connection to be had (Too many open files).\n"},
                         {2, ": cannot be started (Too many open files).\n"}};
-    CCallQueue queue(Limits());
+    CCallQueue queue(DefaultLimits());
     for (const Row& row : rows) {
         SCOPED_TRACE(row.m_free);
         const auto before = Descriptors();
@@ -107,7 +107,7 @@ TEST(CCallQueueFault, AnAnswerWithoutMemoryIsAnswered) {
 #ifdef KZM_NO_FAULT_TRANSLATION
     GTEST_SKIP() << "the sanitizers have memory of their own";
 #endif
-    CCallQueue queue(Limits());
+    CCallQueue queue(DefaultLimits());
     ASSERT_EQ(CallResult::Done, ResultOf(queue, ""));
     testing::internal::CaptureStderr();
     {
@@ -123,7 +123,7 @@ TEST(CCallQueueFault, AnAnswerWithoutMemoryIsAnswered) {
 }
 
 TEST(CCallQueueFault, AWorkerThatCannotBeKilledIsLeftAlone) {
-    CQueueLimits limits = Limits();
+    CQueueLimits limits = DefaultLimits();
     limits.m_callTime = std::chrono::milliseconds(500);
     CCallQueue queue(limits);
     const CFifo fifo;

@@ -13,7 +13,7 @@ using Lines = std::vector<string>;
 namespace {
 
 // What a file with this one value is read as.
-struct CRow {
+struct CValueRow {
     const char* m_name;
     const char* m_text;
     string m_value;
@@ -24,7 +24,7 @@ struct CRow {
 
 const string kNumber = " is no number from 5 to 10.";
 
-const CRow kRows[] = {
+const CValueRow kValueRows[] = {
     {"no file", "", "absent", {"ab", "sent"}, 7, {}},
     {"plain", "Name=6\n", "6", {"6"}, 6, {}},
     {"without a last line end", "Name=6", "6", {"6"}, 6, {}},
@@ -63,7 +63,7 @@ const CRow kRows[] = {
 };
 
 TEST(CConfigFile, Values) {
-    for (const CRow& row : kRows) {
+    for (const CValueRow& row : kValueRows) {
         CConfigFile file = CConfigFile::OfText("P", row.m_text);
         EXPECT_EQ(file.TakeText("Name", "absent"), row.m_value) << row.m_name;
         EXPECT_EQ(file.TakeWords("Name", {"ab", "sent"}), row.m_words) << row.m_name;

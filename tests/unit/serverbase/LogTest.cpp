@@ -103,13 +103,13 @@ TEST(Log, MarksItsLinesForTheJournal) {
               (Lines{"<3>e\n", "<4>w\n", "<5>n\n", "<6><0>i?<0>j\n", "elsewhere\n"}));
 }
 
-struct CRow {
+struct CPrintableRow {
     const char* m_name;
     string m_text;
     string m_printable;
 };
 
-const CRow kRows[] = {
+const CPrintableRow kPrintableRows[] = {
     {"empty", "", ""},
     {"plain", "user=x \\ \"?\"", "user=x \\ \"?\""},
     {"zero byte", string("a\0b", 3), "a?b"},
@@ -139,7 +139,7 @@ const CRow kRows[] = {
 };
 
 TEST(Printable, HasNothingThatATerminalObeys) {
-    for (const CRow& row : kRows) {
+    for (const CPrintableRow& row : kPrintableRows) {
         EXPECT_EQ(daemon_base::Printable(row.m_text), row.m_printable) << row.m_name;
     }
 }

@@ -8,7 +8,7 @@ using std::string;
 namespace {
 
 // A message's frame with the message's payload taken out and encoded once more.
-struct CRow {
+struct CMessageRow {
     const char* m_name;
     string m_frame;
     string m_payload;
@@ -33,7 +33,7 @@ string CallAnswer(std::string_view payload) {
 const CCredentials kUser{"user", string("p\0w", 3)};
 const string kUserBytes("\4\0\0\0user\3\0\0\0p\0w", 15);
 
-const CRow kRows[] = {
+const CMessageRow kMessageRows[] = {
     {"a check", Encode(CCheckRequest{kUser, "::1"}), "\1" + kUserBytes + string("\3\0\0\0::1", 7),
      Request},
     {"an empty check", Encode(CCheckRequest{}), string("\1\0\0\0\0\0\0\0\0\0\0\0\0", 13), Request},
@@ -52,19 +52,19 @@ string Frame(const string& payload) {
 }
 
 TEST(Messages, HaveTheseBytes) {
-    for (const CRow& row : kRows) {
+    for (const CMessageRow& row : kMessageRows) {
         EXPECT_EQ(row.m_frame, Frame(row.m_payload)) << row.m_name;
     }
 }
 
 TEST(Messages, AreReadBack) {
-    for (const CRow& row : kRows) {
+    for (const CMessageRow& row : kMessageRows) {
         EXPECT_EQ(row.m_reencoded(row.m_payload), row.m_frame) << row.m_name;
     }
 }
 
 TEST(Messages, AreRefusedAsOthers) {
-    for (const CRow& row : kRows) {
+    for (const CMessageRow& row : kMessageRows) {
         for (const auto& decode : {Request, CheckAnswer, CallAnswer}) {
             EXPECT_EQ(decode(row.m_payload).empty(), decode != row.m_reencoded) << row.m_name;
         }
@@ -72,7 +72,7 @@ TEST(Messages, AreRefusedAsOthers) {
 }
 
 TEST(Messages, EveryTruncationIsRefused) {
-    for (const CRow& row : kRows) {
+    for (const CMessageRow& row : kMessageRows) {
         for (std::size_t size = 0; size < row.m_payload.size(); ++size) {
             EXPECT_EQ(row.m_reencoded(row.m_payload.substr(0, size)), "") << row.m_name << size;
         }

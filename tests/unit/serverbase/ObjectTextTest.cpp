@@ -28,7 +28,7 @@ string Object(const string& className, std::uint32_t count, const string& proper
     return Text(className) + Number(count) + properties;
 }
 
-struct CRow {
+struct CObjectRow {
     const char* m_name;
     IWbemClassObject m_object;
     string m_text;
@@ -66,8 +66,8 @@ IWbemClassObject Defined() {
     return object;
 }
 
-std::vector<CRow> Rows() {
-    std::vector<CRow> rows;
+std::vector<CObjectRow> Rows() {
+    std::vector<CObjectRow> rows;
     rows.push_back({"nothing", IWbemClassObject(), Object("", 0, "")});
     rows.push_back({"a class", IWbemClassObject("C"), Object("C", 0, "")});
     rows.push_back({"false", With("b", false), Object("C", 1, Property("b", 1, {"\0", 1}))});
@@ -88,13 +88,13 @@ std::vector<CRow> Rows() {
 }
 
 TEST(ObjectText, HasTheseBytes) {
-    for (const CRow& row : Rows()) {
+    for (const CObjectRow& row : Rows()) {
         EXPECT_EQ(EncodeObject(row.m_object), row.m_text) << row.m_name;
     }
 }
 
 TEST(ObjectText, IsReadBack) {
-    for (const CRow& row : Rows()) {
+    for (const CObjectRow& row : Rows()) {
         const auto object = DecodeObject(row.m_text);
         ASSERT_NE(object, nullptr) << row.m_name;
         EXPECT_EQ(EncodeObject(*object), row.m_text) << row.m_name;
@@ -117,7 +117,7 @@ TEST(ObjectText, ReadingGivesTypedValues) {
 }
 
 TEST(ObjectText, EveryTruncationIsRefused) {
-    for (const CRow& row : Rows()) {
+    for (const CObjectRow& row : Rows()) {
         for (std::size_t size = 0; size < row.m_text.size(); ++size) {
             EXPECT_EQ(DecodeObject(row.m_text.substr(0, size)), nullptr) << row.m_name << size;
         }

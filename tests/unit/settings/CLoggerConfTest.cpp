@@ -4,6 +4,7 @@
 #include "providerbase/IWbemClassObject.h"
 #include "tests/support/CTraceCapture.h"
 #include "tests/support/SampleConf.h"
+#include "tests/unit/settings/RecordTest.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +13,6 @@
 using std::string;
 
 namespace {
-
-const TraceLine kStart{4, "CLoggerConf::CLoggerConf() [START]"};
-const TraceLine kEnd{4, "CLoggerConf::CLoggerConf() [END]"};
 
 const string kParts[] = {"SyslogOutputConf", "UsageMonitorConfCpu", "UsageMonitorConfMemory",
                          "FsUsageMonitorConf"};

@@ -6,6 +6,7 @@
 #include "tests/support/CTestRoot.h"
 #include "tests/support/CTraceCapture.h"
 #include "tests/support/TableTest.h"
+#include "tests/unit/settings/RecordTest.h"
 
 #include <sstream>
 
@@ -26,14 +27,14 @@ string Describe(const CLoggerFsUsageMonitorConf& conf) {
     return text.str();
 }
 
-const char kFailed[] = "0 0 0 1";
+const char kFsFailed[] = "0 0 0 1";
 
-TraceLines SetFlagLine(const string& bits) {
+TraceLines FsFlagLine(const string& bits) {
     return {{2, "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf nSetFlag=" + bits}};
 }
 
-CLoggerFsUsageMonitorConf Monitor(bool enable, unsigned int interval, unsigned int count,
-                                  const Rows& rows) {
+CLoggerFsUsageMonitorConf FsMonitor(bool enable, unsigned int interval, unsigned int count,
+                                    const Rows& rows) {
     CLoggerFsUsageMonitorConf conf;
     conf.m_bMonitoringEnable = enable;
     conf.m_uiSamplingInterval = interval;
@@ -108,16 +109,16 @@ INSTANTIATE_TEST_SUITE_P(
         VolumeRow{"MarkedButMalformed", "#KZM# \tFSNAME=\"/data\"   (0)", 1, "/data", 0, false}),
     RowName<VolumeRow>);
 
-struct ListRow {
+struct FsListRow {
     string name;
     string line;
     string expected;
 };
-std::ostream& operator<<(std::ostream& out, const ListRow& row) {
+std::ostream& operator<<(std::ostream& out, const FsListRow& row) {
     return out << '"' << row.line << '"';
 }
 
-class GetFsValueList : public testing::TestWithParam<ListRow> {};
+class GetFsValueList : public testing::TestWithParam<FsListRow> {};
 
 TEST_P(GetFsValueList, IsTheTextBetweenTheParentheses) {
     EXPECT_EQ(GetParam().expected,
@@ -126,29 +127,30 @@ TEST_P(GetFsValueList, IsTheTextBetweenTheParentheses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, GetFsValueList,
-                         testing::Values(ListRow{"Plain", "FILESYSTEM=(True,60,3)", "True,60,3"},
-                                         ListRow{"BlanksAreKept", "FILESYSTEM=( True )", " True "},
-                                         ListRow{"Empty", "FILESYSTEM=()", ""},
-                                         ListRow{"Commented", "# FILESYSTEM=(True,60,3)", ""},
-                                         ListRow{"WrongWayRound", "FILESYSTEM=)(", ""},
-                                         ListRow{"NoParentheses", "FILESYSTEM=True,60,3", ""}),
-                         RowName<ListRow>);
+                         testing::Values(FsListRow{"Plain", "FILESYSTEM=(True,60,3)", "True,60,3"},
+                                         FsListRow{"BlanksAreKept", "FILESYSTEM=( True )",
+                                                   " True "},
+                                         FsListRow{"Empty", "FILESYSTEM=()", ""},
+                                         FsListRow{"Commented", "# FILESYSTEM=(True,60,3)", ""},
+                                         FsListRow{"WrongWayRound", "FILESYSTEM=)(", ""},
+                                         FsListRow{"NoParentheses", "FILESYSTEM=True,60,3", ""}),
+                         RowName<FsListRow>);
 
 // ---- From alert.cfg and the mount table ----
 
-struct FileRow {
+struct FsFileRow {
     string name;
     string text;
     string expected;
     TraceLines trace;
 };
-std::ostream& operator<<(std::ostream& out, const FileRow& row) {
+std::ostream& operator<<(std::ostream& out, const FsFileRow& row) {
     return out << row.text;
 }
 
-class ReadFileSystems : public testing::TestWithParam<FileRow> {};
+class ReadFileSystems : public testing::TestWithParam<FsFileRow> {};
 
-CLoggerFsUsageMonitorConf ReadText(const string& text, const string& key = "FILESYSTEM") {
+CLoggerFsUsageMonitorConf ReadAlertText(const string& text, const string& key = "FILESYSTEM") {
     const CTempFile file(text);
     std::ifstream stream(file.Path());
     return {&stream, key};
@@ -157,7 +159,7 @@ CLoggerFsUsageMonitorConf ReadText(const string& text, const string& key = "FILE
 TEST_P(ReadFileSystems, MergesTheFileWithTheMountTable) {
     const CTestRoot root;
     const CTraceCapture trace;
-    EXPECT_EQ(GetParam().expected, Describe(ReadText(GetParam().text)));
+    EXPECT_EQ(GetParam().expected, Describe(ReadAlertText(GetParam().text)));
     EXPECT_EQ(GetParam().trace, trace.Lines());
 }
 
@@ -167,101 +169,102 @@ const char kGood[] = "FILESYSTEM=(True,60,3)\n";
 INSTANTIATE_TEST_SUITE_P(
     Files, ReadFileSystems,
     testing::Values(
-        FileRow{"OnlyTheFileSystemLine", kGood, string("1 60 3 0") + kMounted, {}},
-        FileRow{
+        FsFileRow{"OnlyTheFileSystemLine", kGood, string("1 60 3 0") + kMounted, {}},
+        FsFileRow{
             "BlanksInTheList", "FILESYSTEM=( False, 60, 3 )\n", string("0 60 3 0") + kMounted, {}},
-        FileRow{"TwoFields", "FILESYSTEM=(True,60)\n", kFailed, SetFlagLine("0008")},
-        FileRow{"FourFields", "FILESYSTEM=(True,60,3,1)\n", kFailed, SetFlagLine("0008")},
-        FileRow{"OneField", "FILESYSTEM=(True)\n", kFailed, SetFlagLine("0008")},
-        FileRow{"TrailingComma", "FILESYSTEM=(True,60,3,)\n", kFailed, SetFlagLine("0008")},
-        FileRow{"FiveFields", "FILESYSTEM=(True,60,3,1,1)\n", kFailed, SetFlagLine("0008")},
-        FileRow{"NeitherTrueNorFalse", "FILESYSTEM=(on,60,3)\n", kFailed, SetFlagLine("000E")},
-        FileRow{"BothSwitchWordsAreTrue",
-                "FILESYSTEM=(FalseTrue,60,3)\n",
-                string("1 60 3 0") + kMounted,
-                {}},
-        FileRow{"NoFileSystemLine", "FSNAME=\"/home\" (90)\n", kFailed, SetFlagLine("0008")},
-        FileRow{"EmptyFile", "", kFailed, SetFlagLine("0008")},
-        FileRow{"EmptyListIsNoList",
-                "FILESYSTEM=()\nFILESYSTEM=(True,60,3)\n",
-                string("1 60 3 0") + kMounted,
-                {}},
-        FileRow{"CommentedFileSystemLine", "#FILESYSTEM=(True,60,3)\n", kFailed,
-                SetFlagLine("0008")},
-        FileRow{"LaterLineOverrides",
-                string(kGood) + "FILESYSTEM=(False,10,2)\n",
-                string("0 10 2 0") + kMounted,
-                {}},
-        FileRow{"LaterLineWithoutSwitchKeepsIt",
-                string(kGood) + "FILESYSTEM=(on,10,2)\n",
-                string("1 10 2 0") + kMounted,
-                {}},
-        FileRow{"BadLineAfterAGoodOneEndsTheReading",
-                string("FSNAME=\"/home\" (90)\n") + kGood + "FILESYSTEM=(True,60)\n" +
-                    "FSNAME=\"/data\" (70)\n",
-                "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
-                {}},
-        FileRow{"Monitored",
-                string(kGood) + "FSNAME=\"/home\"   (90)\n",
-                "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
-                {}},
-        FileRow{"NotMonitored",
-                string(kGood) + "#KZM# \tFSNAME=\"/home\"   (90)\n",
-                "1 60 3 0 | / 80 0 | /home 90 0 | /data 80 0",
-                {}},
-        FileRow{"OrdinaryComment",
-                string(kGood) + "# FSNAME=\"/home\"   (90)\n",
-                string("1 60 3 0") + kMounted,
-                {}},
-        FileRow{"AboveTheFileSystemLine",
-                string("FSNAME=\"/home\"   (90)\n") + kGood,
-                "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
-                {}},
-        FileRow{"NotMounted",
-                string(kGood) + "FSNAME=\"/gone\" (90)\n",
-                string("1 60 3 0") + kMounted,
-                {}},
-        FileRow{"NameInOtherCaseIsNotMounted",
-                string(kGood) + "FSNAME=\"/Home\" (90)\n",
-                string("1 60 3 0") + kMounted,
-                {}},
-        FileRow{"LastOfTwoLinesWins",
-                string(kGood) + "FSNAME=\"/home\" (90)\n#KZM# \tFSNAME=\"/home\" (70)\n",
-                "1 60 3 0 | / 80 0 | /home 70 0 | /data 80 0",
-                {}},
-        FileRow{"ThresholdZero", string(kGood) + "FSNAME=\"/home\" (0)\n", kFailed,
-                SetFlagLine("0007")},
-        FileRow{"NoClosingQuote", string(kGood) + "FSNAME=\"/home (90)\n", kFailed,
-                SetFlagLine("0007")},
-        FileRow{"MalformedLineEndsTheReading", string("FSNAME=\"/home\" (0)\n") + kGood, kFailed,
-                SetFlagLine("0000")},
-        FileRow{"MalformedLineOfAFileSystemThatIsNotMounted",
-                string(kGood) + "FSNAME=\"/gone\" (0)\n", kFailed, SetFlagLine("0007")},
-        FileRow{"NegativeThreshold",
-                string(kGood) + "FSNAME=\"/home\" (-5)\n",
-                "1 60 3 0 | / 80 0 | /home -5 1 | /data 80 0",
-                {}},
-        FileRow{"BothKeysOnOneLine",
-                "FILESYSTEM=(True,60,3) FSNAME=\"/home\" (90)\n",
-                string("1 60 3 0") + kMounted,
-                {}},
-        FileRow{"FileSystemIsReadBeforeAVolumeOfTheSameLine",
-                "FILESYSTEM=(True,60) FSNAME=\"/home\" (0) #KZM# \n", kFailed, SetFlagLine("0008")},
-        FileRow{"CarriageReturns",
-                "FILESYSTEM=(True,60,3)\r\nFSNAME=\"/home\"   (90)\r\n",
-                "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
-                {}},
-        FileRow{"NoFinalNewline",
-                string(kGood) + "FSNAME=\"/home\"   (90)",
-                "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
-                {}}),
-    RowName<FileRow>);
+        FsFileRow{"TwoFields", "FILESYSTEM=(True,60)\n", kFsFailed, FsFlagLine("0008")},
+        FsFileRow{"FourFields", "FILESYSTEM=(True,60,3,1)\n", kFsFailed, FsFlagLine("0008")},
+        FsFileRow{"OneField", "FILESYSTEM=(True)\n", kFsFailed, FsFlagLine("0008")},
+        FsFileRow{"TrailingComma", "FILESYSTEM=(True,60,3,)\n", kFsFailed, FsFlagLine("0008")},
+        FsFileRow{"FiveFields", "FILESYSTEM=(True,60,3,1,1)\n", kFsFailed, FsFlagLine("0008")},
+        FsFileRow{"NeitherTrueNorFalse", "FILESYSTEM=(on,60,3)\n", kFsFailed, FsFlagLine("000E")},
+        FsFileRow{"BothSwitchWordsAreTrue",
+                  "FILESYSTEM=(FalseTrue,60,3)\n",
+                  string("1 60 3 0") + kMounted,
+                  {}},
+        FsFileRow{"NoFileSystemLine", "FSNAME=\"/home\" (90)\n", kFsFailed, FsFlagLine("0008")},
+        FsFileRow{"EmptyFile", "", kFsFailed, FsFlagLine("0008")},
+        FsFileRow{"EmptyListIsNoList",
+                  "FILESYSTEM=()\nFILESYSTEM=(True,60,3)\n",
+                  string("1 60 3 0") + kMounted,
+                  {}},
+        FsFileRow{"CommentedFileSystemLine", "#FILESYSTEM=(True,60,3)\n", kFsFailed,
+                  FsFlagLine("0008")},
+        FsFileRow{"LaterLineOverrides",
+                  string(kGood) + "FILESYSTEM=(False,10,2)\n",
+                  string("0 10 2 0") + kMounted,
+                  {}},
+        FsFileRow{"LaterLineWithoutSwitchKeepsIt",
+                  string(kGood) + "FILESYSTEM=(on,10,2)\n",
+                  string("1 10 2 0") + kMounted,
+                  {}},
+        FsFileRow{"BadLineAfterAGoodOneEndsTheReading",
+                  string("FSNAME=\"/home\" (90)\n") + kGood + "FILESYSTEM=(True,60)\n" +
+                      "FSNAME=\"/data\" (70)\n",
+                  "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
+                  {}},
+        FsFileRow{"Monitored",
+                  string(kGood) + "FSNAME=\"/home\"   (90)\n",
+                  "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
+                  {}},
+        FsFileRow{"NotMonitored",
+                  string(kGood) + "#KZM# \tFSNAME=\"/home\"   (90)\n",
+                  "1 60 3 0 | / 80 0 | /home 90 0 | /data 80 0",
+                  {}},
+        FsFileRow{"OrdinaryComment",
+                  string(kGood) + "# FSNAME=\"/home\"   (90)\n",
+                  string("1 60 3 0") + kMounted,
+                  {}},
+        FsFileRow{"AboveTheFileSystemLine",
+                  string("FSNAME=\"/home\"   (90)\n") + kGood,
+                  "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
+                  {}},
+        FsFileRow{"NotMounted",
+                  string(kGood) + "FSNAME=\"/gone\" (90)\n",
+                  string("1 60 3 0") + kMounted,
+                  {}},
+        FsFileRow{"NameInOtherCaseIsNotMounted",
+                  string(kGood) + "FSNAME=\"/Home\" (90)\n",
+                  string("1 60 3 0") + kMounted,
+                  {}},
+        FsFileRow{"LastOfTwoLinesWins",
+                  string(kGood) + "FSNAME=\"/home\" (90)\n#KZM# \tFSNAME=\"/home\" (70)\n",
+                  "1 60 3 0 | / 80 0 | /home 70 0 | /data 80 0",
+                  {}},
+        FsFileRow{"ThresholdZero", string(kGood) + "FSNAME=\"/home\" (0)\n", kFsFailed,
+                  FsFlagLine("0007")},
+        FsFileRow{"NoClosingQuote", string(kGood) + "FSNAME=\"/home (90)\n", kFsFailed,
+                  FsFlagLine("0007")},
+        FsFileRow{"MalformedLineEndsTheReading", string("FSNAME=\"/home\" (0)\n") + kGood,
+                  kFsFailed, FsFlagLine("0000")},
+        FsFileRow{"MalformedLineOfAFileSystemThatIsNotMounted",
+                  string(kGood) + "FSNAME=\"/gone\" (0)\n", kFsFailed, FsFlagLine("0007")},
+        FsFileRow{"NegativeThreshold",
+                  string(kGood) + "FSNAME=\"/home\" (-5)\n",
+                  "1 60 3 0 | / 80 0 | /home -5 1 | /data 80 0",
+                  {}},
+        FsFileRow{"BothKeysOnOneLine",
+                  "FILESYSTEM=(True,60,3) FSNAME=\"/home\" (90)\n",
+                  string("1 60 3 0") + kMounted,
+                  {}},
+        FsFileRow{"FileSystemIsReadBeforeAVolumeOfTheSameLine",
+                  "FILESYSTEM=(True,60) FSNAME=\"/home\" (0) #KZM# \n", kFsFailed,
+                  FsFlagLine("0008")},
+        FsFileRow{"CarriageReturns",
+                  "FILESYSTEM=(True,60,3)\r\nFSNAME=\"/home\"   (90)\r\n",
+                  "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
+                  {}},
+        FsFileRow{"NoFinalNewline",
+                  string(kGood) + "FSNAME=\"/home\"   (90)",
+                  "1 60 3 0 | / 80 0 | /home 90 1 | /data 80 0",
+                  {}}),
+    RowName<FsFileRow>);
 
 TEST(CLoggerFsUsageMonitorConf, EmptyMountPointFailsTheRecord) {
     const CTestRoot root;
     root.SetMountOutput("a on / type ext4 (rw)\nx on  type y\n");
     const CTraceCapture trace;
-    EXPECT_EQ(kFailed, Describe(ReadText(kGood)));
+    EXPECT_EQ(kFsFailed, Describe(ReadAlertText(kGood)));
     EXPECT_EQ((TraceLines{{2, "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf "
                               "GetMountPointList() failure"}}),
               trace.Lines());
@@ -270,17 +273,17 @@ TEST(CLoggerFsUsageMonitorConf, EmptyMountPointFailsTheRecord) {
 TEST(CLoggerFsUsageMonitorConf, NothingMountedIsAnEmptyList) {
     const CTestRoot root;
     root.SetMountOutput("");
-    EXPECT_EQ("1 60 3 0", Describe(ReadText(string(kGood) + "FSNAME=\"/home\" (90)\n")));
+    EXPECT_EQ("1 60 3 0", Describe(ReadAlertText(string(kGood) + "FSNAME=\"/home\" (90)\n")));
 }
 
 TEST(CLoggerFsUsageMonitorConf, OtherKeysAndNullsFailWithoutATrace) {
     const CTestRoot root;
     const CTraceCapture trace;
     for (const char* key : {"", "CPU", "FILESYSTEM=", "filesystem"}) {
-        EXPECT_EQ(kFailed, Describe(ReadText(kGood, key))) << key;
+        EXPECT_EQ(kFsFailed, Describe(ReadAlertText(kGood, key))) << key;
     }
-    EXPECT_EQ(kFailed, Describe(CLoggerFsUsageMonitorConf(nullptr, "FILESYSTEM")));
-    EXPECT_EQ(kFailed, Describe(CLoggerFsUsageMonitorConf(nullptr)));
+    EXPECT_EQ(kFsFailed, Describe(CLoggerFsUsageMonitorConf(nullptr, "FILESYSTEM")));
+    EXPECT_EQ(kFsFailed, Describe(CLoggerFsUsageMonitorConf(nullptr)));
     EXPECT_EQ(TraceLines{}, trace.Lines());
 }
 
@@ -290,36 +293,32 @@ const Rows kTwoRows = {{"/", 80, false}, {"/home", 90, true}};
 
 TEST(CLoggerFsUsageMonitorConf, SurvivesTheObject) {
     IWbemClassObject object;
-    ASSERT_TRUE(Monitor(true, 60, 3, kTwoRows).ConvertToIWbemClassObject(&object));
+    ASSERT_TRUE(FsMonitor(true, 60, 3, kTwoRows).ConvertToIWbemClassObject(&object));
     EXPECT_EQ("1 60 3 0 | / 80 0 | /home 90 1", Describe(CLoggerFsUsageMonitorConf(&object)));
 }
 
 TEST(CLoggerFsUsageMonitorConf, WritesAnEmptyArray) {
     IWbemClassObject object;
-    ASSERT_TRUE(Monitor(false, 0, 0, {}).ConvertToIWbemClassObject(&object));
+    ASSERT_TRUE(FsMonitor(false, 0, 0, {}).ConvertToIWbemClassObject(&object));
     ASSERT_EQ(4U, object.GetProperties().size());
     EXPECT_EQ("FsThresholdConfList", object.GetProperties()[3].m_sName);
     EXPECT_EQ(WbemType::ObjectArray, object.GetProperties()[3].m_type);
     EXPECT_EQ("0 0 0 0", Describe(CLoggerFsUsageMonitorConf(&object)));
 }
 
-struct PropertyRow {
-    string name; // of the property
-    string kind; // of the operation that reads and sets it
-};
-const std::vector<PropertyRow> kProperties = {{"MonitoringEnable", "Bool"},
-                                              {"SamplingInterval", "UInt"},
-                                              {"SamplingCount", "UInt"},
-                                              {"FsThresholdConfList", "ParameterClassArray"}};
+const std::vector<PropertyRow> kFsProperties = {{"MonitoringEnable", "Bool"},
+                                                {"SamplingInterval", "UInt"},
+                                                {"SamplingCount", "UInt"},
+                                                {"FsThresholdConfList", "ParameterClassArray"}};
 
 TEST(CLoggerFsUsageMonitorConf, NeedsEachPropertyOfTheObject) {
-    for (const PropertyRow& missing : kProperties) {
+    for (const PropertyRow& missing : kFsProperties) {
         SCOPED_TRACE(missing.name);
         IWbemClassObject object;
-        Monitor(true, 60, 3, kTwoRows).ConvertToIWbemClassObject(&object);
+        FsMonitor(true, 60, 3, kTwoRows).ConvertToIWbemClassObject(&object);
         object.Put(missing.name.c_str(), {});
         const CTraceCapture trace;
-        EXPECT_EQ(kFailed, Describe(CLoggerFsUsageMonitorConf(&object)));
+        EXPECT_EQ(kFsFailed, Describe(CLoggerFsUsageMonitorConf(&object)));
         EXPECT_EQ((TraceLines{{2, "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf get" +
                                       missing.kind + "FromIWbemClassObject is FAILED 80041002"}}),
                   trace.Lines());
@@ -334,22 +333,22 @@ TEST(CLoggerFsUsageMonitorConf, BadRowFailsTheRecordWithTheRowsOwnTrace) {
     bad.Put("Threshold", {});
     std::vector<IWbemClassObject*> rows{&good, &bad, &good};
     IWbemClassObject object;
-    Monitor(true, 60, 3, {}).ConvertToIWbemClassObject(&object);
+    FsMonitor(true, 60, 3, {}).ConvertToIWbemClassObject(&object);
     CIWbemUtil::setParameterClassArrayToIWbemClassObject(&object, "FsThresholdConfList", &rows);
     const CTraceCapture trace;
-    EXPECT_EQ(kFailed, Describe(CLoggerFsUsageMonitorConf(&object)));
+    EXPECT_EQ(kFsFailed, Describe(CLoggerFsUsageMonitorConf(&object)));
     EXPECT_EQ((TraceLines{{2, "CLoggerFsThresholdConf::CLoggerFsThresholdConf "
                               "getIntFromIWbemClassObject is FAILED 80041002"}}),
               trace.Lines());
 }
 
 TEST(CLoggerFsUsageMonitorConf, PropertyThatCannotBeSetFails) {
-    for (const PropertyRow& refused : kProperties) {
+    for (const PropertyRow& refused : kFsProperties) {
         SCOPED_TRACE(refused.name);
         IWbemClassObject object;
         object.DefineProperty(refused.name, WbemType::String);
         const CTraceCapture trace;
-        EXPECT_FALSE(Monitor(true, 60, 3, kTwoRows).ConvertToIWbemClassObject(&object));
+        EXPECT_FALSE(FsMonitor(true, 60, 3, kTwoRows).ConvertToIWbemClassObject(&object));
         EXPECT_EQ((TraceLines{{2, "CLoggerFsUsageMonitorConf::ConvertToIWbemClassObject set" +
                                       refused.kind + "ToIWbemClassObject is FAILED 80041005"}}),
                   trace.Lines());
@@ -366,18 +365,18 @@ TEST(CLoggerFsUsageMonitorConf, NullObjectCannotBeWritten) {
 
 // ---- Comparison and dump ----
 
-struct CompareRow {
+struct FsCompareRow {
     string name;
     CLoggerFsUsageMonitorConf left;
     CLoggerFsUsageMonitorConf right;
     bool expected;
     TraceLines trace;
 };
-std::ostream& operator<<(std::ostream& out, const CompareRow& row) {
+std::ostream& operator<<(std::ostream& out, const FsCompareRow& row) {
     return out << Describe(row.left) << "\nand\n" << Describe(row.right);
 }
 
-class CompareFileSystems : public testing::TestWithParam<CompareRow> {};
+class CompareFileSystems : public testing::TestWithParam<FsCompareRow> {};
 
 TEST_P(CompareFileSystems, NamesTheFirstDifference) {
     const CTraceCapture trace;
@@ -386,13 +385,7 @@ TEST_P(CompareFileSystems, NamesTheFirstDifference) {
 }
 
 CLoggerFsUsageMonitorConf WithRows(const Rows& rows) {
-    return Monitor(true, 60, 3, rows);
-}
-
-CLoggerFsUsageMonitorConf WithStatus(int status) {
-    CLoggerFsUsageMonitorConf conf;
-    conf.m_iStatus = status;
-    return conf;
+    return FsMonitor(true, 60, 3, rows);
 }
 
 const CLoggerFsThresholdConf kRootRow("/", 80, false);
@@ -405,47 +398,51 @@ TraceLines Difference(const string& text) {
 INSTANTIATE_TEST_SUITE_P(
     Records, CompareFileSystems,
     testing::Values(
-        CompareRow{"Equal", WithRows(kTwoRows), WithRows(kTwoRows), true, {}},
-        CompareRow{"OnlyTheStatusDiffers", WithStatus(0), WithStatus(1), true, {}},
-        CompareRow{
+        FsCompareRow{"Equal", WithRows(kTwoRows), WithRows(kTwoRows), true, {}},
+        FsCompareRow{"OnlyTheStatusDiffers",
+                     CLoggerFsUsageMonitorConf(),
+                     WithStatus(CLoggerFsUsageMonitorConf(), 1),
+                     true,
+                     {}},
+        FsCompareRow{
             "OtherOrder", WithRows({kRootRow, kHomeRow}), WithRows({kHomeRow, kRootRow}), true, {}},
-        CompareRow{
-            "Enable", Monitor(true, 1, 2, {}), Monitor(false, 3, 4, {}), false,
+        FsCompareRow{
+            "Enable", FsMonitor(true, 1, 2, {}), FsMonitor(false, 3, 4, {}), false,
             Difference("MonitoringEnable not same. MonitoringEnable1=1 MonitoringEnable2=0")},
-        CompareRow{
-            "Interval", Monitor(true, 1, 2, {}), Monitor(true, 3, 4, {}), false,
+        FsCompareRow{
+            "Interval", FsMonitor(true, 1, 2, {}), FsMonitor(true, 3, 4, {}), false,
             Difference("SamplingInterval not same. SamplingInterval1=1 SamplingInterval2=3")},
-        CompareRow{"Count", Monitor(true, 1, 2, {}), Monitor(true, 1, 4, kTwoRows), false,
-                   Difference("SamplingCount not same. SamplingCount1=2 SamplingCount2=4")},
-        CompareRow{"ExtraRowInTheOther", WithRows({kRootRow}), WithRows({kRootRow, kHomeRow}),
-                   false, Difference("FsList size is not same. FsList1.size=1 FsList2.size=2")},
-        CompareRow{"RowMissingInTheOther", WithRows({kRootRow, kHomeRow}), WithRows({kRootRow}),
-                   false, Difference("VolumeName not same. VolumeName1(/home) not found.")},
-        CompareRow{"RowDiffers",
-                   WithRows({kRootRow, kHomeRow}),
-                   WithRows({kRootRow, {"/home", 91, true}}),
-                   false,
-                   {{2, "CLoggerFsThresholdConf::Compare Threshold not same. Threshold1=90 "
-                        "Threshold2=91"}}},
-        CompareRow{"FirstRowOfANameCounts",
-                   WithRows({kHomeRow}),
-                   WithRows({{"/home", 91, true}, kHomeRow}),
-                   false,
-                   {{2, "CLoggerFsThresholdConf::Compare Threshold not same. Threshold1=90 "
-                        "Threshold2=91"}}},
-        CompareRow{"RepeatedRowIsOnlyMissedByTheSize", WithRows({kHomeRow, kHomeRow}),
-                   WithRows({kHomeRow}), false,
-                   Difference("FsList size is not same. FsList1.size=2 FsList2.size=1")},
-        CompareRow{"RepeatedRowCanStandForAnother",
-                   WithRows({kHomeRow, kHomeRow}),
-                   WithRows({kHomeRow, kRootRow}),
-                   true,
-                   {}}),
-    RowName<CompareRow>);
+        FsCompareRow{"Count", FsMonitor(true, 1, 2, {}), FsMonitor(true, 1, 4, kTwoRows), false,
+                     Difference("SamplingCount not same. SamplingCount1=2 SamplingCount2=4")},
+        FsCompareRow{"ExtraRowInTheOther", WithRows({kRootRow}), WithRows({kRootRow, kHomeRow}),
+                     false, Difference("FsList size is not same. FsList1.size=1 FsList2.size=2")},
+        FsCompareRow{"RowMissingInTheOther", WithRows({kRootRow, kHomeRow}), WithRows({kRootRow}),
+                     false, Difference("VolumeName not same. VolumeName1(/home) not found.")},
+        FsCompareRow{"RowDiffers",
+                     WithRows({kRootRow, kHomeRow}),
+                     WithRows({kRootRow, {"/home", 91, true}}),
+                     false,
+                     {{2, "CLoggerFsThresholdConf::Compare Threshold not same. Threshold1=90 "
+                          "Threshold2=91"}}},
+        FsCompareRow{"FirstRowOfANameCounts",
+                     WithRows({kHomeRow}),
+                     WithRows({{"/home", 91, true}, kHomeRow}),
+                     false,
+                     {{2, "CLoggerFsThresholdConf::Compare Threshold not same. Threshold1=90 "
+                          "Threshold2=91"}}},
+        FsCompareRow{"RepeatedRowIsOnlyMissedByTheSize", WithRows({kHomeRow, kHomeRow}),
+                     WithRows({kHomeRow}), false,
+                     Difference("FsList size is not same. FsList1.size=2 FsList2.size=1")},
+        FsCompareRow{"RepeatedRowCanStandForAnother",
+                     WithRows({kHomeRow, kHomeRow}),
+                     WithRows({kHomeRow, kRootRow}),
+                     true,
+                     {}}),
+    RowName<FsCompareRow>);
 
 TEST(CLoggerFsUsageMonitorConf, DumpsItsValuesAndRows) {
     const CTraceCapture trace;
-    Monitor(true, 4294967295U, 3, {kHomeRow}).OutPutMemberToDebugLog();
+    FsMonitor(true, 4294967295U, 3, {kHomeRow}).OutPutMemberToDebugLog();
     EXPECT_EQ((TraceLines{{4, "CLoggerFsUsageMonitorConf::OutPutMemberToDebugLog[START]"},
                           {1, "m_bMonitoringEnable=1"},
                           {1, "m_uiSamplingInterval=-1"},
@@ -461,7 +458,7 @@ TEST(CLoggerFsUsageMonitorConf, DumpsItsValuesAndRows) {
 
 TEST(CLoggerFsUsageMonitorConf, BeginsWithEverythingOff) {
     EXPECT_EQ("0 0 0 0", Describe(CLoggerFsUsageMonitorConf()));
-    CLoggerFsUsageMonitorConf conf = Monitor(true, 60, 3, kTwoRows);
+    CLoggerFsUsageMonitorConf conf = FsMonitor(true, 60, 3, kTwoRows);
     conf.m_iStatus = 1;
     conf.InitMember();
     EXPECT_EQ("0 0 0 0", Describe(conf));

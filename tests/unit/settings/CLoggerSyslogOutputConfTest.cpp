@@ -5,6 +5,7 @@
 #include "tests/support/CTempFile.h"
 #include "tests/support/CTraceCapture.h"
 #include "tests/support/TableTest.h"
+#include "tests/unit/settings/RecordTest.h"
 
 #include <sstream>
 
@@ -20,13 +21,13 @@ string Describe(const CLoggerSyslogOutputConf& conf) {
     return text.str();
 }
 
-CLoggerSyslogOutputConf ReadText(const string& text) {
+CLoggerSyslogOutputConf ReadAgentText(const string& text) {
     const CTempFile file(text);
     std::ifstream stream(file.Path());
     return CLoggerSyslogOutputConf(&stream);
 }
 
-TraceLines SetFlagLine(const string& bits) {
+TraceLines SyslogFlagLine(const string& bits) {
     return {{2, "CLoggerSyslogOutputConf::CLoggerSyslogOutputConf nSetFlag=" + bits}};
 }
 
@@ -66,21 +67,21 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- From agent.cfg ----
 
-struct FileRow {
+struct SyslogFileRow {
     string name;
     string text;
     string expected;
     TraceLines trace;
 };
-std::ostream& operator<<(std::ostream& out, const FileRow& row) {
+std::ostream& operator<<(std::ostream& out, const SyslogFileRow& row) {
     return out << row.text;
 }
 
-class ReadAgentConfig : public testing::TestWithParam<FileRow> {};
+class ReadAgentConfig : public testing::TestWithParam<SyslogFileRow> {};
 
 TEST_P(ReadAgentConfig, GivesTheSwitchesTheStatusAndTheTrace) {
     const CTraceCapture trace;
-    EXPECT_EQ(GetParam().expected, Describe(ReadText(GetParam().text)));
+    EXPECT_EQ(GetParam().expected, Describe(ReadAgentText(GetParam().text)));
     EXPECT_EQ(GetParam().trace, trace.Lines());
 }
 
@@ -89,83 +90,90 @@ const char kRest[] = "InformationAlert=False\nWarningAlert=True\nObstacleAlert=F
 INSTANTIATE_TEST_SUITE_P(
     Files, ReadAgentConfig,
     testing::Values(
-        FileRow{"AllKeys", string("SyslogOutput=True\n") + kRest, "1010 0", {}},
-        FileRow{"AllTrue",
-                "SyslogOutput=True\nInformationAlert=True\nWarningAlert=True\nObstacleAlert=True\n",
-                "1111 0",
-                {}},
-        FileRow{
+        SyslogFileRow{"AllKeys", string("SyslogOutput=True\n") + kRest, "1010 0", {}},
+        SyslogFileRow{
+            "AllTrue",
+            "SyslogOutput=True\nInformationAlert=True\nWarningAlert=True\nObstacleAlert=True\n",
+            "1111 0",
+            {}},
+        SyslogFileRow{
             "AnyOrder",
             "ObstacleAlert=True\nWarningAlert=False\nInformationAlert=True\nSyslogOutput=False\n",
             "0101 0",
             {}},
-        FileRow{"KeyMissing", "SyslogOutput=True\nInformationAlert=False\nWarningAlert=True\n",
-                "0000 1", SetFlagLine("0007")},
-        FileRow{"Empty", "", "0000 1", SetFlagLine("0000")},
-        FileRow{"OnlyTheLastKey", "ObstacleAlert=True\n", "0000 1", SetFlagLine("0008")},
-        FileRow{"LastValidLineWins",
-                string("SyslogOutput=True\n") + kRest + "SyslogOutput=False\n",
-                "0010 0",
-                {}},
-        FileRow{"CommentedLineIsSkipped",
-                string("#SyslogOutput=False\nSyslogOutput=True\n") + kRest,
-                "1010 0",
-                {}},
-        FileRow{"TextBehindTheValue", string("SyslogOutput=True # on\n") + kRest, "1010 0", {}},
-        FileRow{"InvalidFirstValue", string("SyslogOutput=yes\n") + kRest, "0000 1",
-                SetFlagLine("0000")},
-        FileRow{"LowerCaseValue", string("SyslogOutput=true\n") + kRest, "0000 1",
-                SetFlagLine("0000")},
-        FileRow{"UpperCaseValue", string("SyslogOutput=TRUE\n") + kRest, "0000 1",
-                SetFlagLine("0000")},
-        FileRow{"NumberAsValue", string("SyslogOutput=1\n") + kRest, "0000 1", SetFlagLine("0000")},
-        FileRow{"CarriageReturnBehindTheValue", string("SyslogOutput=True\r\n") + kRest, "0000 1",
-                SetFlagLine("0000")},
-        FileRow{
+        SyslogFileRow{"KeyMissing",
+                      "SyslogOutput=True\nInformationAlert=False\nWarningAlert=True\n", "0000 1",
+                      SyslogFlagLine("0007")},
+        SyslogFileRow{"Empty", "", "0000 1", SyslogFlagLine("0000")},
+        SyslogFileRow{"OnlyTheLastKey", "ObstacleAlert=True\n", "0000 1", SyslogFlagLine("0008")},
+        SyslogFileRow{"LastValidLineWins",
+                      string("SyslogOutput=True\n") + kRest + "SyslogOutput=False\n",
+                      "0010 0",
+                      {}},
+        SyslogFileRow{"CommentedLineIsSkipped",
+                      string("#SyslogOutput=False\nSyslogOutput=True\n") + kRest,
+                      "1010 0",
+                      {}},
+        SyslogFileRow{
+            "TextBehindTheValue", string("SyslogOutput=True # on\n") + kRest, "1010 0", {}},
+        SyslogFileRow{"InvalidFirstValue", string("SyslogOutput=yes\n") + kRest, "0000 1",
+                      SyslogFlagLine("0000")},
+        SyslogFileRow{"LowerCaseValue", string("SyslogOutput=true\n") + kRest, "0000 1",
+                      SyslogFlagLine("0000")},
+        SyslogFileRow{"UpperCaseValue", string("SyslogOutput=TRUE\n") + kRest, "0000 1",
+                      SyslogFlagLine("0000")},
+        SyslogFileRow{"NumberAsValue", string("SyslogOutput=1\n") + kRest, "0000 1",
+                      SyslogFlagLine("0000")},
+        SyslogFileRow{"CarriageReturnBehindTheValue", string("SyslogOutput=True\r\n") + kRest,
+                      "0000 1", SyslogFlagLine("0000")},
+        SyslogFileRow{
             "InvalidValueAfterSomeKeys",
             "SyslogOutput=True\nInformationAlert=maybe\nWarningAlert=True\nObstacleAlert=True\n",
-            "0000 1", SetFlagLine("0001")},
+            "0000 1", SyslogFlagLine("0001")},
         // Once every key had a valid value, an invalid one is not traced and clears nothing.
-        FileRow{"InvalidValueAfterAllKeys",
-                string("SyslogOutput=True\n") + kRest + "SyslogOutput=yes\nWarningAlert=False\n",
-                "1010 1",
-                {}},
-        FileRow{"KeyWithoutValueStaysUnset", string("SyslogOutput=\n") + kRest, "0000 1",
-                SetFlagLine("000E")},
-        FileRow{"KeyWithoutValueGoesOnToTheNextKey",
-                string("SyslogOutput=True\n#SyslogOutput\n") + kRest,
-                "1010 0",
-                {}},
-        FileRow{"NoFinalNewline",
-                "SyslogOutput=True\nInformationAlert=False\nWarningAlert=True\nObstacleAlert=True",
-                "1011 0",
-                {}},
-        FileRow{
+        SyslogFileRow{"InvalidValueAfterAllKeys",
+                      string("SyslogOutput=True\n") + kRest +
+                          "SyslogOutput=yes\nWarningAlert=False\n",
+                      "1010 1",
+                      {}},
+        SyslogFileRow{"KeyWithoutValueStaysUnset", string("SyslogOutput=\n") + kRest, "0000 1",
+                      SyslogFlagLine("000E")},
+        SyslogFileRow{"KeyWithoutValueGoesOnToTheNextKey",
+                      string("SyslogOutput=True\n#SyslogOutput\n") + kRest,
+                      "1010 0",
+                      {}},
+        SyslogFileRow{
+            "NoFinalNewline",
+            "SyslogOutput=True\nInformationAlert=False\nWarningAlert=True\nObstacleAlert=True",
+            "1011 0",
+            {}},
+        SyslogFileRow{
             "BlanksAroundTheEqualsSign", string("  SyslogOutput  =  True\n") + kRest, "1010 0", {}},
-        FileRow{"TabBeforeTheValue", string("SyslogOutput=\tTrue\n") + kRest, "0000 1",
-                SetFlagLine("0000")},
-        FileRow{"KeyInsideALongerWord", string("MySyslogOutputToo=True\n") + kRest, "1010 0", {}},
-        FileRow{"KeyInOtherCaseIsNotAKey", string("syslogoutput=True\n") + kRest, "0000 1",
-                SetFlagLine("000E")},
-        FileRow{"OtherLinesAreIgnored",
-                string("\n# text\nLogLevel=3\nSyslogOutput=True\n") + kRest,
-                "1010 0",
-                {}},
+        SyslogFileRow{"TabBeforeTheValue", string("SyslogOutput=\tTrue\n") + kRest, "0000 1",
+                      SyslogFlagLine("0000")},
+        SyslogFileRow{
+            "KeyInsideALongerWord", string("MySyslogOutputToo=True\n") + kRest, "1010 0", {}},
+        SyslogFileRow{"KeyInOtherCaseIsNotAKey", string("syslogoutput=True\n") + kRest, "0000 1",
+                      SyslogFlagLine("000E")},
+        SyslogFileRow{"OtherLinesAreIgnored",
+                      string("\n# text\nLogLevel=3\nSyslogOutput=True\n") + kRest,
+                      "1010 0",
+                      {}},
         // The first key of the line whose value can be read takes the line.
-        FileRow{"TwoKeysOnALine",
-                string("SyslogOutput=True WarningAlert=False\n") + kRest,
-                "1010 0",
-                {}},
-        FileRow{"OneValueForTwoKeysIsTheFirstOnes",
-                string(kRest) + "ObstacleAlert SyslogOutput=True\n",
-                "1010 0",
-                {}},
-        FileRow{"FirstKeyCommentedSecondTaken",
-                string("WarningAlert=False #SyslogOutput=True\nSyslogOutput=True\n"
-                       "InformationAlert=True\nObstacleAlert=True\n"),
-                "1101 0",
-                {}}),
-    RowName<FileRow>);
+        SyslogFileRow{"TwoKeysOnALine",
+                      string("SyslogOutput=True WarningAlert=False\n") + kRest,
+                      "1010 0",
+                      {}},
+        SyslogFileRow{"OneValueForTwoKeysIsTheFirstOnes",
+                      string(kRest) + "ObstacleAlert SyslogOutput=True\n",
+                      "1010 0",
+                      {}},
+        SyslogFileRow{"FirstKeyCommentedSecondTaken",
+                      string("WarningAlert=False #SyslogOutput=True\nSyslogOutput=True\n"
+                             "InformationAlert=True\nObstacleAlert=True\n"),
+                      "1101 0",
+                      {}}),
+    RowName<SyslogFileRow>);
 
 TEST(CLoggerSyslogOutputConf, ReadsAStreamThatWasReadToItsEnd) {
     const CTempFile file(string("SyslogOutput=True\n") + kRest);
@@ -184,7 +192,7 @@ TEST(CLoggerSyslogOutputConf, StreamThatCouldNotBeOpenedHasNoKeys) {
     const CTraceCapture trace;
     std::ifstream stream("/nonexistent/agent.cfg");
     EXPECT_EQ("0000 1", Describe(CLoggerSyslogOutputConf(&stream)));
-    EXPECT_EQ(SetFlagLine("0000"), trace.Lines());
+    EXPECT_EQ(SyslogFlagLine("0000"), trace.Lines());
 }
 
 // ---- From and to WBEM objects ----
@@ -273,18 +281,18 @@ TEST(CLoggerSyslogOutputConf, PropertyThatCannotBeSetFailsAndKeepsThoseBefore) {
 
 // ---- Comparison and dump ----
 
-struct CompareRow {
+struct SyslogCompareRow {
     string name;
     CLoggerSyslogOutputConf left;
     CLoggerSyslogOutputConf right;
     bool expected;
     TraceLines trace;
 };
-std::ostream& operator<<(std::ostream& out, const CompareRow& row) {
+std::ostream& operator<<(std::ostream& out, const SyslogCompareRow& row) {
     return out << Describe(row.left) << " and " << Describe(row.right);
 }
 
-class CompareSyslog : public testing::TestWithParam<CompareRow> {};
+class CompareSyslog : public testing::TestWithParam<SyslogCompareRow> {};
 
 TEST_P(CompareSyslog, NamesTheFirstDifference) {
     const CTraceCapture trace;
@@ -292,46 +300,47 @@ TEST_P(CompareSyslog, NamesTheFirstDifference) {
     EXPECT_EQ(GetParam().trace, trace.Lines());
 }
 
-CLoggerSyslogOutputConf WithStatus(int status) {
-    CLoggerSyslogOutputConf conf;
-    conf.m_iStatus = status;
-    return conf;
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Records, CompareSyslog,
     testing::Values(
-        CompareRow{"Equal",
-                   Switches(true, false, true, false),
-                   Switches(true, false, true, false),
-                   true,
-                   {}},
-        CompareRow{"OnlyTheStatusDiffers", WithStatus(0), WithStatus(1), true, {}},
-        CompareRow{"SyslogOutput",
-                   Switches(true, true, true, true),
-                   Switches(false, false, false, false),
-                   false,
-                   {{2, "CLoggerSyslogOutputConf::Compare SyslogOutput not same. SyslogOutput1=1 "
-                        "SyslogOutput2=0"}}},
-        CompareRow{"InformationAlert",
-                   Switches(true, false, true, true),
-                   Switches(true, true, false, false),
-                   false,
-                   {{2, "CLoggerSyslogOutputConf::Compare InformationAlert not same. "
-                        "InformationAlert1=0 InformationAlert2=1"}}},
-        CompareRow{"WarningAlert",
-                   Switches(true, true, true, true),
-                   Switches(true, true, false, false),
-                   false,
-                   {{2, "CLoggerSyslogOutputConf::Compare WarningAlert not same. WarningAlert1=1 "
-                        "WarningAlert2=0"}}},
-        CompareRow{"ObstacleAlert",
-                   Switches(true, true, true, false),
-                   Switches(true, true, true, true),
-                   false,
-                   {{2, "CLoggerSyslogOutputConf::Compare ObstacleAlert not same. ObstacleAlert1=0 "
-                        "ObstacleAlert2=1"}}}),
-    RowName<CompareRow>);
+        SyslogCompareRow{"Equal",
+                         Switches(true, false, true, false),
+                         Switches(true, false, true, false),
+                         true,
+                         {}},
+        SyslogCompareRow{"OnlyTheStatusDiffers",
+                         CLoggerSyslogOutputConf(),
+                         WithStatus(CLoggerSyslogOutputConf(), 1),
+                         true,
+                         {}},
+        SyslogCompareRow{
+            "SyslogOutput",
+            Switches(true, true, true, true),
+            Switches(false, false, false, false),
+            false,
+            {{2, "CLoggerSyslogOutputConf::Compare SyslogOutput not same. SyslogOutput1=1 "
+                 "SyslogOutput2=0"}}},
+        SyslogCompareRow{"InformationAlert",
+                         Switches(true, false, true, true),
+                         Switches(true, true, false, false),
+                         false,
+                         {{2, "CLoggerSyslogOutputConf::Compare InformationAlert not same. "
+                              "InformationAlert1=0 InformationAlert2=1"}}},
+        SyslogCompareRow{
+            "WarningAlert",
+            Switches(true, true, true, true),
+            Switches(true, true, false, false),
+            false,
+            {{2, "CLoggerSyslogOutputConf::Compare WarningAlert not same. WarningAlert1=1 "
+                 "WarningAlert2=0"}}},
+        SyslogCompareRow{
+            "ObstacleAlert",
+            Switches(true, true, true, false),
+            Switches(true, true, true, true),
+            false,
+            {{2, "CLoggerSyslogOutputConf::Compare ObstacleAlert not same. ObstacleAlert1=0 "
+                 "ObstacleAlert2=1"}}}),
+    RowName<SyslogCompareRow>);
 
 TEST(CLoggerSyslogOutputConf, DumpsItsSwitches) {
     const CTraceCapture trace;

@@ -5,6 +5,7 @@
 #include "tests/support/CTempFile.h"
 #include "tests/support/CTraceCapture.h"
 #include "tests/support/TableTest.h"
+#include "tests/unit/settings/RecordTest.h"
 
 #include <sstream>
 
@@ -20,9 +21,9 @@ string Describe(const CLoggerUsageMonitorConf& conf) {
     return text.str();
 }
 
-const char kFailed[] = "0 0 0 0 1";
+const char kUsageFailed[] = "0 0 0 0 1";
 
-TraceLines SetFlagLine(const string& bits) {
+TraceLines UsageFlagLine(const string& bits) {
     return {{2, "CLoggerUsageMonitorConf::CLoggerUsageMonitorConf nSetFlag=" + bits}};
 }
 
@@ -38,55 +39,55 @@ CLoggerUsageMonitorConf Monitor(bool enable, unsigned int interval, unsigned int
 
 // ---- Value lists ----
 
-struct ListRow {
+struct UsageListRow {
     string name;
     string line;
     unsigned int keyPos;
     string expected;
 };
-std::ostream& operator<<(std::ostream& out, const ListRow& row) {
+std::ostream& operator<<(std::ostream& out, const UsageListRow& row) {
     return out << '"' << row.line << '"';
 }
 
-class GetValueList : public testing::TestWithParam<ListRow> {};
+class GetValueList : public testing::TestWithParam<UsageListRow> {};
 
 TEST_P(GetValueList, IsTheTextBetweenTheParentheses) {
-    const ListRow& row = GetParam();
+    const UsageListRow& row = GetParam();
     EXPECT_EQ(row.expected, CLoggerUsageMonitorConf::GetValueListFromString(row.line, row.keyPos));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, GetValueList,
-    testing::Values(ListRow{"Plain", "CPU=(True,60,5,80)", 0, "True,60,5,80"},
-                    ListRow{"BlanksAreKept", "CPU = ( True, 60 )", 0, " True, 60 "},
-                    ListRow{"Empty", "CPU=()", 0, ""},
-                    ListRow{"NoParentheses", "CPU=True,60,5,80", 0, ""},
-                    ListRow{"Commented", "#CPU=(True,60,5,80)", 1, ""},
-                    ListRow{"NoClosing", "CPU=(True,60", 0, ""},
-                    ListRow{"NoOpening", "CPU=True,60)", 0, ""},
-                    ListRow{"WrongWayRound", "CPU=)True(", 0, ""},
-                    ListRow{"WrongWayRoundSideBySide", "CPU=)(True", 0, ""},
-                    ListRow{"ClosingBeforeThePair", "CPU=) (True)", 0, ""},
-                    ListRow{"ParenthesesBeforeTheEqualsSign", "(x) CPU=(True)", 4, "True"},
-                    ListRow{"EarlierEqualsSign", "X=1 CPU=(True,60,5,80)", 4, ""},
-                    ListRow{"NestedEndsAtTheFirstClosing", "CPU=((a),b)", 0, "(a"},
-                    ListRow{"TextBehindIsIgnored", "CPU=(a) (b)", 0, "a"}),
-    RowName<ListRow>);
+    testing::Values(UsageListRow{"Plain", "CPU=(True,60,5,80)", 0, "True,60,5,80"},
+                    UsageListRow{"BlanksAreKept", "CPU = ( True, 60 )", 0, " True, 60 "},
+                    UsageListRow{"Empty", "CPU=()", 0, ""},
+                    UsageListRow{"NoParentheses", "CPU=True,60,5,80", 0, ""},
+                    UsageListRow{"Commented", "#CPU=(True,60,5,80)", 1, ""},
+                    UsageListRow{"NoClosing", "CPU=(True,60", 0, ""},
+                    UsageListRow{"NoOpening", "CPU=True,60)", 0, ""},
+                    UsageListRow{"WrongWayRound", "CPU=)True(", 0, ""},
+                    UsageListRow{"WrongWayRoundSideBySide", "CPU=)(True", 0, ""},
+                    UsageListRow{"ClosingBeforeThePair", "CPU=) (True)", 0, ""},
+                    UsageListRow{"ParenthesesBeforeTheEqualsSign", "(x) CPU=(True)", 4, "True"},
+                    UsageListRow{"EarlierEqualsSign", "X=1 CPU=(True,60,5,80)", 4, ""},
+                    UsageListRow{"NestedEndsAtTheFirstClosing", "CPU=((a),b)", 0, "(a"},
+                    UsageListRow{"TextBehindIsIgnored", "CPU=(a) (b)", 0, "a"}),
+    RowName<UsageListRow>);
 
 // ---- From alert.cfg ----
 
-struct FileRow {
+struct UsageFileRow {
     string name;
     string text;
     string key;
     string expected;
     TraceLines trace;
 };
-std::ostream& operator<<(std::ostream& out, const FileRow& row) {
+std::ostream& operator<<(std::ostream& out, const UsageFileRow& row) {
     return out << row.key << " in\n" << row.text;
 }
 
-class ReadAlertConfig : public testing::TestWithParam<FileRow> {};
+class ReadAlertConfig : public testing::TestWithParam<UsageFileRow> {};
 
 TEST_P(ReadAlertConfig, GivesTheValuesTheStatusAndTheTrace) {
     const CTempFile file(GetParam().text);
@@ -99,91 +100,96 @@ TEST_P(ReadAlertConfig, GivesTheValuesTheStatusAndTheTrace) {
 INSTANTIATE_TEST_SUITE_P(
     Files, ReadAlertConfig,
     testing::Values(
-        FileRow{"Good", "CPU=(True,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
-        FileRow{"GoodWithBlanks", "  CPU=( True, 60, 5, 80 ) # note\n", "CPU", "1 60 5 80 0", {}},
-        FileRow{"ThreeFields", "CPU=(True,60,5)\n", "CPU", kFailed, SetFlagLine("0000")},
-        FileRow{"FiveFields", "CPU=(True,60,5,80,1)\n", "CPU", kFailed, SetFlagLine("0000")},
-        FileRow{"TrailingComma", "CPU=(True,60,5,80,)\n", "CPU", kFailed, SetFlagLine("0000")},
-        FileRow{"EmptyFieldIsZero", "CPU=(True,,5,80)\n", "CPU", "1 0 5 80 0", {}},
-        FileRow{"NeitherTrueNorFalse", "CPU=(on,60,5,80)\n", "CPU", kFailed, SetFlagLine("000E")},
-        FileRow{"SwitchInOtherCase", "CPU=(true,60,5,80)\n", "CPU", kFailed, SetFlagLine("000E")},
-        FileRow{"SwitchInsideAWord", "CPU=(UnTrueish,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
-        FileRow{"BothSwitchWordsAreTrue", "CPU=(TrueFalse,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
-        FileRow{"BothSwitchWordsTheOtherWayAreTrue",
-                "CPU=(False True,60,5,80)\n",
-                "CPU",
-                "1 60 5 80 0",
-                {}},
-        FileRow{"NoNumberIsZero", "CPU=(False,abc,5,80)\n", "CPU", "0 0 5 80 0", {}},
-        FileRow{"TrailingTextIsIgnored", "CPU=(False,60s,5x,80%)\n", "CPU", "0 60 5 80 0", {}},
-        FileRow{"NegativeNumbersWrap",
-                "CPU=(False,-1,-2,-3)\n",
-                "CPU",
-                "0 4294967295 4294967294 -3 0",
-                {}},
-        FileRow{"NoRangeCheck", "CPU=(True,0,0,150)\n", "CPU", "1 0 0 150 0", {}},
-        FileRow{"LargestUnsigned",
-                "CPU=(True,4294967295,4294967296,80)\n",
-                "CPU",
-                "1 4294967295 0 80 0",
-                {}},
-        FileRow{"CommentedLineIsSkipped",
-                "#CPU=(True,1,1,1)\nCPU=(False,2,2,2)\n",
-                "CPU",
-                "0 2 2 2 0",
-                {}},
-        FileRow{"FirstOfTwoLinesIsUsed",
-                "CPU=(True,1,1,1)\nCPU=(False,2,2,2)\n",
-                "CPU",
-                "1 1 1 1 0",
-                {}},
-        FileRow{"FirstLineIsUsedEvenWhenMalformed", "CPU=(True)\nCPU=(False,2,2,2)\n", "CPU",
-                kFailed, SetFlagLine("0000")},
-        FileRow{
+        UsageFileRow{"Good", "CPU=(True,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
+        UsageFileRow{
+            "GoodWithBlanks", "  CPU=( True, 60, 5, 80 ) # note\n", "CPU", "1 60 5 80 0", {}},
+        UsageFileRow{"ThreeFields", "CPU=(True,60,5)\n", "CPU", kUsageFailed,
+                     UsageFlagLine("0000")},
+        UsageFileRow{"FiveFields", "CPU=(True,60,5,80,1)\n", "CPU", kUsageFailed,
+                     UsageFlagLine("0000")},
+        UsageFileRow{"TrailingComma", "CPU=(True,60,5,80,)\n", "CPU", kUsageFailed,
+                     UsageFlagLine("0000")},
+        UsageFileRow{"EmptyFieldIsZero", "CPU=(True,,5,80)\n", "CPU", "1 0 5 80 0", {}},
+        UsageFileRow{"NeitherTrueNorFalse", "CPU=(on,60,5,80)\n", "CPU", kUsageFailed,
+                     UsageFlagLine("000E")},
+        UsageFileRow{"SwitchInOtherCase", "CPU=(true,60,5,80)\n", "CPU", kUsageFailed,
+                     UsageFlagLine("000E")},
+        UsageFileRow{"SwitchInsideAWord", "CPU=(UnTrueish,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
+        UsageFileRow{
+            "BothSwitchWordsAreTrue", "CPU=(TrueFalse,60,5,80)\n", "CPU", "1 60 5 80 0", {}},
+        UsageFileRow{"BothSwitchWordsTheOtherWayAreTrue",
+                     "CPU=(False True,60,5,80)\n",
+                     "CPU",
+                     "1 60 5 80 0",
+                     {}},
+        UsageFileRow{"NoNumberIsZero", "CPU=(False,abc,5,80)\n", "CPU", "0 0 5 80 0", {}},
+        UsageFileRow{"TrailingTextIsIgnored", "CPU=(False,60s,5x,80%)\n", "CPU", "0 60 5 80 0", {}},
+        UsageFileRow{"NegativeNumbersWrap",
+                     "CPU=(False,-1,-2,-3)\n",
+                     "CPU",
+                     "0 4294967295 4294967294 -3 0",
+                     {}},
+        UsageFileRow{"NoRangeCheck", "CPU=(True,0,0,150)\n", "CPU", "1 0 0 150 0", {}},
+        UsageFileRow{"LargestUnsigned",
+                     "CPU=(True,4294967295,4294967296,80)\n",
+                     "CPU",
+                     "1 4294967295 0 80 0",
+                     {}},
+        UsageFileRow{"CommentedLineIsSkipped",
+                     "#CPU=(True,1,1,1)\nCPU=(False,2,2,2)\n",
+                     "CPU",
+                     "0 2 2 2 0",
+                     {}},
+        UsageFileRow{"FirstOfTwoLinesIsUsed",
+                     "CPU=(True,1,1,1)\nCPU=(False,2,2,2)\n",
+                     "CPU",
+                     "1 1 1 1 0",
+                     {}},
+        UsageFileRow{"FirstLineIsUsedEvenWhenMalformed", "CPU=(True)\nCPU=(False,2,2,2)\n", "CPU",
+                     kUsageFailed, UsageFlagLine("0000")},
+        UsageFileRow{
             "LineWithEmptyListIsSkipped", "CPU=()\nCPU=(False,2,2,2)\n", "CPU", "0 2 2 2 0", {}},
-        FileRow{"BlankBeforeTheEqualsSign", "CPU =(True,60,5,80)\n", "CPU", kFailed,
-                SetFlagLine("0000")},
-        FileRow{"OtherKeyIsNotTaken", "MEMORY=(True,60,5,80)\n", "CPU", kFailed,
-                SetFlagLine("0000")},
-        FileRow{"OtherKeyIsNotTakenEither", "CPU=(True,60,5,80)\n", "MEMORY", kFailed,
-                SetFlagLine("0000")},
-        FileRow{
+        UsageFileRow{"BlankBeforeTheEqualsSign", "CPU =(True,60,5,80)\n", "CPU", kUsageFailed,
+                     UsageFlagLine("0000")},
+        UsageFileRow{"OtherKeyIsNotTaken", "MEMORY=(True,60,5,80)\n", "CPU", kUsageFailed,
+                     UsageFlagLine("0000")},
+        UsageFileRow{"OtherKeyIsNotTakenEither", "CPU=(True,60,5,80)\n", "MEMORY", kUsageFailed,
+                     UsageFlagLine("0000")},
+        UsageFileRow{
             "Memory", "CPU=(True,1,1,1)\nMEMORY=(False,30,3,85)\n", "MEMORY", "0 30 3 85 0", {}},
-        FileRow{"KeyInsideALongerWord", "XCPU=(True,1,1,1)\n", "CPU", "1 1 1 1 0", {}},
-        FileRow{"EarlierEqualsSign", "X=1 CPU=(True,1,1,1)\n", "CPU", kFailed, SetFlagLine("0000")},
-        FileRow{"CarriageReturnBehindTheList", "CPU=(True,60,5,80)\r\n", "CPU", "1 60 5 80 0", {}},
-        FileRow{"NoFinalNewline", "CPU=(True,60,5,80)", "CPU", "1 60 5 80 0", {}},
-        FileRow{"EmptyFile", "", "CPU", kFailed, SetFlagLine("0000")},
-        FileRow{"EmptyKey", "CPU=(True,60,5,80)\n", "", kFailed, {}}),
-    RowName<FileRow>);
+        UsageFileRow{"KeyInsideALongerWord", "XCPU=(True,1,1,1)\n", "CPU", "1 1 1 1 0", {}},
+        UsageFileRow{"EarlierEqualsSign", "X=1 CPU=(True,1,1,1)\n", "CPU", kUsageFailed,
+                     UsageFlagLine("0000")},
+        UsageFileRow{
+            "CarriageReturnBehindTheList", "CPU=(True,60,5,80)\r\n", "CPU", "1 60 5 80 0", {}},
+        UsageFileRow{"NoFinalNewline", "CPU=(True,60,5,80)", "CPU", "1 60 5 80 0", {}},
+        UsageFileRow{"EmptyFile", "", "CPU", kUsageFailed, UsageFlagLine("0000")},
+        UsageFileRow{"EmptyKey", "CPU=(True,60,5,80)\n", "", kUsageFailed, {}}),
+    RowName<UsageFileRow>);
 
 TEST(CLoggerUsageMonitorConf, ReadsTheSameStreamForEveryKey) {
     const CTempFile file("MEMORY=(False,30,3,85)\nCPU=(True,60,5,80)\n");
     std::ifstream stream(file.Path());
     EXPECT_EQ("1 60 5 80 0", Describe(CLoggerUsageMonitorConf(&stream, "CPU")));
     EXPECT_EQ("0 30 3 85 0", Describe(CLoggerUsageMonitorConf(&stream, "MEMORY")));
-    EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(&stream, "DISK")));
+    EXPECT_EQ(kUsageFailed, Describe(CLoggerUsageMonitorConf(&stream, "DISK")));
     EXPECT_EQ("1 60 5 80 0", Describe(CLoggerUsageMonitorConf(&stream, "CPU")));
 }
 
 TEST(CLoggerUsageMonitorConf, NullsFailWithoutATrace) {
     const CTraceCapture trace;
-    EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(nullptr, "CPU")));
-    EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(nullptr)));
+    EXPECT_EQ(kUsageFailed, Describe(CLoggerUsageMonitorConf(nullptr, "CPU")));
+    EXPECT_EQ(kUsageFailed, Describe(CLoggerUsageMonitorConf(nullptr)));
     EXPECT_FALSE(CLoggerUsageMonitorConf().ConvertToIWbemClassObject(nullptr));
     EXPECT_EQ(TraceLines{}, trace.Lines());
 }
 
 // ---- From and to WBEM objects ----
 
-struct PropertyRow {
-    string name; // of the property
-    string kind; // of the operation that reads and sets it
-};
-const std::vector<PropertyRow> kProperties = {{"MonitoringEnable", "Bool"},
-                                              {"SamplingInterval", "UInt"},
-                                              {"SamplingCount", "UInt"},
-                                              {"Threshold", "Int"}};
+const std::vector<PropertyRow> kUsageProperties = {{"MonitoringEnable", "Bool"},
+                                                   {"SamplingInterval", "UInt"},
+                                                   {"SamplingCount", "UInt"},
+                                                   {"Threshold", "Int"}};
 
 TEST(CLoggerUsageMonitorConf, ExtremeValuesSurviveTheObject) {
     const CLoggerUsageMonitorConf conf = Monitor(true, 4294967295U, 0, -2147483647 - 1);
@@ -195,23 +201,23 @@ TEST(CLoggerUsageMonitorConf, ExtremeValuesSurviveTheObject) {
 TEST(CLoggerUsageMonitorConf, WritesItsPropertiesInOrder) {
     IWbemClassObject object;
     ASSERT_TRUE(Monitor(true, 1, 2, 3).ConvertToIWbemClassObject(&object));
-    ASSERT_EQ(kProperties.size(), object.GetProperties().size());
+    ASSERT_EQ(kUsageProperties.size(), object.GetProperties().size());
     const WbemType types[] = {WbemType::Boolean, WbemType::UInt32, WbemType::UInt32,
                               WbemType::SInt32};
-    for (std::size_t i = 0; i < kProperties.size(); ++i) {
-        EXPECT_EQ(kProperties[i].name, object.GetProperties()[i].m_sName);
+    for (std::size_t i = 0; i < kUsageProperties.size(); ++i) {
+        EXPECT_EQ(kUsageProperties[i].name, object.GetProperties()[i].m_sName);
         EXPECT_EQ(types[i], object.GetProperties()[i].m_type);
     }
 }
 
 TEST(CLoggerUsageMonitorConf, NeedsEachPropertyOfTheObject) {
-    for (const PropertyRow& missing : kProperties) {
+    for (const PropertyRow& missing : kUsageProperties) {
         SCOPED_TRACE(missing.name);
         IWbemClassObject object;
         Monitor(true, 60, 5, 80).ConvertToIWbemClassObject(&object);
         object.Put(missing.name.c_str(), {});
         const CTraceCapture trace;
-        EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(&object)));
+        EXPECT_EQ(kUsageFailed, Describe(CLoggerUsageMonitorConf(&object)));
         EXPECT_EQ((TraceLines{{2, "CLoggerUsageMonitorConf::CLoggerUsageMonitorConf get" +
                                       missing.kind + "FromIWbemClassObject is FAILED 80041002"}}),
                   trace.Lines());
@@ -219,16 +225,16 @@ TEST(CLoggerUsageMonitorConf, NeedsEachPropertyOfTheObject) {
 }
 
 TEST(CLoggerUsageMonitorConf, PropertiesAreReadInOrderUntilOneFails) {
-    for (auto missing = kProperties.begin(); missing != kProperties.end(); ++missing) {
+    for (auto missing = kUsageProperties.begin(); missing != kUsageProperties.end(); ++missing) {
         SCOPED_TRACE(missing->name);
         IWbemClassObject object;
         Monitor(true, 60, 5, 80).ConvertToIWbemClassObject(&object);
         object.Put(missing->name.c_str(), {});
-        for (auto later = std::next(missing); later != kProperties.end(); ++later) {
+        for (auto later = std::next(missing); later != kUsageProperties.end(); ++later) {
             object.Put(later->name.c_str(), CWbemObjectArray{}); // fails with another code
         }
         const CTraceCapture trace;
-        EXPECT_EQ(kFailed, Describe(CLoggerUsageMonitorConf(&object)));
+        EXPECT_EQ(kUsageFailed, Describe(CLoggerUsageMonitorConf(&object)));
         EXPECT_EQ((TraceLines{{2, "CLoggerUsageMonitorConf::CLoggerUsageMonitorConf get" +
                                       missing->kind + "FromIWbemClassObject is FAILED 80041002"}}),
                   trace.Lines());
@@ -236,7 +242,7 @@ TEST(CLoggerUsageMonitorConf, PropertiesAreReadInOrderUntilOneFails) {
 }
 
 TEST(CLoggerUsageMonitorConf, PropertyThatCannotBeSetFails) {
-    for (const PropertyRow& refused : kProperties) {
+    for (const PropertyRow& refused : kUsageProperties) {
         SCOPED_TRACE(refused.name);
         IWbemClassObject object;
         object.DefineProperty(refused.name, WbemType::String);
@@ -250,27 +256,22 @@ TEST(CLoggerUsageMonitorConf, PropertyThatCannotBeSetFails) {
 
 // ---- Comparison and dump ----
 
-struct CompareRow {
+struct UsageCompareRow {
     string name;
     CLoggerUsageMonitorConf right;
     bool expected;
     TraceLines trace;
 };
-std::ostream& operator<<(std::ostream& out, const CompareRow& row) {
+std::ostream& operator<<(std::ostream& out, const UsageCompareRow& row) {
     return out << Describe(row.right);
 }
 
-class CompareMonitor : public testing::TestWithParam<CompareRow> {};
+class CompareMonitor : public testing::TestWithParam<UsageCompareRow> {};
 
 TEST_P(CompareMonitor, NamesTheFirstDifference) {
     const CTraceCapture trace;
     EXPECT_EQ(GetParam().expected, Monitor(true, 60, 5, 80).Compare(&GetParam().right));
     EXPECT_EQ(GetParam().trace, trace.Lines());
-}
-
-CLoggerUsageMonitorConf WithStatus(CLoggerUsageMonitorConf conf, int status) {
-    conf.m_iStatus = status;
-    return conf;
 }
 
 TraceLines Difference(const string& field, const string& left, const string& right) {
@@ -280,19 +281,20 @@ TraceLines Difference(const string& field, const string& left, const string& rig
 
 INSTANTIATE_TEST_SUITE_P(
     Records, CompareMonitor,
-    testing::Values(
-        CompareRow{"Equal", Monitor(true, 60, 5, 80), true, {}},
-        CompareRow{"OnlyTheStatusDiffers", WithStatus(Monitor(true, 60, 5, 80), 1), true, {}},
-        CompareRow{"Enable", Monitor(false, 1, 2, 3), false,
-                   Difference("MonitoringEnable", "1", "0")},
-        CompareRow{"Interval", Monitor(true, 61, 2, 3), false,
-                   Difference("SamplingInterval", "60", "61")},
-        CompareRow{"LargeIntervalIsShownSigned", Monitor(true, 4294967295U, 2, 3), false,
-                   Difference("SamplingInterval", "60", "-1")},
-        CompareRow{"Count", Monitor(true, 60, 6, 3), false, Difference("SamplingCount", "5", "6")},
-        CompareRow{"Threshold", Monitor(true, 60, 5, -80), false,
-                   Difference("Threshold", "80", "-80")}),
-    RowName<CompareRow>);
+    testing::Values(UsageCompareRow{"Equal", Monitor(true, 60, 5, 80), true, {}},
+                    UsageCompareRow{
+                        "OnlyTheStatusDiffers", WithStatus(Monitor(true, 60, 5, 80), 1), true, {}},
+                    UsageCompareRow{"Enable", Monitor(false, 1, 2, 3), false,
+                                    Difference("MonitoringEnable", "1", "0")},
+                    UsageCompareRow{"Interval", Monitor(true, 61, 2, 3), false,
+                                    Difference("SamplingInterval", "60", "61")},
+                    UsageCompareRow{"LargeIntervalIsShownSigned", Monitor(true, 4294967295U, 2, 3),
+                                    false, Difference("SamplingInterval", "60", "-1")},
+                    UsageCompareRow{"Count", Monitor(true, 60, 6, 3), false,
+                                    Difference("SamplingCount", "5", "6")},
+                    UsageCompareRow{"Threshold", Monitor(true, 60, 5, -80), false,
+                                    Difference("Threshold", "80", "-80")}),
+    RowName<UsageCompareRow>);
 
 TEST(CLoggerUsageMonitorConf, DumpsItsValuesSigned) {
     const CTraceCapture trace;

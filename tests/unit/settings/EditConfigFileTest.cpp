@@ -88,17 +88,17 @@ TEST(EditConfigFile, ZeroBytesAreKept) {
     EXPECT_EQ(agent, ReadFile(KzmPaths::kAgentConfig));
 }
 
-struct FailureRow {
+struct EditFailureRow {
     string name;
     std::function<void(const CTestRoot&)> prepare;
     string reason;
     bool agentWritten;
 };
-std::ostream& operator<<(std::ostream& out, const FailureRow& row) {
+std::ostream& operator<<(std::ostream& out, const EditFailureRow& row) {
     return out << row.name;
 }
 
-class EditConfigFileFailure : public testing::TestWithParam<FailureRow> {};
+class EditConfigFileFailure : public testing::TestWithParam<EditFailureRow> {};
 
 // The text of a file; empty when there is none that can be read.
 string TextOf(const string& path) {
@@ -128,36 +128,40 @@ TEST_P(EditConfigFileFailure, TracesTheReasonAndLeavesTheFilesAsDocumented) {
 INSTANTIATE_TEST_SUITE_P(
     Files, EditConfigFileFailure,
     testing::Values(
-        FailureRow{"AgentMissing", [](const CTestRoot&) { unlink(KzmPaths::kAgentConfig); },
-                   "agent.cfg open error", false},
-        FailureRow{"AgentUnreadable", [](const CTestRoot&) { chmod(KzmPaths::kAgentConfig, 0200); },
-                   "agent.cfg open error", false},
-        FailureRow{"AgentNotEditable",
-                   [](const CTestRoot& root) { root.SetAgentConfig("SyslogOutput=True\n"); },
-                   "EditAgent failure", false},
-        FailureRow{"AgentEmpty", [](const CTestRoot& root) { root.SetAgentConfig(""); },
-                   "EditAgent failure", false},
-        FailureRow{"AgentIsAFolder",
-                   [](const CTestRoot&) {
-                       unlink(KzmPaths::kAgentConfig);
-                       std::filesystem::create_directory(KzmPaths::kAgentConfig);
-                   },
-                   "EditAgent failure", false},
-        FailureRow{"AgentReadOnly", [](const CTestRoot&) { chmod(KzmPaths::kAgentConfig, 0400); },
-                   "agent.cfg open error", false},
+        EditFailureRow{"AgentMissing", [](const CTestRoot&) { unlink(KzmPaths::kAgentConfig); },
+                       "agent.cfg open error", false},
+        EditFailureRow{"AgentUnreadable",
+                       [](const CTestRoot&) { chmod(KzmPaths::kAgentConfig, 0200); },
+                       "agent.cfg open error", false},
+        EditFailureRow{"AgentNotEditable",
+                       [](const CTestRoot& root) { root.SetAgentConfig("SyslogOutput=True\n"); },
+                       "EditAgent failure", false},
+        EditFailureRow{"AgentEmpty", [](const CTestRoot& root) { root.SetAgentConfig(""); },
+                       "EditAgent failure", false},
+        EditFailureRow{"AgentIsAFolder",
+                       [](const CTestRoot&) {
+                           unlink(KzmPaths::kAgentConfig);
+                           std::filesystem::create_directory(KzmPaths::kAgentConfig);
+                       },
+                       "EditAgent failure", false},
+        EditFailureRow{"AgentReadOnly",
+                       [](const CTestRoot&) { chmod(KzmPaths::kAgentConfig, 0400); },
+                       "agent.cfg open error", false},
         // agent.cfg comes first and is not taken back.
-        FailureRow{"AlertMissing", [](const CTestRoot&) { unlink(KzmPaths::kAlertConfig); },
-                   "alert.cfg open error", true},
-        FailureRow{"AlertUnreadable", [](const CTestRoot&) { chmod(KzmPaths::kAlertConfig, 0200); },
-                   "alert.cfg open error", true},
-        FailureRow{"AlertNotEditable",
-                   [](const CTestRoot& root) { root.SetAlertConfig("CPU=(1)\n"); },
-                   "EditAlert failure", true},
-        FailureRow{"AlertEmpty", [](const CTestRoot& root) { root.SetAlertConfig(""); },
-                   "EditAlert failure", true},
-        FailureRow{"AlertReadOnly", [](const CTestRoot&) { chmod(KzmPaths::kAlertConfig, 0400); },
-                   "alert.cfg open error", true}),
-    RowName<FailureRow>);
+        EditFailureRow{"AlertMissing", [](const CTestRoot&) { unlink(KzmPaths::kAlertConfig); },
+                       "alert.cfg open error", true},
+        EditFailureRow{"AlertUnreadable",
+                       [](const CTestRoot&) { chmod(KzmPaths::kAlertConfig, 0200); },
+                       "alert.cfg open error", true},
+        EditFailureRow{"AlertNotEditable",
+                       [](const CTestRoot& root) { root.SetAlertConfig("CPU=(1)\n"); },
+                       "EditAlert failure", true},
+        EditFailureRow{"AlertEmpty", [](const CTestRoot& root) { root.SetAlertConfig(""); },
+                       "EditAlert failure", true},
+        EditFailureRow{"AlertReadOnly",
+                       [](const CTestRoot&) { chmod(KzmPaths::kAlertConfig, 0400); },
+                       "alert.cfg open error", true}),
+    RowName<EditFailureRow>);
 
 // A disk that is full at some byte: the file keeps what went before, the rest is lost without a
 // word, and alert.cfg is written whatever became of agent.cfg. Reading back finds it

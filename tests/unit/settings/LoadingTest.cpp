@@ -8,6 +8,7 @@
 #include "tests/support/CWithoutFilePrivileges.h"
 #include "tests/support/SampleConf.h"
 #include "tests/support/TableTest.h"
+#include "tests/unit/settings/RecordTest.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,13 +19,6 @@
 using std::string;
 
 namespace {
-
-const TraceLine kStart{4, "CLoggerConf::CLoggerConf() [START]"};
-const TraceLine kEnd{4, "CLoggerConf::CLoggerConf() [END]"};
-
-CLoggerConf Load() {
-    return {KzmPaths::kAgentConfig, KzmPaths::kAlertConfig};
-}
 
 TEST(Loading, GivesWhatTheFilesAndTheMountTableHold) {
     const CTestRoot root;
@@ -58,16 +52,16 @@ TEST(Loading, OrderOfTheSectionsDoesNotMatter) {
     EXPECT_TRUE(conf.Compare(&sample));
 }
 
-struct FailureRow {
+struct LoadFailureRow {
     string name;
     std::function<void(const CTestRoot&)> prepare;
     string reason; // the one line of level 2; empty when there is none
 };
-std::ostream& operator<<(std::ostream& out, const FailureRow& row) {
+std::ostream& operator<<(std::ostream& out, const LoadFailureRow& row) {
     return out << row.name;
 }
 
-class LoadingFailure : public testing::TestWithParam<FailureRow> {};
+class LoadingFailure : public testing::TestWithParam<LoadFailureRow> {};
 
 TEST_P(LoadingFailure, GivesTheDefaultsAndTracesTheReason) {
     const CTestRoot root;
@@ -94,65 +88,70 @@ const char kFsFlag[] = "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf nSe
 INSTANTIATE_TEST_SUITE_P(
     Files, LoadingFailure,
     testing::Values(
-        FailureRow{"AgentMissing", [](const CTestRoot&) { unlink(KzmPaths::kAgentConfig); },
-                   kAgentOpen},
-        FailureRow{"AlertMissing", [](const CTestRoot&) { unlink(KzmPaths::kAlertConfig); },
-                   kAlertOpen},
-        FailureRow{"BothMissing",
-                   [](const CTestRoot&) {
-                       unlink(KzmPaths::kAgentConfig);
-                       unlink(KzmPaths::kAlertConfig);
-                   },
-                   kAgentOpen},
+        LoadFailureRow{"AgentMissing", [](const CTestRoot&) { unlink(KzmPaths::kAgentConfig); },
+                       kAgentOpen},
+        LoadFailureRow{"AlertMissing", [](const CTestRoot&) { unlink(KzmPaths::kAlertConfig); },
+                       kAlertOpen},
+        LoadFailureRow{"BothMissing",
+                       [](const CTestRoot&) {
+                           unlink(KzmPaths::kAgentConfig);
+                           unlink(KzmPaths::kAlertConfig);
+                       },
+                       kAgentOpen},
         // Both files are opened before either is read.
-        FailureRow{"AlertMissingAndAgentBad",
-                   [](const CTestRoot& root) {
-                       root.SetAgentConfig("");
-                       unlink(KzmPaths::kAlertConfig);
-                   },
-                   kAlertOpen},
-        FailureRow{"AgentEmpty", [](const CTestRoot& root) { root.SetAgentConfig(""); },
-                   kAgentFlag},
-        FailureRow{"AgentBinary", [](const CTestRoot& root) { root.SetAgentConfig(BinaryText()); },
-                   kAgentFlag},
-        FailureRow{"AgentIsAFolder",
-                   [](const CTestRoot&) { ReplaceWithFolder(KzmPaths::kAgentConfig); }, kAgentFlag},
-        FailureRow{"AgentWithCarriageReturns",
-                   [](const CTestRoot& root) {
-                       root.SetAgentConfig("SyslogOutput=True\r\nInformationAlert=True\r\n"
-                                           "WarningAlert=True\r\nObstacleAlert=True\r\n");
-                   },
-                   kAgentFlag},
-        FailureRow{"AgentInvalidAfterAllKeys",
-                   [](const CTestRoot& root) {
-                       root.SetAgentConfig(string(CTestRoot::kAgentConfig) + "SyslogOutput=no\n");
-                   },
-                   ""},
-        FailureRow{"AlertEmpty", [](const CTestRoot& root) { root.SetAlertConfig(""); },
-                   kUsageFlag},
-        FailureRow{"AlertBinary", [](const CTestRoot& root) { root.SetAlertConfig(BinaryText()); },
-                   kUsageFlag},
-        FailureRow{"AlertIsAFolder",
-                   [](const CTestRoot&) { ReplaceWithFolder(KzmPaths::kAlertConfig); }, kUsageFlag},
-        FailureRow{"CpuMissing",
-                   [](const CTestRoot& root) {
-                       root.SetAlertConfig("MEMORY=(True,1,2,3)\nFILESYSTEM=(True,1,2)\n");
-                   },
-                   kUsageFlag},
+        LoadFailureRow{"AlertMissingAndAgentBad",
+                       [](const CTestRoot& root) {
+                           root.SetAgentConfig("");
+                           unlink(KzmPaths::kAlertConfig);
+                       },
+                       kAlertOpen},
+        LoadFailureRow{"AgentEmpty", [](const CTestRoot& root) { root.SetAgentConfig(""); },
+                       kAgentFlag},
+        LoadFailureRow{"AgentBinary",
+                       [](const CTestRoot& root) { root.SetAgentConfig(BinaryText()); },
+                       kAgentFlag},
+        LoadFailureRow{"AgentIsAFolder",
+                       [](const CTestRoot&) { ReplaceWithFolder(KzmPaths::kAgentConfig); },
+                       kAgentFlag},
+        LoadFailureRow{"AgentWithCarriageReturns",
+                       [](const CTestRoot& root) {
+                           root.SetAgentConfig("SyslogOutput=True\r\nInformationAlert=True\r\n"
+                                               "WarningAlert=True\r\nObstacleAlert=True\r\n");
+                       },
+                       kAgentFlag},
+        LoadFailureRow{"AgentInvalidAfterAllKeys",
+                       [](const CTestRoot& root) {
+                           root.SetAgentConfig(string(CTestRoot::kAgentConfig) +
+                                               "SyslogOutput=no\n");
+                       },
+                       ""},
+        LoadFailureRow{"AlertEmpty", [](const CTestRoot& root) { root.SetAlertConfig(""); },
+                       kUsageFlag},
+        LoadFailureRow{"AlertBinary",
+                       [](const CTestRoot& root) { root.SetAlertConfig(BinaryText()); },
+                       kUsageFlag},
+        LoadFailureRow{"AlertIsAFolder",
+                       [](const CTestRoot&) { ReplaceWithFolder(KzmPaths::kAlertConfig); },
+                       kUsageFlag},
+        LoadFailureRow{"CpuMissing",
+                       [](const CTestRoot& root) {
+                           root.SetAlertConfig("MEMORY=(True,1,2,3)\nFILESYSTEM=(True,1,2)\n");
+                       },
+                       kUsageFlag},
         // The file-system reader does not run: it would trace a reason of its own.
-        FailureRow{"MemoryMissing",
-                   [](const CTestRoot& root) { root.SetAlertConfig("CPU=(True,1,2,3)\n"); },
-                   kUsageFlag},
-        FailureRow{"FileSystemMissing",
-                   [](const CTestRoot& root) {
-                       root.SetAlertConfig("CPU=(True,1,2,3)\nMEMORY=(True,1,2,3)\n");
-                   },
-                   kFsFlag},
-        FailureRow{"MountTableBad",
-                   [](const CTestRoot& root) { root.SetMountOutput("x on  type y\n"); },
-                   "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf GetMountPointList() "
-                   "failure"}),
-    RowName<FailureRow>);
+        LoadFailureRow{"MemoryMissing",
+                       [](const CTestRoot& root) { root.SetAlertConfig("CPU=(True,1,2,3)\n"); },
+                       kUsageFlag},
+        LoadFailureRow{"FileSystemMissing",
+                       [](const CTestRoot& root) {
+                           root.SetAlertConfig("CPU=(True,1,2,3)\nMEMORY=(True,1,2,3)\n");
+                       },
+                       kFsFlag},
+        LoadFailureRow{"MountTableBad",
+                       [](const CTestRoot& root) { root.SetMountOutput("x on  type y\n"); },
+                       "CLoggerFsUsageMonitorConf::CLoggerFsUsageMonitorConf GetMountPointList() "
+                       "failure"}),
+    RowName<LoadFailureRow>);
 
 TEST(Loading, UnreadableFileIsAnOpenError) {
     const CTestRoot root;

@@ -2,6 +2,7 @@
 
 #include "tests/support/CTestRoot.h"
 #include "tests/unit/settings/CRandomFiles.h"
+#include "tests/unit/settings/RecordTest.h"
 
 #include "KzmPaths.h"
 
@@ -11,10 +12,6 @@ namespace {
 
 constexpr unsigned int kSeedsPerTest = 250;
 constexpr unsigned int kSeeds = 2000;
-
-CLoggerConf Load() {
-    return {KzmPaths::kAgentConfig, KzmPaths::kAlertConfig};
-}
 
 class RoundTrip : public testing::TestWithParam<unsigned int> {
 protected:

@@ -1,6 +1,7 @@
 #include "tests/system/server/http/CClient.h"
 
 #include "tests/support/CAnswerCheck.h"
+#include "tests/system/server/http/CServerProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,7 @@ using std::string;
 
 namespace {
 
-constexpr int kPatience = 30; // seconds
+constexpr int kLongestWait = 30; // seconds
 bool useSmallBuffers = false;
 
 // An address of IPv4 or IPv6, as sockets take it.
@@ -65,7 +66,7 @@ history::CDescriptor Connect(const string& from, int port) {
     const CAddress own(from, 0);
     const CAddress other(own.m_isSix ? "::1" : "127.0.0.1", port);
     history::CDescriptor socket(::socket(own.Get()->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const timeval patience{kPatience, 0};
+    const timeval patience{kLongestWait, 0};
     setsockopt(socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     setsockopt(socket.Get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
     if (useSmallBuffers) {
@@ -293,4 +294,15 @@ string Refused(const string& status, const string& sentence, bool isClosed, cons
 string WrongCredentials(bool isClosed) {
     return Refused("401 Unauthorized", "A user and a password that are right are needed.", isClosed,
                    "WWW-Authenticate: Basic realm=\"kzmwbemd\"\r\n");
+}
+
+string Busy() {
+    return Refused("503 Service Unavailable",
+                   "The server is busy or shutting down. Try again later.", true);
+}
+
+string AnswerTo(const CServerProcess& server, const string& request) {
+    CClient client(server.HttpPort());
+    client.Send(request);
+    return client.Answer();
 }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+class CServerProcess;
 using SSL = struct ssl_st;
 
 // A management client that sends whatever bytes it is told to, by http or https. Whatever it waits
@@ -72,3 +73,7 @@ std::string LongAnswer(std::size_t length);
 std::string Refused(const std::string& status, const std::string& sentence, bool isClosed,
                     const std::string& fields = "");
 std::string WrongCredentials(bool isClosed = false);
+std::string Busy();
+
+// The answer to one request by http, on a connection of its own.
+std::string AnswerTo(const CServerProcess& server, const std::string& request);

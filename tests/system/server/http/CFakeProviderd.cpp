@@ -17,7 +17,7 @@ using std::string;
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{10};
+constexpr std::chrono::seconds kQuestionPatience{10};
 
 sockaddr_un Address() {
     sockaddr_un address{};
@@ -108,7 +108,8 @@ std::vector<string> CFakeProviderd::Asked() {
 
 void CFakeProviderd::AwaitAsked(std::size_t count) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    EXPECT_TRUE(m_changed.wait_for(lock, kPatience, [&] { return m_asked.size() >= count; }))
+    EXPECT_TRUE(
+        m_changed.wait_for(lock, kQuestionPatience, [&] { return m_asked.size() >= count; }))
         << m_asked.size() << " questions came";
 }
 

@@ -7,6 +7,9 @@
 #include <utility>
 #include <vector>
 
+// The lines of a front end that serves http alone, on a loopback port.
+inline const std::string kOnlyHttp = "Listen=\nListenPlain=127.0.0.1:0\n";
+
 // The front end as a process of its own: WBEMD_PROGRAM. It is killed when this object goes.
 class CServerProcess {
 public:

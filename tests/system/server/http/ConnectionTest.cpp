@@ -22,8 +22,6 @@ const string kShortTimes = "RequestMilliseconds=" + std::to_string(kRequestTime.
                            "\nAnswerMilliseconds=" + std::to_string(kAnswerTime.count()) + "\n";
 constexpr std::chrono::seconds kPatience(10);
 const string kContinued = "HTTP/1.1 100 Continue\r\n\r\n";
-const string kBusy = Refused("503 Service Unavailable",
-                             "The server is busy or shutting down. Try again later.", true);
 
 std::chrono::milliseconds Since(std::chrono::steady_clock::time_point begin) {
     const auto time = std::chrono::steady_clock::now() - begin;
@@ -130,7 +128,7 @@ TEST_F(ConnectionTest, SaysThatMemoryIsUsedUp) {
     EXPECT_EQ(first.Answer(), kContinued);
     CClient second(server.HttpPort());
     second.Send(Post(string(501, 'x')));
-    EXPECT_EQ(second.Answer(), kBusy);
+    EXPECT_EQ(second.Answer(), Busy());
     first.Send(string(1000, 'x'));
     EXPECT_EQ(first.Answer(), Repeated(string(1000, 'x')));
     CClient third(server.HttpPort());
@@ -145,13 +143,6 @@ TEST_F(ConnectionTest, SaysThatMemoryIsUsedUp) {
 const string kUntold = "HTTP/1.1 200 OK\r\nDate: *\r\nContent-Type: text/plain; "
                        "charset=\"utf-8\"\r\nContent-Length: 31\r\nConnection: close\r\n\r\n"
                        "called, but there is no memory\n";
-
-// The answer to one request on a connection of its own.
-string AnswerTo(const CServerProcess& server, const string& request) {
-    CClient client(server.HttpPort());
-    client.Send(request);
-    return client.Answer();
-}
 
 // A client that does not take the answer that it asks for.
 CClient SlowClient(const CServerProcess& server, const string& body) {
@@ -169,7 +160,7 @@ TEST_F(ConnectionTest, AnswersThatAreNotTakenHaveALimitTogether) {
     {
         CClient slow = SlowClient(server, longOne);
         slow.Skip(1); // it has its share
-        EXPECT_EQ(AnswerTo(server, Post(longOne)), kBusy);
+        EXPECT_EQ(AnswerTo(server, Post(longOne)), Busy());
         EXPECT_EQ(AnswerTo(server, Post("long 65536")), LongAnswer(65'536)) << "which is short";
         EXPECT_EQ(AnswerTo(server, Post("long 65537")), LongAnswer(65'537)) << "which has room";
         constexpr std::size_t kDateBytes = 29; // which stand there as one star
@@ -177,11 +168,11 @@ TEST_F(ConnectionTest, AnswersThatAreNotTakenHaveALimitTogether) {
         EXPECT_EQ(AnswerTo(server, Post(longOne)), LongAnswer(kLength)) << "it has taken all";
         CClient next = SlowClient(server, longOne);
         next.Skip(1);
-        EXPECT_EQ(AnswerTo(server, Post(longOne)), kBusy);
+        EXPECT_EQ(AnswerTo(server, Post(longOne)), Busy());
     }
-    string answer = kBusy; // until it is seen that the client is gone
+    string answer = Busy(); // until it is seen that the client is gone
     const auto begin = std::chrono::steady_clock::now();
-    while (answer == kBusy && Since(begin) < kPatience) {
+    while (answer == Busy() && Since(begin) < kPatience) {
         answer = AnswerTo(server, Post(longOne));
     }
     EXPECT_EQ(answer, LongAnswer(kLength));
@@ -216,12 +207,12 @@ TEST_F(ConnectionTest, AnAnswerHasItsMemoryBeforeItComes) {
     waiting.Send(Post("call y"));
     m_providerd.AwaitAsked(6);
     m_providerd.AnswerBytes("");
-    EXPECT_EQ(AnswerTo(server, Post("long 65537")), kBusy);
+    EXPECT_EQ(AnswerTo(server, Post("long 65537")), Busy());
 }
 
 TEST_F(ConnectionTest, ANewLimitOfAnswersCountsFromTheReload) {
     CServerProcess server("MaxAnswerMemoryBytes=100000\n");
-    EXPECT_EQ(AnswerTo(server, Post("long 100001")), kBusy);
+    EXPECT_EQ(AnswerTo(server, Post("long 100001")), Busy());
     CServerProcess::SetConfiguration(
         "Listen=\nListenPlain=127.0.0.1:0\nMaxAnswerMemoryBytes=100001\n");
     server.Signal(SIGHUP);
@@ -310,8 +301,8 @@ TEST_F(ConnectionTest, CutsAClientThatTakesNothingOfItsAnswer) {
     client.Send(Post("long 20000000"));
     m_providerd.AwaitAsked(1);
     // Its place is free as soon as it is cut.
-    string answer = kBusy;
-    while (answer == kBusy && Since(begin) < kAnswerTime * 10) {
+    string answer = Busy();
+    while (answer == Busy() && Since(begin) < kAnswerTime * 10) {
         CClient next(server.HttpPort());
         next.Send(Post("hi"));
         answer = next.Answer();
@@ -344,7 +335,7 @@ TEST_F(ConnectionTest, HoldsTheNumberOfConnectionsFromOnePeer) {
     }
     CClient refused(server.HttpPort());
     refused.Send(Post("hi"));
-    EXPECT_EQ(refused.Answer(), kBusy);
+    EXPECT_EQ(refused.Answer(), Busy());
     EXPECT_TRUE(refused.IsEnd());
     CClient other(server.HttpPort(), CClient::Kind::Http, true, "127.0.0.2");
     other.Send(Post("hi"));
@@ -371,7 +362,7 @@ TEST_F(ConnectionTest, HoldsTheNumberOfConnections) {
     }
     for (int i = 0; i < 100; ++i) {
         CClient refused(server.HttpPort());
-        EXPECT_EQ(refused.Answer(), kBusy);
+        EXPECT_EQ(refused.Answer(), Busy());
     }
     clients.front().Send(Post("hi"));
     EXPECT_EQ(clients.front().Answer(), Repeated("hi"));

@@ -22,10 +22,7 @@ using std::string;
 
 namespace {
 
-const string kBusy = Refused("503 Service Unavailable",
-                             "The server is busy or shutting down. Try again later.", true);
 const string kPath = KzmPaths::kWbemdConfig;
-const string kOnlyHttp = "Listen=\nListenPlain=127.0.0.1:0\n";
 
 class LifeTest : public testing::Test {
 protected:
@@ -56,10 +53,10 @@ TEST_F(LifeTest, AnswersWhatHasBegunAndRefusesTheRest) {
     server.Signal(SIGTERM);
     server.AwaitLine("Ending");
     idle.Send(Post("hi"));
-    EXPECT_EQ(idle.Answer(), kBusy);
+    EXPECT_EQ(idle.Answer(), Busy());
     CClient late(server.HttpPort());
     late.Send(Post("hi"));
-    EXPECT_EQ(late.Answer(), kBusy);
+    EXPECT_EQ(late.Answer(), Busy());
     m_providerd.Release();
     const string answer = begun.Answer();
     EXPECT_NE(answer.find("17 result=0 value=0 x"), string::npos);

@@ -32,18 +32,9 @@ string Called(const string& text, bool isClosed = false) {
            "\r\n\r\n" + text + "\n";
 }
 
-// The answer to one request on a connection of its own.
-string AnswerTo(const CServerProcess& server, const string& request) {
-    CClient client(server.HttpPort());
-    client.Send(request);
-    return client.Answer();
-}
-
 std::vector<string> CheckAnd(const string& call) {
     return {"check changer right 127.0.0.1", "call changer right 127.0.0.1 " + call};
 }
-
-const string kOnlyHttp = "Listen=\nListenPlain=127.0.0.1:0\n";
 
 class ProviderdTest : public testing::Test {
 protected:

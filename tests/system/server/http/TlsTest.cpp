@@ -66,9 +66,9 @@ TEST_F(TlsTest, AnAnswerOfTwoRecordsComesInOnePieceAndAtOnce) {
 }
 
 TEST_F(TlsTest, ASlowReaderThatTakesSomethingGetsAll) {
-    constexpr std::chrono::milliseconds kAnswerTime{1000};
+    constexpr std::chrono::milliseconds kTakingTime{1000};
     const CServerProcess server(kListen +
-                                "AnswerMilliseconds=" + std::to_string(kAnswerTime.count()) + "\n");
+                                "AnswerMilliseconds=" + std::to_string(kTakingTime.count()) + "\n");
     CClient::UseSmallBuffers(true);
     CClient client(server.HttpsPort(), CClient::Kind::Https);
     CClient::UseSmallBuffers(false);
@@ -78,7 +78,7 @@ TEST_F(TlsTest, ASlowReaderThatTakesSomethingGetsAll) {
     constexpr std::size_t kPieces = 12;
     for (std::size_t i = 0; i < kPieces; ++i) {
         client.Skip(kPiece);
-        std::this_thread::sleep_for(kAnswerTime / 7); // a slow reader
+        std::this_thread::sleep_for(kTakingTime / 7); // a slow reader
     }
     constexpr std::size_t kDateBytes = 29; // which stand there as one star
     client.Skip(LongAnswer(kLength).size() - 1 + kDateBytes - kPieces * kPiece);

@@ -300,9 +300,10 @@ TEST_F(Wire, AProviderThatIsNotThereIsError16UntilItIs) {
     const string library = KzmPaths::kProviderLibrary;
     fs::rename(library, library + ".away");
     CClient client = m_server.Connect();
-    const string kAway = "error 16: The provider cannot be used. The log of the server says why.";
-    EXPECT_EQ(kAway, Ask(&client, GetParameter()));
-    EXPECT_EQ(kAway, Ask(&client, SetParameter(ChangedConf())));
+    const string kUnusable =
+        "error 16: The provider cannot be used. The log of the server says why.";
+    EXPECT_EQ(kUnusable, Ask(&client, GetParameter()));
+    EXPECT_EQ(kUnusable, Ask(&client, SetParameter(ChangedConf())));
     EXPECT_NE("", m_server.Providerd().AwaitLogged("The provider is not available: "));
     EXPECT_EQ("error 17: The class VELTARO_ToolServiceLogger has no method &quot;Reset&quot;.",
               Ask(&client, requests::Method("Reset")));

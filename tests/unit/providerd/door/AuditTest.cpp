@@ -11,12 +11,12 @@ namespace {
 const CAuditedRequest kRequest{"user", "::1", "GetParameter", milliseconds(12)};
 constexpr char kBeginning[] = R"(user="user" peer="::1" operation="GetParameter" result=)";
 
-struct CRow {
+struct CResultRow {
     CallResult m_result;
     const char* m_words;
 };
 
-const CRow kRows[] = {
+const CResultRow kResultRows[] = {
     {CallResult::Done, R"("done" return=0x80000001)"},
     {CallResult::WrongCredentials, R"("wrong credentials")"},
     {CallResult::NotAllowed, R"("not allowed")"},
@@ -31,7 +31,7 @@ const CRow kRows[] = {
 };
 
 TEST(Audit, OfACall) {
-    for (const CRow& row : kRows) {
+    for (const CResultRow& row : kResultRows) {
         EXPECT_EQ(providerd::CallLine(kRequest, {{row.m_result, 0x80000001, "out"}, ""}),
                   std::string(kBeginning) + row.m_words + " ms=12");
     }

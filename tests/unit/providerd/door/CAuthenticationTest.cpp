@@ -7,21 +7,19 @@
 using messages::Right;
 using providerd::CAuthentication;
 using For = CAuthentication::For;
-using Kind = CAuthentication::CAnswer::Kind;
+using AnswerKind = CAuthentication::CAnswer::Kind;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using Asked = std::vector<std::string>;
 
 namespace {
 
-constexpr char kPeer[] = "192.0.2.1";
-
 std::string Worded(const CAuthentication::CAnswer& answer) {
     static const char* const kRights[] = {"none", "read", "change"};
     switch (answer.m_kind) {
-    case Kind::Right:
+    case AnswerKind::Right:
         return kRights[static_cast<std::size_t>(answer.m_right)];
-    case Kind::Wrong:
+    case AnswerKind::Wrong:
         return "wrong: " + answer.m_reason;
     default:
         return "stopped";

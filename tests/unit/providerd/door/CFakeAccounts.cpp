@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 using providerd::CVerdict;
-using Kind = CVerdict::Kind;
 
 CVerdict CFakeAccounts::Authenticate(const messages::CCredentials& credentials,
                                      const std::string& peer) {
@@ -17,16 +16,18 @@ CVerdict CFakeAccounts::Authenticate(const messages::CCredentials& credentials,
     }
     const auto user = m_users.find(credentials.m_user);
     if (user == m_users.end() || credentials.m_password != "right") {
-        return {Kind::WrongPassword, "no such password", m_delay};
+        return {CVerdict::Kind::WrongPassword, "no such password", m_delay};
     }
-    return user->second.m_isUsable ? CVerdict{Kind::Good, {}, {}}
-                                   : CVerdict{Kind::AccountFails, "account is locked", {}};
+    return user->second.m_isUsable
+               ? CVerdict{CVerdict::Kind::Good, {}, {}}
+               : CVerdict{CVerdict::Kind::AccountFails, "account is locked", {}};
 }
 
 CVerdict CFakeAccounts::CheckAccount(const std::string& user, const std::string& peer) {
     Note("account " + user + " " + peer);
-    return m_users.at(user).m_isUsable ? CVerdict{Kind::Good, {}, {}}
-                                       : CVerdict{Kind::AccountFails, "account is locked", {}};
+    return m_users.at(user).m_isUsable
+               ? CVerdict{CVerdict::Kind::Good, {}, {}}
+               : CVerdict{CVerdict::Kind::AccountFails, "account is locked", {}};
 }
 
 std::optional<providerd::CIdentity> CFakeAccounts::Identify(const std::string& name) {

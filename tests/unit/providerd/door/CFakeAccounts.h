@@ -10,6 +10,9 @@
 #include <string>
 #include <vector>
 
+// Where requests come from in most tests.
+inline constexpr char kPeer[] = "192.0.2.1";
+
 // Users in memory, all with the password "right", and a record of what was asked.
 class CFakeAccounts : public providerd::IAccounts {
 public:

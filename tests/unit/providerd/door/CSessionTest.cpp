@@ -17,8 +17,6 @@ using messages::Right;
 
 namespace {
 
-constexpr char kPeer[] = "192.0.2.1";
-
 // A session on a thread of its own, and the other side of its connection. The calls that it makes
 // are recorded, and answered with m_finished.
 class Session : public testing::Test {
@@ -80,14 +78,14 @@ protected:
     std::thread m_thread;
 };
 
-struct CRow {
+struct CCallRow {
     const char* m_user;
     const char* m_password;
     const char* m_method;
     CallResult m_result;
 };
 
-const CRow kRows[] = {
+const CCallRow kCallRows[] = {
     {"reader", "right", "GetParameter", CallResult::Done},
     {"reader", "right", "SetParameter", CallResult::NotAllowed},
     {"reader", "right", "getparameter", CallResult::NoMethod},
@@ -107,7 +105,7 @@ const CRow kRows[] = {
 };
 
 TEST_F(Session, CallsForThoseWhoMay) {
-    for (const CRow& row : kRows) {
+    for (const CCallRow& row : kCallRows) {
         const messages::CCallAnswer wanted = row.m_result == CallResult::Done
                                                  ? m_finished.m_answer
                                                  : messages::CCallAnswer{row.m_result, 0, ""};

@@ -22,13 +22,13 @@ Delays DelaysAfter(const std::vector<int>& pauses) {
     return delays;
 }
 
-struct CRow {
+struct CDelayRow {
     const char* m_name;
     std::vector<int> m_pauses;
     Delays m_delays;
 };
 
-const CRow kRows[] = {
+const CDelayRow kDelayRows[] = {
     {"at once", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {0, 0, 0, 0, 0, 2, 4, 8, 16, 30, 30}},
     {"six within a minute", {0, 11, 11, 11, 11, 15}, {0, 0, 0, 0, 0, 2}},
     {"the first is a minute old", {0, 12, 12, 12, 12, 12}, {0, 0, 0, 0, 0, 0}},
@@ -40,7 +40,7 @@ const CRow kRows[] = {
 };
 
 TEST(WrongPasswords, DelayTheirAnswers) {
-    for (const CRow& row : kRows) {
+    for (const CDelayRow& row : kDelayRows) {
         EXPECT_EQ(DelaysAfter(row.m_pauses), row.m_delays) << row.m_name;
     }
 }

@@ -4,31 +4,31 @@
 
 using providerd::CRequestedRun;
 using providerd::RunCommandLine;
-using Kind = CRequestedRun::Kind;
+using RunKind = CRequestedRun::Kind;
 
 namespace {
 
-struct CRow {
+struct CWordsRow {
     std::vector<std::string> m_words;
-    Kind m_kind;
+    RunKind m_kind;
     const char* m_unknown;
 };
 
-const CRow kRows[] = {
-    {{}, Kind::Serve, ""},
-    {{"--worker"}, Kind::Work, ""},
-    {{"--check"}, Kind::Check, ""},
-    {{"--help"}, Kind::Help, ""},
-    {{"-h"}, Kind::Help, ""},
-    {{"--version"}, Kind::Version, ""},
-    {{"--verbose"}, Kind::Unknown, "--verbose"},
-    {{""}, Kind::Unknown, ""},
-    {{"--check", "--help"}, Kind::Unknown, "--help"},
-    {{"file", "--help"}, Kind::Unknown, "file"},
+const CWordsRow kWordsRows[] = {
+    {{}, RunKind::Serve, ""},
+    {{"--worker"}, RunKind::Work, ""},
+    {{"--check"}, RunKind::Check, ""},
+    {{"--help"}, RunKind::Help, ""},
+    {{"-h"}, RunKind::Help, ""},
+    {{"--version"}, RunKind::Version, ""},
+    {{"--verbose"}, RunKind::Unknown, "--verbose"},
+    {{""}, RunKind::Unknown, ""},
+    {{"--check", "--help"}, RunKind::Unknown, "--help"},
+    {{"file", "--help"}, RunKind::Unknown, "file"},
 };
 
 TEST(CommandLine, AsksFor) {
-    for (const CRow& row : kRows) {
+    for (const CWordsRow& row : kWordsRows) {
         const CRequestedRun run = providerd::RequestedRun(row.m_words);
         EXPECT_EQ(run.m_kind, row.m_kind) << testing::PrintToString(row.m_words);
         EXPECT_EQ(run.m_unknown, row.m_unknown) << testing::PrintToString(row.m_words);

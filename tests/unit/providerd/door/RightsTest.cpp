@@ -9,7 +9,7 @@ using Groups = std::vector<std::string>;
 
 namespace {
 
-struct CRow {
+struct CRightRow {
     const char* m_user;
     Groups m_reading;
     Groups m_changing;
@@ -19,7 +19,7 @@ struct CRow {
 const Groups kReaders = {"kzm-readers"};
 const Groups kChangers = {"kzm-changers"};
 
-const CRow kRows[] = {
+const CRightRow kRightRows[] = {
     {"reader", kReaders, {}, Right::Read},
     {"reader", kReaders, kChangers, Right::Read},
     {"reader", {"unknown", "kzm-readers"}, {}, Right::Read},
@@ -40,7 +40,7 @@ const CRow kRows[] = {
 TEST(Rights, OfUsers) {
     CFakeAccounts accounts;
     FillAccounts(&accounts);
-    for (const CRow& row : kRows) {
+    for (const CRightRow& row : kRightRows) {
         providerd::CSettings settings;
         settings.m_readingGroups = row.m_reading;
         settings.m_changingGroups = row.m_changing;

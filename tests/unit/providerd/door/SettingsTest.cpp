@@ -15,13 +15,13 @@ std::string Worded(const providerd::CSettings& settings) {
            std::to_string(settings.m_waitingCalls);
 }
 
-struct CRow {
+struct CSettingsRow {
     const char* m_text;
     const char* m_settings; // empty: there are problems
     Lines m_problems;       // behind the path
 };
 
-const CRow kRows[] = {
+const CSettingsRow kSettingsRows[] = {
     {"", R"({ "kzm-readers" } {} kzmwbem 120 64)", {}},
     {"ReadingGroups=a, b\nChangingGroups=c\nFrontEndUser=www\nCallTimeoutSeconds=10\n"
      "WaitingCalls=1\n",
@@ -43,7 +43,7 @@ const CRow kRows[] = {
 };
 
 TEST(Settings, AreRead) {
-    for (const CRow& row : kRows) {
+    for (const CSettingsRow& row : kSettingsRows) {
         const CTempFile file(row.m_text);
         const providerd::CReadSettings read = providerd::ReadSettings(file.Path());
         Lines problems = row.m_problems;

@@ -1,5 +1,6 @@
 // EnumerateInstances, EnumerateInstanceNames and GetInstance.
 
+#include "tests/support/SampleConf.h"
 #include "tests/support/TableTest.h"
 #include "tests/unit/wbemd/operations/Asking.h"
 #include "tests/unit/wbemd/operations/Requests.h"
@@ -42,8 +43,8 @@ string Name(const string& className, const Values& keys) {
     return text + "</INSTANCENAME>";
 }
 
-string Property(const string& name, const string& type, const string& value,
-                const string& origin = {}) {
+string InstanceProperty(const string& name, const string& type, const string& value,
+                        const string& origin = {}) {
     return "<PROPERTY NAME=\"" + name + "\" TYPE=\"" + type + "\"" +
            (origin.empty() ? "" : " CLASSORIGIN=\"" + origin + "\"") + "><VALUE>" + value +
            "</VALUE></PROPERTY>";
@@ -52,7 +53,7 @@ string Property(const string& name, const string& type, const string& value,
 string Properties(const Values& values, const string& origin = {}) {
     string text;
     for (const auto& [name, value] : values) {
-        text += Property(name, "string", value, origin);
+        text += InstanceProperty(name, "string", value, origin);
     }
     return text;
 }
@@ -73,7 +74,7 @@ string Manager(const string& origin = {}) {
 
 string Namespace(const string& name, const string& origin = {}) {
     return Instance("CIM_Namespace", Properties(NamespaceKeys(name), origin) +
-                                         Property("ClassInfo", "uint32", "1", origin));
+                                         InstanceProperty("ClassInfo", "uint32", "1", origin));
 }
 
 string Named(const string& name, const string& instance) {
@@ -98,14 +99,15 @@ INSTANTIATE_TEST_SUITE_P(
                   ClassName("cim_namespace") + Flag("DeepInheritance", "FALSE") +
                       Flag("LocalOnly", "FALSE") + Flag("IncludeQualifiers", "TRUE"),
                   kBoth),
-        Enumerate("NamespacesInPart",
-                  ClassName("CIM_Namespace") + PropertyList({"classINFO", "Name", "Other"}),
-                  Named(Name("CIM_Namespace", NamespaceKeys("root/cimv2")),
-                        Instance("CIM_Namespace", Property("Name", "string", "root/cimv2") +
-                                                      Property("ClassInfo", "uint32", "1"))) +
-                      Named(Name("CIM_Namespace", NamespaceKeys("interop")),
-                            Instance("CIM_Namespace", Property("Name", "string", "interop") +
-                                                          Property("ClassInfo", "uint32", "1")))),
+        Enumerate(
+            "NamespacesInPart",
+            ClassName("CIM_Namespace") + PropertyList({"classINFO", "Name", "Other"}),
+            Named(Name("CIM_Namespace", NamespaceKeys("root/cimv2")),
+                  Instance("CIM_Namespace", InstanceProperty("Name", "string", "root/cimv2") +
+                                                InstanceProperty("ClassInfo", "uint32", "1"))) +
+                Named(Name("CIM_Namespace", NamespaceKeys("interop")),
+                      Instance("CIM_Namespace", InstanceProperty("Name", "string", "interop") +
+                                                    InstanceProperty("ClassInfo", "uint32", "1")))),
         Enumerate("Manager", ClassName("CIM_ObjectManager"),
                   Named(Name("CIM_ObjectManager", kManagerKeys), Manager())),
         Enumerate("ManagerWithOrigin",
@@ -115,22 +117,24 @@ INSTANTIATE_TEST_SUITE_P(
         Enumerate("OurRecord", ClassName("VELTARO_LoggerConf"), "", "root/cimv2")),
     RowName<CRow>);
 
-CRow Names(const string& name, const string& className, const string& space, const string& wanted) {
+CRow EnumerateNames(const string& name, const string& className, const string& space,
+                    const string& wanted) {
     return {name, Intrinsic("EnumerateInstanceNames", ClassName(className), space),
             Returned("EnumerateInstanceNames", wanted)};
 }
 
-INSTANTIATE_TEST_SUITE_P(EnumerateInstanceNames, InstanceOperations,
-                         testing::Values(Names("NamesOfNamespaces", "CIM_Namespace", "/Interop",
-                                               Name("CIM_Namespace", NamespaceKeys("root/cimv2")) +
-                                                   Name("CIM_Namespace", NamespaceKeys("interop"))),
-                                         Names("NameOfManager", "CIM_ObjectManager", "interop",
-                                               Name("CIM_ObjectManager", kManagerKeys)),
-                                         Names("NamesOfOurClass", kClass, "root/cimv2", "")),
-                         RowName<CRow>);
+INSTANTIATE_TEST_SUITE_P(
+    EnumerateInstanceNames, InstanceOperations,
+    testing::Values(EnumerateNames("NamesOfNamespaces", "CIM_Namespace", "/Interop",
+                                   Name("CIM_Namespace", NamespaceKeys("root/cimv2")) +
+                                       Name("CIM_Namespace", NamespaceKeys("interop"))),
+                    EnumerateNames("NameOfManager", "CIM_ObjectManager", "interop",
+                                   Name("CIM_ObjectManager", kManagerKeys)),
+                    EnumerateNames("NamesOfOurClass", kClass, "root/cimv2", "")),
+    RowName<CRow>);
 
-CRow Get(const string& name, const string& instanceName, const string& wanted,
-         const string& parameters = {}) {
+CRow GetInstance(const string& name, const string& instanceName, const string& wanted,
+                 const string& parameters = {}) {
     return {
         name,
         Intrinsic("GetInstance", Parameter("InstanceName", instanceName) + parameters, "interop"),
@@ -156,33 +160,33 @@ Values Without(Values values) {
     return values;
 }
 
-string Replaced(string text, const string& from, const string& to) {
-    return text.replace(text.find(from), from.size(), to);
-}
-
 const string kManagerName = Name("CIM_ObjectManager", kManagerKeys);
 
 INSTANTIATE_TEST_SUITE_P(
     GetInstance, InstanceOperations,
     testing::Values(
-        Get("GetManager", kManagerName, Got(Manager())),
-        Get("GetManagerInPart", kManagerName,
-            Got(Instance("CIM_ObjectManager", Property("Version", "string", KZM_VERSION))),
-            PropertyList({"version"})),
-        Get("GetManagerWithOrigin", kManagerName, Got(Manager("CIM_ObjectManager")),
-            Flag("IncludeClassOrigin", "TRUE") + Flag("LocalOnly", "FALSE") +
-                Flag("IncludeQualifiers", "FALSE")),
-        Get("GetNamespace", Name("CIM_Namespace", NamespaceKeys("interop")),
-            Got(Namespace("interop"))),
-        Get("KeysInAnyOrder", Name("CIM_ObjectManager", Reversed(kManagerKeys)), Got(Manager())),
-        Get("KeysInOtherCase",
-            Replaced(Replaced(kManagerName, "NAME=\"SystemName\"", "NAME=\"SYSTEMNAME\""),
-                     "\"CIM_ObjectManager\"", "\"cim_objectmanager\""),
-            Got(Manager())),
-        Get("KeyTyped",
-            Replaced(kManagerName, "VALUETYPE=\"string\"", "VALUETYPE=\"string\" TYPE=\"string\""),
-            Got(Manager())),
-        Get("KeyUntyped", Replaced(kManagerName, " VALUETYPE=\"string\"", ""), Got(Manager()))),
+        GetInstance("GetManager", kManagerName, Got(Manager())),
+        GetInstance("GetManagerInPart", kManagerName,
+                    Got(Instance("CIM_ObjectManager",
+                                 InstanceProperty("Version", "string", KZM_VERSION))),
+                    PropertyList({"version"})),
+        GetInstance("GetManagerWithOrigin", kManagerName, Got(Manager("CIM_ObjectManager")),
+                    Flag("IncludeClassOrigin", "TRUE") + Flag("LocalOnly", "FALSE") +
+                        Flag("IncludeQualifiers", "FALSE")),
+        GetInstance("GetNamespace", Name("CIM_Namespace", NamespaceKeys("interop")),
+                    Got(Namespace("interop"))),
+        GetInstance("KeysInAnyOrder", Name("CIM_ObjectManager", Reversed(kManagerKeys)),
+                    Got(Manager())),
+        GetInstance("KeysInOtherCase",
+                    Replace(Replace(kManagerName, "NAME=\"SystemName\"", "NAME=\"SYSTEMNAME\""),
+                            "\"CIM_ObjectManager\"", "\"cim_objectmanager\""),
+                    Got(Manager())),
+        GetInstance("KeyTyped",
+                    Replace(kManagerName, "VALUETYPE=\"string\"",
+                            "VALUETYPE=\"string\" TYPE=\"string\""),
+                    Got(Manager())),
+        GetInstance("KeyUntyped", Replace(kManagerName, " VALUETYPE=\"string\"", ""),
+                    Got(Manager()))),
     RowName<CRow>);
 
 string Keys(const string& keys) {
@@ -195,27 +199,31 @@ const string kNone =
 INSTANTIATE_TEST_SUITE_P(
     NoInstance, InstanceOperations,
     testing::Values(
-        Get("OtherValue", Name("CIM_Namespace", NamespaceKeys("other")), kNone),
-        Get("ValueInOtherCase", Name("CIM_Namespace", NamespaceKeys("INTEROP")), kNone),
-        Get("KeyMissing", Name("CIM_ObjectManager", Without(kManagerKeys)), kNone),
-        Get("KeyTooMany", Name("CIM_ObjectManager", With(kManagerKeys, "Version", "1")), kNone),
-        Get("KeyTwice",
-            Name("CIM_ObjectManager", With(Without(kManagerKeys), "SystemName", "testhost")),
-            kNone),
-        Get("KeyUnknown", Name("CIM_ObjectManager", With(Without(kManagerKeys), "N", "kzmwbemd")),
-            kNone),
-        Get("KeyAsNumber", Replaced(kManagerName, "\"string\"", "\"numeric\""), kNone),
-        Get("KeyAsReference", Keys("<KEYBINDING NAME=\"Name\"><VALUE.REFERENCE/></KEYBINDING>"),
-            kNone),
-        Get("NoKeys", Name("CIM_ObjectManager", {}), kNone),
-        Get("ValueAlone",
+        GetInstance("OtherValue", Name("CIM_Namespace", NamespaceKeys("other")), kNone),
+        GetInstance("ValueInOtherCase", Name("CIM_Namespace", NamespaceKeys("INTEROP")), kNone),
+        GetInstance("KeyMissing", Name("CIM_ObjectManager", Without(kManagerKeys)), kNone),
+        GetInstance("KeyTooMany", Name("CIM_ObjectManager", With(kManagerKeys, "Version", "1")),
+                    kNone),
+        GetInstance("KeyTwice",
+                    Name("CIM_ObjectManager",
+                         With(Without(kManagerKeys), "SystemName", "testhost")),
+                    kNone),
+        GetInstance("KeyUnknown",
+                    Name("CIM_ObjectManager", With(Without(kManagerKeys), "N", "kzmwbemd")), kNone),
+        GetInstance("KeyAsNumber", Replace(kManagerName, "\"string\"", "\"numeric\""), kNone),
+        GetInstance("KeyAsReference",
+                    Keys("<KEYBINDING NAME=\"Name\"><VALUE.REFERENCE/></KEYBINDING>"), kNone),
+        GetInstance("NoKeys", Name("CIM_ObjectManager", {}), kNone),
+        GetInstance(
+            "ValueAlone",
             "<INSTANCENAME CLASSNAME=\"CIM_ObjectManager\"><KEYVALUE>x</KEYVALUE></INSTANCENAME>",
             kNone),
-        Get("ReferenceAlone",
+        GetInstance(
+            "ReferenceAlone",
             "<INSTANCENAME CLASSNAME=\"CIM_ObjectManager\"><VALUE.REFERENCE/></INSTANCENAME>",
             kNone),
-        Get("ClassUnknown", Name("CIM_Other", {}), kNone, Flag("Other", "")),
-        Get("ClassOfOtherInstance", Name("CIM_Namespace", kManagerKeys), kNone),
+        GetInstance("ClassUnknown", Name("CIM_Other", {}), kNone, Flag("Other", "")),
+        GetInstance("ClassOfOtherInstance", Name("CIM_Namespace", kManagerKeys), kNone),
         CRow{"InstanceOfOurClass",
              Intrinsic("GetInstance", Parameter("InstanceName", Name(kClass, {}))),
              Failed("GetInstance", 6, "There is no such instance in the namespace root/cimv2.")},
@@ -228,8 +236,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "interop.")}),
     RowName<CRow>);
 
-CRow Bad(const string& name, const string& content, const string& problem) {
-    return Get(name, content, Failed("GetInstance", 4, problem));
+CRow BadName(const string& name, const string& content, const string& problem) {
+    return GetInstance(name, content, Failed("GetInstance", 4, problem));
 }
 
 const string kHolds = "The parameter &quot;InstanceName&quot; holds no instance name: line 2: ";
@@ -240,37 +248,41 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         CRow{"NameMissing", Intrinsic("GetInstance", "", "interop"),
              Failed("GetInstance", 4, "The parameter &quot;InstanceName&quot; is missing.")},
-        Bad("NameNull", "", kMustHold), Bad("NameAsText", "<VALUE>x</VALUE>", kMustHold),
-        Bad("NameWithoutClass", "<INSTANCENAME/>",
-            kHolds + "INSTANCENAME has no attribute CLASSNAME."),
-        Bad("NameWithMore", "<INSTANCENAME CLASSNAME=\"x\" Y=\"\"/>",
-            kHolds + "INSTANCENAME has an attribute Y that is not understood."),
-        Bad("NameWithText", Keys("x"),
-            kHolds + "INSTANCENAME holds text where only elements are expected."),
-        Bad("NameWithOther", Keys("<VALUE/>"),
-            kHolds + "VALUE is not understood inside INSTANCENAME."),
-        Bad("KeyWithoutName", Keys("<KEYBINDING><KEYVALUE/></KEYBINDING>"),
-            kHolds + "KEYBINDING has no attribute NAME."),
-        Bad("KeyWithMore", Keys("<KEYBINDING NAME=\"a\" X=\"\"><KEYVALUE/></KEYBINDING>"),
-            kHolds + "KEYBINDING &quot;a&quot; has an attribute X that is not understood."),
-        Bad("KeyWithoutValue", Keys("<KEYBINDING NAME=\"a\"/>"),
-            kHolds + "KEYBINDING &quot;a&quot; must hold one value."),
-        Bad("KeyWithTwoValues", Keys("<KEYBINDING NAME=\"a\"><KEYVALUE/><KEYVALUE/></KEYBINDING>"),
-            kHolds + "KEYBINDING &quot;a&quot; must hold one value."),
-        Bad("KeyWithOther", Keys("<KEYBINDING NAME=\"a\"><VALUE/></KEYBINDING>"),
-            kHolds + "VALUE is not understood inside KEYBINDING."),
-        Bad("ValueWithMore", Keys("<KEYVALUE X=\"\"/>"),
-            kHolds + "KEYVALUE has an attribute X that is not understood."),
-        Bad("ValueWithElement", Keys("<KEYVALUE><X/></KEYVALUE>"),
-            kHolds + "X is not understood inside KEYVALUE."),
-        Bad("ValueBesideKey", Keys("<KEYVALUE/><KEYBINDING NAME=\"a\"><KEYVALUE/></KEYBINDING>"),
-            kHolds + "INSTANCENAME holds more than one key, of which one has no name."),
-        Get("FlagWrong", kManagerName,
-            Failed("GetInstance", 4, "The parameter &quot;LocalOnly&quot; must be TRUE or FALSE."),
-            Flag("LocalOnly", "")),
-        Get("ParameterUnknown", kManagerName,
-            Failed("GetInstance", 4, "The operation has no parameter &quot;DeepInheritance&quot;."),
-            Flag("DeepInheritance", "TRUE")),
+        BadName("NameNull", "", kMustHold), BadName("NameAsText", "<VALUE>x</VALUE>", kMustHold),
+        BadName("NameWithoutClass", "<INSTANCENAME/>",
+                kHolds + "INSTANCENAME has no attribute CLASSNAME."),
+        BadName("NameWithMore", "<INSTANCENAME CLASSNAME=\"x\" Y=\"\"/>",
+                kHolds + "INSTANCENAME has an attribute Y that is not understood."),
+        BadName("NameWithText", Keys("x"),
+                kHolds + "INSTANCENAME holds text where only elements are expected."),
+        BadName("NameWithOther", Keys("<VALUE/>"),
+                kHolds + "VALUE is not understood inside INSTANCENAME."),
+        BadName("KeyWithoutName", Keys("<KEYBINDING><KEYVALUE/></KEYBINDING>"),
+                kHolds + "KEYBINDING has no attribute NAME."),
+        BadName("KeyWithMore", Keys("<KEYBINDING NAME=\"a\" X=\"\"><KEYVALUE/></KEYBINDING>"),
+                kHolds + "KEYBINDING &quot;a&quot; has an attribute X that is not understood."),
+        BadName("KeyWithoutValue", Keys("<KEYBINDING NAME=\"a\"/>"),
+                kHolds + "KEYBINDING &quot;a&quot; must hold one value."),
+        BadName("KeyWithTwoValues",
+                Keys("<KEYBINDING NAME=\"a\"><KEYVALUE/><KEYVALUE/></KEYBINDING>"),
+                kHolds + "KEYBINDING &quot;a&quot; must hold one value."),
+        BadName("KeyWithOther", Keys("<KEYBINDING NAME=\"a\"><VALUE/></KEYBINDING>"),
+                kHolds + "VALUE is not understood inside KEYBINDING."),
+        BadName("ValueWithMore", Keys("<KEYVALUE X=\"\"/>"),
+                kHolds + "KEYVALUE has an attribute X that is not understood."),
+        BadName("ValueWithElement", Keys("<KEYVALUE><X/></KEYVALUE>"),
+                kHolds + "X is not understood inside KEYVALUE."),
+        BadName("ValueBesideKey",
+                Keys("<KEYVALUE/><KEYBINDING NAME=\"a\"><KEYVALUE/></KEYBINDING>"),
+                kHolds + "INSTANCENAME holds more than one key, of which one has no name."),
+        GetInstance("FlagWrong", kManagerName,
+                    Failed("GetInstance", 4,
+                           "The parameter &quot;LocalOnly&quot; must be TRUE or FALSE."),
+                    Flag("LocalOnly", "")),
+        GetInstance("ParameterUnknown", kManagerName,
+                    Failed("GetInstance", 4,
+                           "The operation has no parameter &quot;DeepInheritance&quot;."),
+                    Flag("DeepInheritance", "TRUE")),
         CRow{"UnknownOfInstances",
              Intrinsic("EnumerateInstances", ClassName("CIM_Namespace") + Flag("Other", ""),
                        "interop"),

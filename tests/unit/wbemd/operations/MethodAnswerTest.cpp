@@ -16,8 +16,8 @@ using std::string;
 
 namespace {
 
-const wbemd::CPendingCall kGet = {"GetParameter", "", "1001", "getparameter", {}, false};
-const wbemd::CPendingCall kSet = {"SetParameter", "x", "1001", "SetParameter", {}};
+const wbemd::CPendingCall kGetCall = {"GetParameter", "", "1001", "getparameter", {}, false};
+const wbemd::CPendingCall kSetCall = {"SetParameter", "x", "1001", "SetParameter", {}};
 
 CCallAnswer Done(std::uint32_t value, const IWbemClassObject& output) {
     return {CallResult::Done, value, messages::EncodeObject(output)};
@@ -34,13 +34,14 @@ string ReturnValue(const string& value) {
 }
 
 TEST(MethodAnswer, HasTheReturnValueAlone) {
-    EXPECT_EQ(MethodReturned("SetParameter", ReturnValue("0")), Finish(kSet, Done(0, Output(0))));
+    EXPECT_EQ(MethodReturned("SetParameter", ReturnValue("0")),
+              Finish(kSetCall, Done(0, Output(0))));
     EXPECT_EQ(MethodReturned("SetParameter", ReturnValue("176")),
-              Finish(kSet, Done(176, Output(176))));
+              Finish(kSetCall, Done(176, Output(176))));
     EXPECT_EQ(MethodReturned("getparameter", ReturnValue("2147483649")),
-              Finish(kGet, Done(2147483649, Output(2147483649))));
+              Finish(kGetCall, Done(2147483649, Output(2147483649))));
     EXPECT_EQ(MethodReturned("getparameter", ReturnValue("2147483650")),
-              Finish(kGet, {CallResult::Done, 2147483650, ""}));
+              Finish(kGetCall, {CallResult::Done, 2147483650, ""}));
 }
 
 string InstanceText(const IWbemClassObject& object) {
@@ -61,7 +62,7 @@ TEST(MethodAnswer, HasTheOutParametersBehindIt) {
                                            "EmbeddedObject=\"instance\"><VALUE>" +
                                            requests::Escape(InstanceText(*samples::Settings())) +
                                            "</VALUE></PARAMVALUE>"),
-        Finish(kGet, Done(0, output)));
+        Finish(kGetCall, Done(0, output)));
 }
 
 // What was written before is taken again only for the same answer, and what the request is told
@@ -70,8 +71,8 @@ TEST(MethodAnswer, IsTheSameHoweverOftenItWasGiven) {
     IWbemClassObject output;
     output.Put("LoggerConf", samples::Settings());
     const CCallAnswer settings = Done(0, output);
-    const string first = Finish(kGet, settings);
-    EXPECT_EQ(first, Finish(kGet, settings));
+    const string first = Finish(kGetCall, settings);
+    EXPECT_EQ(first, Finish(kGetCall, settings));
     const wbemd::CPendingCall other = {"GetParameter", "", "&<\"'", "GETPARAMETER", {}};
     const string renamed = "<MESSAGE ID=\"&amp;&lt;&quot;'\" PROTOCOLVERSION=\"1.0\"><SIMPLERSP>"
                            "<METHODRESPONSE NAME=\"GETPARAMETER\">";
@@ -80,17 +81,18 @@ TEST(MethodAnswer, IsTheSameHoweverOftenItWasGiven) {
     string wanted = first;
     wanted.replace(begin, end - begin, renamed);
     EXPECT_EQ(wanted, Finish(other, settings));
-    EXPECT_EQ(MethodReturned("getparameter", ReturnValue("7")), Finish(kGet, Done(7, Output(7))));
-    EXPECT_EQ(first, Finish(kGet, settings));
-    EXPECT_EQ(MethodReturned("SetParameter", ReturnValue("0")), Finish(kSet, settings));
+    EXPECT_EQ(MethodReturned("getparameter", ReturnValue("7")),
+              Finish(kGetCall, Done(7, Output(7))));
+    EXPECT_EQ(first, Finish(kGetCall, settings));
+    EXPECT_EQ(MethodReturned("SetParameter", ReturnValue("0")), Finish(kSetCall, settings));
 }
 
 TEST(MethodAnswer, LeavesOutWhatIsNotSet) {
     IWbemClassObject output = Output(0);
     output.Put("LoggerConf", std::monostate());
-    EXPECT_EQ(MethodReturned("getparameter", ReturnValue("0")), Finish(kGet, Done(0, output)));
+    EXPECT_EQ(MethodReturned("getparameter", ReturnValue("0")), Finish(kGetCall, Done(0, output)));
     output.Put("LoggerConf", samples::Settings());
-    EXPECT_EQ(MethodReturned("SetParameter", ReturnValue("0")), Finish(kSet, Done(0, output)))
+    EXPECT_EQ(MethodReturned("SetParameter", ReturnValue("0")), Finish(kSetCall, Done(0, output)))
         << "an in-parameter is not given back";
 }
 
@@ -98,12 +100,12 @@ TEST(MethodAnswer, TellsOfAnObjectThatDoesNotFit) {
     const string wanted = MethodFailed("getparameter", 1,
                                        "What the provider answered does not fit the class. The "
                                        "method has ended; its return value was 7.");
-    EXPECT_EQ(wanted, Finish(kGet, {CallResult::Done, 7, "no object"}));
+    EXPECT_EQ(wanted, Finish(kGetCall, {CallResult::Done, 7, "no object"}));
     IWbemClassObject output;
     output.Put("LoggerConf", string("text"));
-    EXPECT_EQ(wanted, Finish(kGet, Done(7, output)));
+    EXPECT_EQ(wanted, Finish(kGetCall, Done(7, output)));
     output.Put("LoggerConf", std::make_unique<IWbemClassObject>("Other"));
-    EXPECT_EQ(wanted, Finish(kGet, Done(7, output)));
+    EXPECT_EQ(wanted, Finish(kGetCall, Done(7, output)));
 }
 
 struct CEndRow {
@@ -121,7 +123,8 @@ class Ends : public testing::TestWithParam<CEndRow> {};
 TEST_P(Ends, AreErrors) {
     CCallAnswer answer;
     answer.m_result = GetParam().result;
-    EXPECT_EQ(MethodFailed("SetParameter", GetParam().code, GetParam().text), Finish(kSet, answer));
+    EXPECT_EQ(MethodFailed("SetParameter", GetParam().code, GetParam().text),
+              Finish(kSetCall, answer));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -158,7 +161,7 @@ TEST(MethodAnswer, TellsWhoMayNotRead) {
     EXPECT_EQ(MethodFailed("getparameter", 2,
                            "This user may not read the settings. The administrator of the server "
                            "says who may."),
-              Finish(kGet, answer));
+              Finish(kGetCall, answer));
 }
 
 TEST(MethodAnswer, AsksForOtherCredentials) {
@@ -167,7 +170,7 @@ TEST(MethodAnswer, AsksForOtherCredentials) {
     EXPECT_EQ("401 open\nContent-Type: text/plain; charset=\"utf-8\"\n"
               "WWW-Authenticate: Basic realm=\"kzmwbemd\"\n\n"
               "A user and a password that are right are needed.\n",
-              Finish(kSet, answer));
+              Finish(kSetCall, answer));
 }
 
 } // namespace

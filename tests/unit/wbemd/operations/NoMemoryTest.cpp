@@ -20,7 +20,7 @@ using Outcome = std::variant<CHttpAnswer, wbemd::CPendingCall>;
 
 namespace {
 
-string Text(const Outcome& outcome) {
+string OutcomeText(const Outcome& outcome) {
     const auto* answer = std::get_if<CHttpAnswer>(&outcome);
     return answer == nullptr ? std::get<wbemd::CPendingCall>(outcome).m_inParameters
                              : std::to_string(answer->m_status) + "\n" + answer->m_body;
@@ -34,7 +34,7 @@ int ExpectNothingElse(
     const std::function<Outcome()>& ask, const string& withoutMemory,
     const std::function<void()>& before = [] {}) {
     before();
-    const string good = Text(ask());
+    const string good = OutcomeText(ask());
     int unmet = 0;
     for (int n = 1; unmet == 0; ++n) {
         Outcome outcome;
@@ -44,7 +44,7 @@ int ExpectNothingElse(
             outcome = ask();
             unmet = CFailingCall::IsMet() ? 0 : n;
         }
-        const string text = Text(outcome);
+        const string text = OutcomeText(outcome);
         EXPECT_TRUE(text == good || (unmet == 0 && text == withoutMemory)) << n << "\n" << text;
         if (text == withoutMemory) {
             EXPECT_FALSE(std::get<CHttpAnswer>(outcome).m_keepOpen);
@@ -92,7 +92,7 @@ messages::CCallAnswer Settings() {
     return {messages::CallResult::Done, 0, messages::EncodeObject(output)};
 }
 
-Outcome Finish(const wbemd::CPendingCall& call, const messages::CCallAnswer& answer) {
+Outcome FinishedOutcome(const wbemd::CPendingCall& call, const messages::CCallAnswer& answer) {
     try {
         return asking::Operations().Finish(call, answer);
     } catch (const std::bad_alloc&) {
@@ -105,7 +105,7 @@ TEST(NoMemory, ForTheEndOfACall) {
     const wbemd::CPendingCall call = Asked();
     const messages::CCallAnswer answer = Settings();
     const messages::CCallAnswer other = {messages::CallResult::Done, 1, ""};
-    const string withoutMemory = Text(call.m_withoutMemory);
+    const string withoutMemory = OutcomeText(call.m_withoutMemory);
     EXPECT_NE(withoutMemory.find("<MESSAGE ID=\"1001\""), string::npos) << withoutMemory;
     EXPECT_NE(string::npos,
               withoutMemory.find("<METHODRESPONSE NAME=\"GetParameter\"><ERROR CODE=\"1\" "
@@ -113,8 +113,9 @@ TEST(NoMemory, ForTheEndOfACall) {
                                  "server is out of memory to tell how that went. Read the settings "
                                  "before anything else.\">"))
         << withoutMemory;
-    const auto finish = [&] { return Finish(call, answer); };
-    EXPECT_GE(ExpectNothingElse(finish, withoutMemory, [&] { Finish(call, other); }), kMany);
+    const auto finish = [&] { return FinishedOutcome(call, answer); };
+    EXPECT_GE(ExpectNothingElse(finish, withoutMemory, [&] { FinishedOutcome(call, other); }),
+              kMany);
     const int again = ExpectNothingElse(finish, withoutMemory);
     EXPECT_TRUE(0 < again && again < kMany) << again << ": it was written anew";
 }
