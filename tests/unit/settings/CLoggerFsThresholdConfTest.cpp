@@ -19,12 +19,12 @@ string Describe(const CLoggerFsThresholdConf& conf) {
     return text.str();
 }
 
-struct PropertyRow {
+struct RowProperty {
     string name; // of the property
     string kind; // of the operation that reads and sets it
     WbemType other;
 };
-const std::vector<PropertyRow> kProperties = {{"VolumeName", "String", WbemType::SInt32},
+const std::vector<RowProperty> kProperties = {{"VolumeName", "String", WbemType::SInt32},
                                               {"Threshold", "Int", WbemType::String},
                                               {"VolMonitoringEnable", "Bool", WbemType::String}};
 
@@ -59,7 +59,7 @@ TEST(CLoggerFsThresholdConf, SurvivesTheObject) {
 }
 
 TEST(CLoggerFsThresholdConf, NeedsEachPropertyOfTheObject) {
-    for (const PropertyRow& missing : kProperties) {
+    for (const RowProperty& missing : kProperties) {
         SCOPED_TRACE(missing.name);
         IWbemClassObject object;
         CLoggerFsThresholdConf("/home", 90, true).ConvertToIWbemClassObject(&object);
@@ -91,7 +91,7 @@ TEST(CLoggerFsThresholdConf, PropertiesAreReadInOrderUntilOneFails) {
 }
 
 TEST(CLoggerFsThresholdConf, PropertyThatCannotBeSetFails) {
-    for (const PropertyRow& refused : kProperties) {
+    for (const RowProperty& refused : kProperties) {
         SCOPED_TRACE(refused.name);
         IWbemClassObject object;
         object.DefineProperty(refused.name, refused.other);
