@@ -11,7 +11,10 @@
 #include <unistd.h>
 
 #include <array>
+#include <charconv>
 #include <cstdlib>
+#include <limits>
+#include <utility>
 
 using std::string;
 
@@ -22,14 +25,9 @@ constexpr int kTimeToEnd = 1000; // milliseconds
 constexpr int kFirstListener = 3;
 constexpr int kCannotExecute = 127;
 
-std::vector<char*> Pointers(std::vector<string>* words) {
-    std::vector<char*> pointers;
-    for (string& word : *words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
+// Its value is written in the child, which alone knows it.
+const string kListenProcess = "LISTEN_PID=";
+constexpr std::size_t kMostDigits = std::numeric_limits<pid_t>::digits10 + 1;
 
 } // namespace
 
@@ -39,9 +37,13 @@ CDaemonProcess::CDaemonProcess(const string& program, const Words& arguments,
     EXPECT_EQ(pipe2(log.data(), O_CLOEXEC | O_NONBLOCK), 0);
     m_logReader = log[0];
     m_logWriter = log[1];
+    Words words = {program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    const CExecWords command(std::move(words));
+    const CExecWords variables(Environment(listeners.size(), environment));
     m_process = fork();
     if (m_process == 0) {
-        Execute(program, arguments, environment, listeners);
+        Execute(command, variables, listeners);
     }
     close(m_logWriter);
     m_end = static_cast<int>(syscall(SYS_pidfd_open, m_process, 0));
@@ -62,12 +64,21 @@ CDaemonProcess::~CDaemonProcess() {
     close(m_logReader);
 }
 
-void CDaemonProcess::Execute(const string& program, const Words& arguments,
-                             const Words& environment, const std::vector<int>& listeners) const {
+CDaemonProcess::Words CDaemonProcess::Environment(std::size_t listeners, const Words& own) const {
+    Words variables = {"PATH=/usr/bin:/bin", "LC_ALL=C", "NOTIFY_SOCKET=" + m_notify.Name()};
+    if (listeners > 0) {
+        variables.insert(variables.begin(), kListenProcess + string(kMostDigits, '\0'));
+        variables.push_back("LISTEN_FDS=" + std::to_string(listeners));
+    }
+    variables.insert(variables.end(), own.begin(), own.end());
+    return variables;
+}
+
+void CDaemonProcess::Execute(const CExecWords& command, const CExecWords& environment,
+                             const std::vector<int>& listeners) const {
     fcntl(m_logWriter, F_SETFL, 0);
     dup2(m_logWriter, STDOUT_FILENO);
     dup2(m_logWriter, STDERR_FILENO);
-    Words variables = {"PATH=/usr/bin:/bin", "LC_ALL=C", "NOTIFY_SOCKET=" + m_notify.Name()};
     int next = kFirstListener;
     for (const int listener : listeners) {
         if (listener == next) {
@@ -78,13 +89,10 @@ void CDaemonProcess::Execute(const string& program, const Words& arguments,
         ++next;
     }
     if (!listeners.empty()) {
-        variables.push_back("LISTEN_FDS=" + std::to_string(listeners.size()));
-        variables.push_back("LISTEN_PID=" + std::to_string(getpid()));
+        char* const id = environment.First() + kListenProcess.size();
+        std::to_chars(id, id + kMostDigits, getpid());
     }
-    variables.insert(variables.end(), environment.begin(), environment.end());
-    Words words = {program};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    execve(program.c_str(), Pointers(&words).data(), Pointers(&variables).data());
+    execve(command.First(), command.All(), environment.All());
     _exit(kCannotExecute);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/CExecWords.h"
 #include "tests/support/CNotifySocket.h"
 
 #include <sys/types.h>
@@ -45,8 +46,9 @@ public:
     std::string Rest() { return Log().substr(m_given); }
 
 private:
-    [[noreturn]] void Execute(const std::string& program, const Words& arguments,
-                              const Words& environment, const std::vector<int>& listeners) const;
+    [[nodiscard]] Words Environment(std::size_t listeners, const Words& own) const;
+    [[noreturn]] void Execute(const CExecWords& command, const CExecWords& environment,
+                              const std::vector<int>& listeners) const;
     void TakeLog();
     bool AwaitReadable(int descriptor);
 

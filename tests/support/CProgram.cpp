@@ -46,15 +46,6 @@ void ReadBoth(int first, std::string* firstText, int second, std::string* second
     }
 }
 
-std::vector<char*> Pointers(std::vector<std::string>* words) {
-    std::vector<char*> pointers;
-    for (std::string& word : *words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 std::vector<std::string> MakeEnvironment(const std::vector<std::string>& own) {
     std::vector<std::string> all = {"PATH=/usr/bin:/bin", "LC_ALL=C", "TERM=xterm"};
     all.insert(all.end(), own.begin(), own.end());
@@ -80,12 +71,14 @@ CProgram::Result CProgram::Run() const {
     std::array<int, 2> error{};
     EXPECT_EQ(pipe2(output.data(), O_CLOEXEC), 0);
     EXPECT_EQ(pipe2(error.data(), O_CLOEXEC), 0);
+    const CExecWords command(Command());
+    const CExecWords environment(MakeEnvironment(m_environment));
     const pid_t process = fork();
     if (process == 0) {
         dup2(open(m_sInputFile.c_str(), O_RDONLY | O_CLOEXEC), STDIN_FILENO);
         dup2(output[1], STDOUT_FILENO);
         dup2(error[1], STDERR_FILENO);
-        Execute();
+        Execute(command, environment);
     }
     close(output[1]);
     close(error[1]);
@@ -101,11 +94,13 @@ CProgram::Result CProgram::RunIntoClosedPipe() const {
     EXPECT_EQ(pipe2(output.data(), O_CLOEXEC), 0);
     EXPECT_EQ(pipe2(error.data(), O_CLOEXEC), 0);
     close(output[0]);
+    const CExecWords command(Command());
+    const CExecWords environment(MakeEnvironment(m_environment));
     const pid_t process = fork();
     if (process == 0) {
         dup2(output[1], STDOUT_FILENO);
         dup2(error[1], STDERR_FILENO);
-        Execute();
+        Execute(command, environment);
     }
     close(output[1]);
     close(error[1]);
@@ -123,9 +118,11 @@ CProgram::RunOnTerminal(const std::function<void(const std::string&)>& seen) con
     size.ws_col = 80;
     size.ws_row = 40;
     int terminal = -1;
+    const CExecWords command(Command());
+    const CExecWords environment(MakeEnvironment(m_environment));
     const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
     if (process == 0) {
-        Execute();
+        Execute(command, environment);
     }
     Result result;
     while (ReadSome(terminal, &result.m_sOutput)) {
@@ -138,7 +135,18 @@ CProgram::RunOnTerminal(const std::function<void(const std::string&)>& seen) con
     return result;
 }
 
-void CProgram::Execute() const {
+CProgram::Words CProgram::Command() const {
+    Words words = m_wrapper;
+    words.push_back(m_program);
+    if (!m_bDefaultFiles) {
+        words.insert(words.end(),
+                     {"--provider", PROVIDER_LIBRARY, "--definitions", CLASS_DEFINITIONS});
+    }
+    words.insert(words.end(), m_arguments.begin(), m_arguments.end());
+    return words;
+}
+
+void CProgram::Execute(const CExecWords& command, const CExecWords& environment) const {
     std::signal(SIGPIPE, m_bIgnorePipeSignal ? SIG_IGN : SIG_DFL);
     // However the tests were started: in the background some of these are ignored.
     for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
@@ -150,14 +158,6 @@ void CProgram::Execute() const {
             open(m_sOutputFile.c_str(), O_WRONLY); // the lowest free number: standard output
         }
     }
-    Words words = m_wrapper;
-    words.push_back(m_program);
-    if (!m_bDefaultFiles) {
-        words.insert(words.end(),
-                     {"--provider", PROVIDER_LIBRARY, "--definitions", CLASS_DEFINITIONS});
-    }
-    words.insert(words.end(), m_arguments.begin(), m_arguments.end());
-    Words environment = MakeEnvironment(m_environment);
-    execve(words.front().c_str(), Pointers(&words).data(), Pointers(&environment).data());
+    execve(command.First(), command.All(), environment.All());
     _exit(127);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/CExecWords.h"
+
 #include <functional>
 #include <string>
 #include <utility>
@@ -50,7 +52,8 @@ public:
     RunOnTerminal(const std::function<void(const std::string&)>& seen = {}) const;
 
 private:
-    [[noreturn]] void Execute() const;
+    [[nodiscard]] Words Command() const;
+    [[noreturn]] void Execute(const CExecWords& command, const CExecWords& environment) const;
 
     Words m_arguments;
     std::string m_program;
