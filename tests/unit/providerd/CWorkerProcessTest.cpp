@@ -1,5 +1,8 @@
 #include "providerd/CWorkerProcess.h"
 
+#include "providerd/WorkMessages.h"
+#include "tests/unit/providerd/CFifo.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -34,6 +37,22 @@ TEST(CWorkerProcess, TellsHowItEnded) {
         EXPECT_TRUE(worker->HasEnded());
         EXPECT_EQ(description, worker->Description());
     }
+}
+
+TEST(CWorkerProcess, HasNotEndedWhileAnotherHasItsDescriptors) {
+    const CFifo fifo;
+    std::string error;
+    const auto worker = CWorkerProcess::Start(FAKE_WORKER, &error);
+    ASSERT_NE(nullptr, worker) << error;
+    const std::string frame =
+        Encode(providerd::CWorkRequest{"SetParameter", "leave " + fifo.Path(), "", ""});
+    EXPECT_EQ(providerd::Transfer::Done,
+              providerd::SendFrame(worker->Socket(), frame, std::nullopt));
+    siginfo_t ended{};
+    EXPECT_EQ(0, waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT));
+    EXPECT_FALSE(worker->HasEnded());
+    fifo.Release();
+    EXPECT_TRUE(worker->Finish(CWorkerProcess::End::ByItself));
 }
 
 } // namespace

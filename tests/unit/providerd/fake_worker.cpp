@@ -7,6 +7,9 @@
 //   keep-raise N    notes it, and ends
 //   return N        answers with this return value
 //   exit N, raise N ends
+//   leave FIFO      ends, and leaves a process that has its descriptors until the FIFO is opened
+//   for
+//                   writing
 //   garbage         sends a frame that is no answer
 //   too-long        sends the header of a frame that is longer than one may be
 //   half            sends a part of a frame, and ends
@@ -90,6 +93,11 @@ void Obey(const std::string& order, const std::string& argument) {
         _exit(std::stoi(argument));
     } else if (order == "raise") {
         raise(std::stoi(argument));
+    } else if (order == "leave") {
+        if (fork() == 0) {
+            close(open(argument.c_str(), O_RDONLY));
+        }
+        _exit(0);
     } else if (order == "garbage") {
         Send(std::string("\1\0\0\0x", 5));
     } else if (order == "too-long") {
