@@ -58,7 +58,7 @@ find "$build" -name '*.gcno' | sed 's/gcno$/gcda/' | while read -r file; do
 done
 wanted=$(echo "$programs" | tr -s ' \n' '|')
 GTEST_FILTER=$filter quietly "$build/coverage-tests.log" ctest --test-dir "$build" \
-    --parallel $(($(nproc) * 2)) --output-on-failure --tests-regex "^($wanted)(\.[0-9]+)?\$"
+    --parallel $(($(nproc) * 3)) --output-on-failure --tests-regex "^($wanted)(\.[0-9]+)?\$"
 find "$build" -name '*.gcda' -size 0 -delete # of what did not run
 
 counts=$build/coverage.json
