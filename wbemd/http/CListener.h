@@ -24,6 +24,8 @@ public:
     // Takes the socket over; an error when it is no socket of TCP.
     ErrorCode Assign(history::CDescriptor socket);
     void Accept();
+    // Accepts again where something that was thrown has ended that. Not while it is called itself.
+    void GoOn();
     void Close();
 
     [[nodiscard]] const std::string& Text() const { return m_text; }
@@ -48,6 +50,8 @@ private:
     bool m_isClosed = false;
     bool m_isFailing = false;       // told, and not told again until it works
     Clock::time_point m_logAgain{}; // when a refusal is worth a line again
+    // Had as well by whoever waits for the next connection, or until accepting is tried again.
+    const std::shared_ptr<void> m_wait = std::make_shared<char>();
     CAcceptor m_acceptor;
     CTimer m_timer;
 };
@@ -68,11 +72,18 @@ inline ErrorCode CListener::Assign(history::CDescriptor socket) {
 }
 
 inline void CListener::Accept() {
-    m_acceptor.async_accept([self = shared_from_this()](const ErrorCode& error, CSocket socket) {
-        if (!self->m_isClosed) {
-            self->OnAccept(error, std::move(socket));
-        }
-    });
+    m_acceptor.async_accept(
+        [self = shared_from_this(), wait = m_wait](const ErrorCode& error, CSocket socket) {
+            if (!self->m_isClosed) {
+                self->OnAccept(error, std::move(socket));
+            }
+        });
+}
+
+inline void CListener::GoOn() {
+    if (!m_isClosed && m_wait.use_count() == 1) {
+        Accept();
+    }
 }
 
 inline void CListener::Close() {
@@ -102,7 +113,7 @@ inline void CListener::AcceptLater(const ErrorCode& error) {
                              " cannot be taken for now: " + error.message() + ".");
     }
     m_timer.expires_after(kPause);
-    m_timer.async_wait([self = shared_from_this()](const ErrorCode&) {
+    m_timer.async_wait([self = shared_from_this(), wait = m_wait](const ErrorCode&) {
         if (!self->m_isClosed) {
             self->Accept();
         }

@@ -249,6 +249,9 @@ void CServer::Run() {
         } catch (const std::exception& exception) {
             // The connection that it came from is gone; the others go on.
             daemon_base::LogException("A connection was given up", exception);
+            for (const auto& listener : m_parts->m_listeners) {
+                listener->GoOn();
+            }
         }
     }
 }

@@ -2,11 +2,14 @@
 
 // The steps of CSession, in the order of a request.
 
+#include "serverbase/ServiceManager.h"
 #include "wbemd/http/CSession.h"
 
 #include <algorithm>
 #include <ctime>
 #include <exception>
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
@@ -252,20 +255,30 @@ inline CHttpAnswer CSession::Finish(const CReply& reply) const {
 
 // Computes what short texts ask for at once, and has the worker compute the rest, so that nobody
 // waits for the loop. The session touches nothing meanwhile. `otherwise` gives the result where the
-// work cannot.
+// work cannot; where that cannot, either, the connection is given up.
 template <class Work, class Otherwise, class Then>
 void CSession::Compute(std::size_t bytes, Work work, Otherwise otherwise, Then then) {
     if (bytes <= daemon_base::kShortBytes) {
         then(ResultOf(work, otherwise));
         return;
     }
-    asio::post(m_shared.m_worker, [self = shared_from_this(), work = std::move(work), otherwise,
-                                   then = std::move(then)]() mutable {
-        auto& io = self->m_shared.m_io;
-        auto result = ResultOf(work, otherwise);
-        // The session must end on the loop's thread.
-        asio::post(io, [self = std::move(self), then = std::move(then),
-                        result = std::move(result)]() mutable { then(std::move(result)); });
+    using Result = std::invoke_result_t<Work>;
+    const auto result = std::make_shared<std::optional<Result>>();
+    // The worker needs no memory to end the wait. The session ends on the loop's thread.
+    const auto wait = std::make_shared<CTimer>(m_shared.m_io, Clock::time_point::max());
+    wait->async_wait(
+        [self = shared_from_this(), result, then = std::move(then)](const ErrorCode&) mutable {
+            if (*result) {
+                then(std::move(**result));
+            }
+        });
+    asio::post(m_shared.m_worker, [work = std::move(work), otherwise, result, wait]() mutable {
+        try {
+            result->emplace(ResultOf(work, otherwise));
+        } catch (const std::exception& exception) {
+            daemon_base::LogException("A connection was given up", exception);
+        }
+        wait->cancel();
     });
 }
 

@@ -4,13 +4,41 @@
 //   change TEXT  asks for the method SetParameter in the same way
 //   status N     an answer with this status that closes the connection
 //   long N       an answer of so many bytes
+//   short TEXT   a short answer, however long the text is
 //   no memory    throws
+//   lack N       finds no memory for the Nth allocation from then on, in all of the process
 // Any other body is repeated.
 
 #include "wbemd/operations/COperations.h"
 
+#include <atomic>
+#include <cstdlib>
 #include <new>
 #include <string>
+
+namespace {
+
+std::atomic<long> allocationsLeft{0}; // until the one that finds no memory
+
+} // namespace
+
+#ifndef KZM_NO_FAULT_TRANSLATION // the sanitizers have an allocator of their own
+void* operator new(std::size_t size) {
+    const bool isToFail = allocationsLeft > 0 && --allocationsLeft == 0;
+    if (void* const memory = isToFail ? nullptr : std::malloc(size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+#endif
 
 namespace wbemd {
 
@@ -20,6 +48,8 @@ const std::string kCall = "call ";
 const std::string kChange = "change ";
 const std::string kStatus = "status ";
 const std::string kLong = "long ";
+const std::string kShort = "short ";
+const std::string kLack = "lack ";
 
 std::string Shown(const char* name, const std::optional<std::string>& value) {
     return value ? std::string(name) + "=" + *value + "\n" : "";
@@ -81,6 +111,13 @@ COperations::Answer(const CRequestHead& head, std::string_view body, messages::R
     }
     if (const auto length = Argument(body, kLong)) {
         return Said(std::string(std::stoul(*length), 'x'));
+    }
+    if (Argument(body, kShort)) {
+        return Said("as told\n");
+    }
+    if (const auto number = Argument(body, kLack)) {
+        allocationsLeft = std::stol(*number);
+        return Said("as told\n");
     }
     if (body == "no memory") {
         throw std::bad_alloc();

@@ -145,6 +145,30 @@ TEST_F(LifeTest, GoesOnWhenMemoryIsUsedUp) {
     EXPECT_EQ(client.Answer(), Repeated("hi"));
 }
 
+// Whichever allocation finds no memory, the server takes the next connection. The connections stay
+// open, so that each one needs memory of its own.
+TEST_F(LifeTest, GoesOnWithoutMemoryForOneThing) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers have an allocator of their own";
+#endif
+    constexpr int kMost = 60; // a request has fewer allocations
+    CServerProcess server("MaxConnections=1000\nMaxConnectionsPerPeer=1000\n");
+    std::vector<CClient> clients;
+    const auto ask = [&](const string& body) {
+        clients.emplace_back(server.HttpPort()).Send(Post(body));
+        return clients.back().Answer();
+    };
+    for (const string& body : {string("hi"), "short " + string(100'000, 'x')}) {
+        for (int n = 1; n <= kMost; ++n) {
+            SCOPED_TRACE(body.substr(0, 5) + ", allocation " + std::to_string(n));
+            ask("lack " + std::to_string(n));
+            ask(body);
+            ask("lack 0"); // which may be too late
+            ASSERT_EQ(ask("hi"), Repeated("hi"));
+        }
+    }
+}
+
 struct CRunRow {
     const char* m_lines;
     std::vector<string> m_arguments;
