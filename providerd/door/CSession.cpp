@@ -6,6 +6,7 @@
 #include "providerd/door/Secrets.h"
 #include "serverbase/ServiceManager.h"
 
+#include <new>
 #include <utility>
 
 namespace providerd {
@@ -129,11 +130,20 @@ CFinishedCall CSession::Call(messages::CCallRequest& request, Right right) const
     CMethodCall call{request.m_method, std::move(request.m_inParameters), {}};
     call.m_origin.m_user = request.m_credentials.m_user;
     call.m_origin.m_from = request.m_peer;
-    CFinishedCall finished = m_run(std::move(call));
+    CFinishedCall finished = Make(std::move(call));
     if (finished.m_answer.m_outParameters.size() > messages::kObjectBytes) {
         finished.m_answer = Unmade(CallResult::Failed).m_answer; // it has no frame
     }
     return finished;
+}
+
+// What came of a call may find no memory after it was made.
+CFinishedCall CSession::Make(CMethodCall call) const {
+    try {
+        return m_run(std::move(call));
+    } catch (const std::bad_alloc&) {
+        return Unmade(CallResult::Died);
+    }
 }
 
 } // namespace providerd

@@ -39,6 +39,7 @@ private:
     [[nodiscard]] std::optional<std::string> AnswerTo(messages::CCallRequest& request) const;
     // Takes the parameters away from the request.
     [[nodiscard]] CFinishedCall Call(messages::CCallRequest& request, messages::Right right) const;
+    [[nodiscard]] CFinishedCall Make(CMethodCall call) const;
 
     CAuthentication* m_authentication;
     RunCall m_run;

@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <new>
 #include <regex>
 
 using history::CDescriptor;
@@ -37,6 +38,9 @@ protected:
                 m_calls.push_back(call.m_method + " " + call.m_inParameters + " " +
                                   call.m_origin.m_user + " " + call.m_origin.m_sudoUser + " " +
                                   call.m_origin.m_from);
+                if (m_lacksMemory) {
+                    throw std::bad_alloc();
+                }
                 return m_finished;
             };
             providerd::CSession(m_authentication.get(), run).Serve(owned.Get());
@@ -73,6 +77,7 @@ protected:
     CFakeTime m_time;
     std::unique_ptr<providerd::CAuthentication> m_authentication;
     providerd::CFinishedCall m_finished;
+    bool m_lacksMemory = false; // where a call was made
     std::vector<std::string> m_calls;
     CDescriptor m_client;
     std::thread m_thread;
@@ -157,6 +162,17 @@ TEST_F(Session, HandsOnWhatTheQueueAnswers) {
         m_finished.m_answer = {result, 0, ""};
         EXPECT_EQ(Call("reader", "right", "GetParameter"), PayloadOf(Encode(m_finished.m_answer)));
     }
+}
+
+TEST_F(Session, ACallThatThereIsNoMemoryForLeavesItsLine) {
+    m_lacksMemory = true;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Call("changer", "right", "SetParameter"),
+              PayloadOf(Encode(messages::CCallAnswer{CallResult::Died, 0, ""})));
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find(
+                  R"(user="changer" peer="192.0.2.1" operation="SetParameter" )"
+                  R"(result="worker died" ms=)"),
+              0U);
 }
 
 TEST_F(Session, AnOutputThatHasNoFrameFails) {
