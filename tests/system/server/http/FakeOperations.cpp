@@ -6,6 +6,8 @@
 //   long N       an answer of so many bytes
 //   short TEXT   a short answer, however long the text is
 //   no memory    throws
+//   no memory at all TEXT
+//                throws, and finds no memory for the next allocation, either
 //   lack N       finds no memory for the Nth allocation from then on, in all of the process
 // Any other body is repeated.
 
@@ -50,6 +52,7 @@ const std::string kStatus = "status ";
 const std::string kLong = "long ";
 const std::string kShort = "short ";
 const std::string kLack = "lack ";
+const std::string kNone = "no memory at all ";
 
 std::string Shown(const char* name, const std::optional<std::string>& value) {
     return value ? std::string(name) + "=" + *value + "\n" : "";
@@ -118,6 +121,10 @@ COperations::Answer(const CRequestHead& head, std::string_view body, messages::R
     if (const auto number = Argument(body, kLack)) {
         allocationsLeft = std::stol(*number);
         return Said("as told\n");
+    }
+    if (Argument(body, kNone)) {
+        allocationsLeft = 1;
+        throw std::bad_alloc();
     }
     if (body == "no memory") {
         throw std::bad_alloc();

@@ -169,6 +169,21 @@ TEST_F(LifeTest, GoesOnWithoutMemoryForOneThing) {
     }
 }
 
+// What says so where there is no memory for what was computed may find none, either.
+TEST_F(LifeTest, GoesOnWithoutMemoryToSaySo) {
+#ifdef KZM_NO_FAULT_TRANSLATION
+    GTEST_SKIP() << "the sanitizers have an allocator of their own";
+#endif
+    CServerProcess server;
+    CClient client(server.HttpPort());
+    for (const string& rest : {string("x"), string(100'000, 'x')}) {
+        EXPECT_EQ(AnswerTo(server, Post("no memory at all " + rest)), "");
+        server.AwaitLine("A connection was given up: std::bad_alloc.");
+        client.Send(Post("hi"));
+        EXPECT_EQ(client.Answer(), Repeated("hi"));
+    }
+}
+
 struct CRunRow {
     const char* m_lines;
     std::vector<string> m_arguments;
