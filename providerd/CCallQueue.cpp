@@ -29,12 +29,6 @@ struct CJob {
     const std::shared_future<CFinishedCall> m_end = m_result.get_future().share();
 };
 
-CFinishedCall Refusal(CallResult result) {
-    CFinishedCall finished;
-    finished.m_answer.m_result = result;
-    return finished;
-}
-
 bool CanShare(const CMethodCall& waiting, const CMethodCall& call) {
     return call.m_method == kGetParameter && waiting.m_method == kGetParameter &&
            waiting.m_inParameters == call.m_inParameters;
@@ -88,11 +82,11 @@ CFinishedCall CCallQueue::Run(CMethodCall call) {
     {
         const Parts::Lock lock(m_parts->m_mutex);
         if (m_parts->m_isShuttingDown) {
-            return Refusal(CallResult::ShuttingDown);
+            return CFinishedCall(CallResult::ShuttingDown);
         }
         job = m_parts->Enqueue(std::move(call));
         if (job == nullptr) {
-            return Refusal(CallResult::QueueFull);
+            return CFinishedCall(CallResult::QueueFull);
         }
         ++job->m_callers;
     }
@@ -104,7 +98,7 @@ void CCallQueue::ShutDown() {
         const Parts::Lock lock(m_parts->m_mutex);
         m_parts->m_isShuttingDown = true;
         while (!m_parts->m_waiting.empty()) {
-            m_parts->TakeFirst()->m_result.set_value(Refusal(CallResult::ShuttingDown));
+            m_parts->TakeFirst()->m_result.set_value(CFinishedCall(CallResult::ShuttingDown));
         }
         m_parts->m_change.notify_one();
     }
@@ -145,7 +139,7 @@ CFinishedCall CCallQueue::Parts::Await(const Job& job) {
         job->m_end.wait();
     }
     --m_callers;
-    return hasLeft ? Refusal(CallResult::QueueFull) : job->m_end.get();
+    return hasLeft ? CFinishedCall(CallResult::QueueFull) : job->m_end.get();
 }
 
 // One caller does not wait any longer; without callers the call is not made. False when it has

@@ -37,18 +37,21 @@ bool IsException(const CWorkAnswer& answer) {
 CReplaceableWorker::CReplaceableWorker(const CQueueLimits& limits) : m_limits(limits) {}
 
 CFinishedCall CReplaceableWorker::Make(const CMethodCall& call) {
-    CFinishedCall finished;
+    CFinishedCall finished = Try(call);
+    finished.m_historyId = std::exchange(m_historyId, {});
+    return finished;
+}
+
+CFinishedCall CReplaceableWorker::Try(const CMethodCall& call) {
     try {
-        finished.m_answer = Prepare() ? Exchange(call) : Unfinished(CallResult::Failed);
+        return CFinishedCall(Prepare() ? Exchange(call) : Unfinished(CallResult::Failed));
     } catch (const std::bad_alloc&) {
         Log(Level::Error, "There is no memory for the answer of a method; the worker is replaced.");
         if (m_worker != nullptr) {
             Replace(CWorkerProcess::End::ByItself); // it may have more to say
         }
-        finished.m_answer = Unfinished(CallResult::Died);
+        return CFinishedCall(CallResult::Died);
     }
-    finished.m_historyId = std::exchange(m_historyId, {});
-    return finished;
 }
 
 // Sees to it that there is a worker that waits for a request.

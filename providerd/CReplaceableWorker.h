@@ -23,6 +23,7 @@ public:
     CFinishedCall Make(const CMethodCall& call);
 
 private:
+    CFinishedCall Try(const CMethodCall& call);
     bool Prepare();
     messages::CCallAnswer Exchange(const CMethodCall& call);
     Transfer AwaitAnswer(const Deadline& deadline, std::optional<CWorkAnswer>* answer);

@@ -5,6 +5,8 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
 
 namespace providerd {
@@ -16,11 +18,21 @@ struct CMethodCall {
     history::COrigin m_origin;  // who asks, from where
 };
 
+// A message as a whole frame, for everybody whom it is sent to.
+using Frame = std::shared_ptr<const std::string>;
+
 // How a call ended. m_historyId names the copy of the settings that was kept before they were
 // changed, however the call ended; empty when none was, or when the worker did not come to say so.
 struct CFinishedCall {
-    messages::CCallAnswer m_answer;
+    // An output of more than kObjectBytes has no frame: the call has failed.
+    explicit CFinishedCall(const messages::CCallAnswer& answer, std::string historyId = "");
+    // One that has nothing to give.
+    explicit CFinishedCall(messages::CallResult result);
+
+    messages::CallResult m_result;
+    std::uint32_t m_uiReturnValue; // of Done
     std::string m_historyId;
+    Frame m_frame; // the answer
 };
 
 // What a queue may take, and what its workers are.

@@ -67,10 +67,9 @@ std::string Time(const CAuditedRequest& request) {
 } // namespace
 
 std::string CallLine(const CAuditedRequest& request, const CFinishedCall& call) {
-    const messages::CCallAnswer& answer = call.m_answer;
-    std::string line = Beginning(request) + " result=" + Quoted(WordsOf(answer.m_result));
-    if (answer.m_result == CallResult::Done) {
-        line += " return=" + Hexadecimal(answer.m_uiReturnValue);
+    std::string line = Beginning(request) + " result=" + Quoted(WordsOf(call.m_result));
+    if (call.m_result == CallResult::Done) {
+        line += " return=" + Hexadecimal(call.m_uiReturnValue);
     }
     line += Time(request);
     return call.m_historyId.empty() ? line : line + " history=" + call.m_historyId;

@@ -32,12 +32,6 @@ private:
     TimePoint m_begin = std::chrono::steady_clock::now();
 };
 
-CFinishedCall Unmade(CallResult result) {
-    CFinishedCall finished;
-    finished.m_answer.m_result = result;
-    return finished;
-}
-
 void WipePassword(messages::Request* request) {
     std::visit([](auto& message) { Wipe(&message.m_credentials.m_password); }, *request);
 }
@@ -61,15 +55,15 @@ void CSession::Serve(int socket) const {
             Wipe(&payload);
             return;
         }
-        const std::optional<std::string> frame = Answer(&payload);
+        const Frame frame = Answer(&payload);
         share.Release();
-        if (!frame || SendFrame(socket, *frame, {}) != Transfer::Done) {
+        if (frame == nullptr || SendFrame(socket, *frame, {}) != Transfer::Done) {
             return;
         }
     }
 }
 
-std::optional<std::string> CSession::Answer(std::string* payload) const {
+Frame CSession::Answer(std::string* payload) const {
     const std::size_t bytes = payload->size();
     std::optional<messages::Request> request = messages::DecodeRequest(*payload);
     Wipe(payload);
@@ -77,19 +71,19 @@ std::optional<std::string> CSession::Answer(std::string* payload) const {
     if (!request) {
         Log(Level::Warning, "A connection was closed: " + std::to_string(bytes) +
                                 " bytes came that are no request.");
-        return std::nullopt;
+        return nullptr;
     }
-    auto answer = std::visit([this](auto& message) { return AnswerTo(message); }, *request);
+    Frame answer = std::visit([this](auto& message) { return AnswerTo(message); }, *request);
     WipePassword(&*request);
     return answer;
 }
 
-std::optional<std::string> CSession::AnswerTo(const messages::CCheckRequest& request) const {
+Frame CSession::AnswerTo(const messages::CCheckRequest& request) const {
     const CStopwatch stopwatch;
     const Checked checked =
         m_authentication->Check(request.m_credentials, request.m_peer, For::Reading);
     if (checked.m_kind == Checked::Kind::Stopped) {
-        return std::nullopt;
+        return nullptr;
     }
     const bool isRight = checked.m_kind == Checked::Kind::Right;
     if (!isRight) {
@@ -97,10 +91,10 @@ std::optional<std::string> CSession::AnswerTo(const messages::CCheckRequest& req
                                         kCheckOperation, stopwatch.Time()},
                                        checked.m_reason));
     }
-    return Encode(messages::CCheckAnswer{isRight, checked.m_right});
+    return std::make_shared<std::string>(Encode(messages::CCheckAnswer{isRight, checked.m_right}));
 }
 
-std::optional<std::string> CSession::AnswerTo(messages::CCallRequest& request) const {
+Frame CSession::AnswerTo(messages::CCallRequest& request) const {
     const CStopwatch stopwatch;
     const For purpose =
         NeededRight(request.m_method) == Right::Change ? For::Changing : For::Reading;
@@ -109,40 +103,31 @@ std::optional<std::string> CSession::AnswerTo(messages::CCallRequest& request) c
     if (checked.m_kind == Checked::Kind::Wrong) {
         audited.m_time = stopwatch.Time();
         Log(Level::Notice, RefusalLine(audited, checked.m_reason));
-        return Encode(Unmade(CallResult::WrongCredentials).m_answer);
+        return CFinishedCall(CallResult::WrongCredentials).m_frame;
     }
     const CFinishedCall finished = checked.m_kind == Checked::Kind::Stopped
-                                       ? Unmade(CallResult::ShuttingDown)
+                                       ? CFinishedCall(CallResult::ShuttingDown)
                                        : Call(request, checked.m_right);
     audited.m_time = stopwatch.Time();
     Log(Level::Info, CallLine(audited, finished));
-    return Encode(finished.m_answer);
+    return finished.m_frame;
 }
 
 CFinishedCall CSession::Call(messages::CCallRequest& request, Right right) const {
     const Right needed = NeededRight(request.m_method);
     if (needed == Right::None) {
-        return Unmade(CallResult::NoMethod);
+        return CFinishedCall(CallResult::NoMethod);
     }
     if (right < needed) {
-        return Unmade(CallResult::NotAllowed);
+        return CFinishedCall(CallResult::NotAllowed);
     }
     CMethodCall call{request.m_method, std::move(request.m_inParameters), {}};
     call.m_origin.m_user = request.m_credentials.m_user;
     call.m_origin.m_from = request.m_peer;
-    CFinishedCall finished = Make(std::move(call));
-    if (finished.m_answer.m_outParameters.size() > messages::kObjectBytes) {
-        finished.m_answer = Unmade(CallResult::Failed).m_answer; // it has no frame
-    }
-    return finished;
-}
-
-// What came of a call may find no memory after it was made.
-CFinishedCall CSession::Make(CMethodCall call) const {
     try {
         return m_run(std::move(call));
-    } catch (const std::bad_alloc&) {
-        return Unmade(CallResult::Died);
+    } catch (const std::bad_alloc&) { // it may have been made
+        return CFinishedCall(CallResult::Died);
     }
 }
 

@@ -7,7 +7,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace providerd {
@@ -32,14 +31,12 @@ public:
     void Serve(int socket) const;
 
 private:
-    // The answer's frame; nothing when there is none, and the connection ends. The payload is
-    // wiped.
-    [[nodiscard]] std::optional<std::string> Answer(std::string* payload) const;
-    [[nodiscard]] std::optional<std::string> AnswerTo(const messages::CCheckRequest& request) const;
-    [[nodiscard]] std::optional<std::string> AnswerTo(messages::CCallRequest& request) const;
+    // Null when there is no answer, and the connection ends. The payload is wiped.
+    [[nodiscard]] Frame Answer(std::string* payload) const;
+    [[nodiscard]] Frame AnswerTo(const messages::CCheckRequest& request) const;
+    [[nodiscard]] Frame AnswerTo(messages::CCallRequest& request) const;
     // Takes the parameters away from the request.
     [[nodiscard]] CFinishedCall Call(messages::CCallRequest& request, messages::Right right) const;
-    [[nodiscard]] CFinishedCall Make(CMethodCall call) const;
 
     CAuthentication* m_authentication;
     RunCall m_run;

@@ -79,6 +79,7 @@ TABLE = {
     "history/": [HISTORY, KILLED_HISTORY, RESTORE, KILLED_RESTORE],
     "serverbase/": [SERVER_BASE, DOOR, QUEUE, HTTP, DOOR_DAEMON, SERVED],
     "providerd/door/": [DOOR, DOOR_DAEMON, WHOLE],
+    "providerd/MethodCall.cpp": [QUEUE, DOOR],
     "providerd/": [QUEUE, WORKER],
     "loggerctl/output/CProgressLine.cpp": [PROGRESS, OUTPUT, GET],
     "loggerctl/output/TimeText.cpp": [OUTPUT, STATE],

@@ -57,11 +57,11 @@ CMethodCall SetCall() {
 }
 
 std::string ResultOf(const CFinishedCall& finished) {
-    if (finished.m_answer.m_result != CallResult::Done) {
-        return NameOf(finished.m_answer.m_result);
+    if (finished.m_result != CallResult::Done) {
+        return NameOf(finished.m_result);
     }
     std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "Done 0x%08x", finished.m_answer.m_uiReturnValue);
+    std::snprintf(text.data(), text.size(), "Done 0x%08x", finished.m_uiReturnValue);
     return text.data();
 }
 

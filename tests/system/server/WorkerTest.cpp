@@ -7,6 +7,7 @@
 #include "providerd/WorkMessages.h"
 #include "serverbase/Frames.h"
 #include "tests/support/CTestRoot.h"
+#include "tests/support/OutputOf.h"
 #include "tests/support/SampleConf.h"
 #include "tests/system/server/CVariable.h"
 #include "tests/system/server/WorkerSupport.h"
@@ -36,7 +37,7 @@ constexpr char kDone[] = "Done 0x00000000";
 constexpr char kAgentFailed[] = "Done 0x80000001";
 
 CLoggerConf SettingsOf(const CFinishedCall& finished) {
-    const auto output = messages::DecodeObject(finished.m_answer.m_outParameters);
+    const auto output = messages::DecodeObject(OutputOf(finished));
     EXPECT_NE(nullptr, output);
     return CLoggerConf(output.get());
 }

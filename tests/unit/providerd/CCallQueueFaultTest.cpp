@@ -46,7 +46,7 @@ CQueueLimits DefaultLimits() {
 }
 
 CallResult ResultOf(CCallQueue& queue, const std::string& text) {
-    return queue.Run({"SetParameter", text, {}}).m_answer.m_result;
+    return queue.Run({"SetParameter", text, {}}).m_result;
 }
 
 // A lower limit of a resource for the time that the object lives.

@@ -3,6 +3,7 @@
 #include "providerd/CCallQueue.h"
 
 #include "tests/support/Descriptors.h"
+#include "tests/support/OutputOf.h"
 #include "tests/unit/providerd/CFifo.h"
 
 #include <gtest/gtest.h>
@@ -46,9 +47,9 @@ CMethodCall Call(const std::string& method, const std::string& text) {
 
 // "RESULT RETURNVALUE OUTPARAMETERS HISTORYID".
 std::string Text(const CFinishedCall& finished) {
-    return std::to_string(static_cast<int>(finished.m_answer.m_result)) + " " +
-           std::to_string(finished.m_answer.m_uiReturnValue) + " [" +
-           finished.m_answer.m_outParameters + "] " + finished.m_historyId;
+    return std::to_string(static_cast<int>(finished.m_result)) + " " +
+           std::to_string(finished.m_uiReturnValue) + " [" + OutputOf(finished) + "] " +
+           finished.m_historyId;
 }
 
 std::string Failure(CallResult result) {
@@ -132,9 +133,14 @@ TEST(CCallQueue, SharesAReadThatHasNotBegun) {
     const std::string read = Success(2, kGet, "");
     const std::string expected[] = {
         read, Success(3, kSet, ""), read, Success(4, kSet, ""), Success(5, kGet, "other"), read};
-    for (std::size_t i = 0; i < calls.size(); ++i) {
-        EXPECT_EQ(expected[i], Text(calls[i].get())) << i;
+    std::vector<CFinishedCall> finished;
+    for (Future& call : calls) {
+        finished.push_back(call.get());
     }
+    for (std::size_t i = 0; i < finished.size(); ++i) {
+        EXPECT_EQ(expected[i], Text(finished[i])) << i;
+    }
+    EXPECT_EQ(finished[0].m_frame, finished[5].m_frame) << "it is in memory once";
 }
 
 TEST(CCallQueue, RefusesCallsWhenItIsFull) {
@@ -178,7 +184,7 @@ TEST(CCallQueue, StartsAWorkerWithAnEnvironmentOfItsOwn) {
     setenv("KZM_TRACE_FILE", "/trace", 1);
     setenv("JOURNAL_STREAM", "1:2", 1);
     CCallQueue queue(Limits());
-    const std::string found = queue.Run(Call(kGet, "environment")).m_answer.m_outParameters;
+    const std::string found = OutputOf(queue.Run(Call(kGet, "environment")));
     std::istringstream lines(found);
     std::multiset<std::string> variables;
     for (std::string line; std::getline(lines, line);) {

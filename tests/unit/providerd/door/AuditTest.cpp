@@ -4,6 +4,7 @@
 
 using messages::CallResult;
 using providerd::CAuditedRequest;
+using providerd::CFinishedCall;
 using std::chrono::milliseconds;
 
 namespace {
@@ -32,13 +33,15 @@ const CResultRow kResultRows[] = {
 
 TEST(Audit, OfACall) {
     for (const CResultRow& row : kResultRows) {
-        EXPECT_EQ(providerd::CallLine(kRequest, {{row.m_result, 0x80000001, "out"}, ""}),
+        EXPECT_EQ(providerd::CallLine(kRequest, CFinishedCall({row.m_result, 0x80000001, "out"})),
                   std::string(kBeginning) + row.m_words + " ms=12");
     }
-    EXPECT_EQ(providerd::CallLine(kRequest, {{CallResult::Done, 0, ""}, "20261121-083000-001"}),
+    EXPECT_EQ(providerd::CallLine(kRequest,
+                                  CFinishedCall({CallResult::Done, 0, ""}, "20261121-083000-001")),
               std::string(kBeginning) + R"("done" return=0x00000000 ms=12)"
                                         " history=20261121-083000-001");
-    EXPECT_EQ(providerd::CallLine(kRequest, {{CallResult::Died, 0, ""}, "20261121-083000-001"}),
+    EXPECT_EQ(providerd::CallLine(kRequest,
+                                  CFinishedCall({CallResult::Died, 0, ""}, "20261121-083000-001")),
               std::string(kBeginning) + R"("worker died" ms=12 history=20261121-083000-001)");
 }
 

@@ -15,6 +15,7 @@
 using history::CDescriptor;
 using messages::CallResult;
 using messages::Right;
+using providerd::CFinishedCall;
 
 namespace {
 
@@ -28,7 +29,6 @@ protected:
         settings.m_changingGroups = {"kzm-changers"};
         m_authentication =
             std::make_unique<providerd::CAuthentication>(&m_accounts, settings, m_time.Times());
-        m_finished.m_answer = {CallResult::Done, 0x80000003, "out"};
         std::array<int, 2> ends{};
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
         m_client = CDescriptor(ends[0]);
@@ -76,7 +76,7 @@ protected:
     CFakeAccounts m_accounts;
     CFakeTime m_time;
     std::unique_ptr<providerd::CAuthentication> m_authentication;
-    providerd::CFinishedCall m_finished;
+    CFinishedCall m_finished{{CallResult::Done, 0x80000003, "out"}};
     bool m_lacksMemory = false; // where a call was made
     std::vector<std::string> m_calls;
     CDescriptor m_client;
@@ -111,11 +111,10 @@ const CCallRow kCallRows[] = {
 
 TEST_F(Session, CallsForThoseWhoMay) {
     for (const CCallRow& row : kCallRows) {
-        const messages::CCallAnswer wanted = row.m_result == CallResult::Done
-                                                 ? m_finished.m_answer
-                                                 : messages::CCallAnswer{row.m_result, 0, ""};
+        const CFinishedCall wanted =
+            row.m_result == CallResult::Done ? m_finished : CFinishedCall(row.m_result);
         m_calls.clear();
-        EXPECT_EQ(Call(row.m_user, row.m_password, row.m_method), PayloadOf(Encode(wanted)))
+        EXPECT_EQ(Call(row.m_user, row.m_password, row.m_method), PayloadOf(*wanted.m_frame))
             << row.m_user << " " << row.m_password << " " << row.m_method;
         std::vector<std::string> calls;
         if (row.m_result == CallResult::Done) {
@@ -159,8 +158,9 @@ TEST_F(Session, HandsOnWhatTheQueueAnswers) {
     for (const CallResult result :
          {CallResult::NotAvailable, CallResult::QueueFull, CallResult::ShuttingDown,
           CallResult::NotKept, CallResult::TimedOut, CallResult::Died, CallResult::Failed}) {
-        m_finished.m_answer = {result, 0, ""};
-        EXPECT_EQ(Call("reader", "right", "GetParameter"), PayloadOf(Encode(m_finished.m_answer)));
+        m_finished = CFinishedCall(result);
+        EXPECT_EQ(Call("reader", "right", "GetParameter"),
+                  PayloadOf(Encode(messages::CCallAnswer{result, 0, ""})));
     }
 }
 
@@ -176,9 +176,11 @@ TEST_F(Session, ACallThatThereIsNoMemoryForLeavesItsLine) {
 }
 
 TEST_F(Session, AnOutputThatHasNoFrameFails) {
-    m_finished.m_answer.m_outParameters.assign(messages::kObjectBytes, 'x');
-    EXPECT_TRUE(Call("reader", "right", "GetParameter") == PayloadOf(Encode(m_finished.m_answer)));
-    m_finished.m_answer.m_outParameters += 'x';
+    messages::CCallAnswer answer{CallResult::Done, 0, std::string(messages::kObjectBytes, 'x')};
+    m_finished = CFinishedCall(answer);
+    EXPECT_TRUE(Call("reader", "right", "GetParameter") == PayloadOf(Encode(answer)));
+    answer.m_outParameters += 'x';
+    m_finished = CFinishedCall(answer);
     EXPECT_TRUE(Call("reader", "right", "GetParameter") ==
                 PayloadOf(Encode(messages::CCallAnswer{})));
 }
