@@ -24,7 +24,7 @@ public:
     // Takes the socket over; an error when it is no socket of TCP.
     ErrorCode Assign(history::CDescriptor socket);
     void Accept();
-    // Accepts again where something that was thrown has ended that. Not while it is called itself.
+    // Accepts again where something that was thrown has ended that. Not while it is called back.
     void GoOn();
     void Close();
 
@@ -50,7 +50,8 @@ private:
     bool m_isClosed = false;
     bool m_isFailing = false;       // told, and not told again until it works
     Clock::time_point m_logAgain{}; // when a refusal is worth a line again
-    // Had as well by whoever waits for the next connection, or until accepting is tried again.
+    // Had as well by whoever waits for the next connection, or until accepting is tried again;
+    // what is thrown before he is called lets it go.
     const std::shared_ptr<void> m_wait = std::make_shared<char>();
     CAcceptor m_acceptor;
     CTimer m_timer;
