@@ -152,13 +152,16 @@ bool CWorkerProcess::IsReady() const {
 }
 
 bool CWorkerProcess::Finish(End end) {
-    shutdown(Socket(), SHUT_WR);
-    if (end == End::ByItself && WaitForEnd(kTimeToEnd)) {
-        return true;
+    if (end == End::ByItself) {
+        shutdown(Socket(), SHUT_WR);
+        if (WaitForEnd(kTimeToEnd)) {
+            return true;
+        }
     }
     if (m_isRunning) {
         KillWithPrograms(m_process);
     }
+    shutdown(Socket(), SHUT_WR); // for one that the system keeps from being killed
     return WaitForEnd(kKillTime);
 }
 

@@ -304,10 +304,8 @@ TEST(CCallQueue, EndsACallThatTakesTooLong) {
     CQueueLimits limits = Limits();
     limits.m_callTime = std::chrono::milliseconds(500);
     CCallQueue queue(limits);
-    const CFifo fifo;
     testing::internal::CaptureStderr();
-    EXPECT_EQ(Failure(CallResult::TimedOut) + "kept",
-              AnswerOf(queue, kSet, "keep-await " + fifo.Path()));
+    EXPECT_EQ(Failure(CallResult::TimedOut) + "kept", AnswerOf(queue, kSet, "keep-listen"));
     EXPECT_EQ("SetParameter took longer than 500 ms and was ended with its worker (signal 9).\n",
               testing::internal::GetCapturedStderr());
     EXPECT_EQ(Success(1, kSet, ""), AnswerOf(queue, kSet, ""));

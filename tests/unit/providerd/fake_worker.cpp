@@ -1,6 +1,7 @@
 // A worker that does what the parameters of a call say, in place of calling a provider:
 //
 //   await FIFO      answers when somebody has opened the FIFO for writing
+//   listen          ends when it is told to, with 0
 //   tell FIFO       opens the FIFO for writing, and then waits without end
 //   result N        answers with this CallResult, and notes before that a copy was kept
 //   keep-await FIFO notes it, and then as await
@@ -86,6 +87,9 @@ void Obey(const std::string& order, const std::string& argument) {
         Obey(order.substr(sizeof kKeep - 1), argument);
     } else if (order == "await") {
         close(open(argument.c_str(), O_RDONLY));
+    } else if (order == "listen") {
+        char next = 0;
+        _exit(static_cast<int>(recv(kWorkerDescriptor, &next, sizeof next, 0)));
     } else if (order == "tell") {
         close(open(argument.c_str(), O_WRONLY));
         StayForever();
