@@ -100,6 +100,20 @@ class VerdictTest(unittest.TestCase):
         self.assertFalse(run.verdict(run.Outcome(run.UNCHANGED, "Some.Test", "", 1.0))[1])
 
 
+class TryTest(unittest.TestCase):
+    def test_what_is_not_as_it_should_be_is_tried_again(self):
+        for accepted, answers, noticed in (("", ["A.B"], "A.B"),
+                                           ("", ["", "A.B"], "A.B (at the second try)"),
+                                           ("", ["", ""], ""),
+                                           ("why", [""], ""),
+                                           ("why", ["A.B", ""], ""),
+                                           ("why", ["A.B", "A.C"], "A.C (at the second try)")):
+            mutation = mutations.Mutation("host/A.cpp", "x", "a", "b", accepted)
+            with mock.patch.object(run, "first_failing", side_effect=answers) as tried:
+                self.assertEqual(run.test(mutation, [], mock.MagicMock()), noticed)
+                self.assertEqual(tried.call_count, len(answers))
+
+
 class MirrorTest(unittest.TestCase):
     def test_links_stay_what_they_are(self):
         with tempfile.TemporaryDirectory() as folder:
